@@ -1,0 +1,14 @@
+#pragma once
+// The dustwhale subcommands. Each registers itself on the app and returns the function that
+// runs it once the command line has been parsed; that function returns the exit status.
+
+#include <CLI/CLI.hpp>
+#include <functional>
+
+namespace dw::cli {
+
+using Runner = std::function<int()>;
+
+Runner addMeasure(CLI::App& app);
+
+}  // namespace dw::cli

@@ -1,0 +1,43 @@
+// dustwhale: gets disk space back safely. Nothing is ever deleted: every clear moves items to
+// the Trash, records the move, and can put it back.
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <map>
+
+#include "cli/commands.h"
+
+int main(int argc, char** argv) {
+  CLI::App app{"dustwhale: gets disk space back safely. Nothing is ever deleted.", "dustwhale"};
+  app.set_version_flag("--version", std::string("dustwhale ") + DUSTWHALE_VERSION);
+  app.require_subcommand(1);
+
+  std::map<std::string, dw::cli::Runner> runners;
+  runners["measure"] = dw::cli::addMeasure(app);
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp& e) {
+    return app.exit(e);
+  } catch (const CLI::CallForAllHelp& e) {
+    return app.exit(e);
+  } catch (const CLI::CallForVersion& e) {
+    return app.exit(e);
+  } catch (const CLI::ParseError& e) {
+    // One line, never a crash; --help says the rest.
+    std::cerr << "dustwhale: " << e.what() << " (see dustwhale --help)\n";
+    return 2;
+  }
+  for (CLI::App* sub : app.get_subcommands()) {
+    auto it = runners.find(sub->get_name());
+    if (it != runners.end()) {
+      try {
+        return it->second();
+      } catch (const std::exception& e) {
+        std::cerr << "dustwhale: " << e.what() << '\n';
+        return 1;
+      }
+    }
+  }
+  return 2;
+}

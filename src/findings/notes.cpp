@@ -1,0 +1,139 @@
+#include "findings/notes.h"
+
+#include <array>
+
+#include "base/paths.h"
+
+namespace dw::notes {
+
+namespace {
+
+constexpr std::string_view kLaunchAgents = "/Library/LaunchAgents/";
+
+template <size_t N>
+bool pathOrNameContains(const CacheFinding& f, const std::array<std::string_view, N>& words) {
+  std::string path = paths::asciiLower(f.path);
+  std::string name = paths::asciiLower(f.name);
+  for (auto word : words) {
+    if (path.find(word) != std::string::npos || name.find(word) != std::string::npos) return true;
+  }
+  return false;
+}
+
+bool contains(const std::string& text, std::string_view word) {
+  return text.find(word) != std::string::npos;
+}
+
+}  // namespace
+
+bool noteSaysQuit(std::string_view note) { return paths::containsInsensitive(note, "quit"); }
+
+bool isLoginItem(const CacheFinding& f) {
+  for (const auto& p : f.leftoverPaths) {
+    if (p.find(kLaunchAgents) != std::string::npos) return true;
+  }
+  return f.path.find(kLaunchAgents) != std::string::npos;
+}
+
+bool isDeveloperTools(const CacheFinding& f) {
+  static constexpr std::array<std::string_view, 6> kWords = {
+      "xcode", "sourcekit", "swiftpm", "org.swift", "deriveddata", "developer"};
+  return pathOrNameContains(f, kWords);
+}
+
+bool isBrowser(const CacheFinding& f) {
+  // Deliberately broad: "search" holds "arc", and such a folder is explained as a browser cache.
+  static constexpr std::array<std::string_view, 10> kWords = {
+      "chrome", "google", "firefox", "mozilla", "safari",
+      "brave",  "edge",   "opera",   "vivaldi", "arc"};
+  return pathOrNameContains(f, kWords);
+}
+
+std::optional<std::string> whatStays(const CacheFinding& f) {
+  std::string path = paths::asciiLower(f.path);
+  std::string name = paths::asciiLower(f.name);
+  if (contains(path, "/.npm/_cacache") || contains(name, "npm"))
+    return "Downloaded packages. Your projects and node_modules stay.";
+  if (contains(path, "chrome") || contains(name, "chrome"))
+    return "Web page cache. Bookmarks, passwords and history stay.";
+  if (contains(path, "spotify") || contains(name, "spotify"))
+    return "Streaming cache. Downloaded playlists stay.";
+  if (contains(path, "slack") || contains(name, "slack"))
+    return "Message and image cache. Your workspace stays.";
+  return std::nullopt;
+}
+
+std::string summary(const CacheFinding& f) {
+  if (noteSaysQuit(f.note)) return f.note;
+  if (f.kind == CacheFinding::Kind::cache) {
+    if (auto stays = whatStays(f)) return *stays;
+  }
+  if (!f.note.empty()) return f.note;
+  switch (f.kind) {
+    case CacheFinding::Kind::cache: return "Temporary files this app can rebuild.";
+    case CacheFinding::Kind::file: return "A large file. Nothing is selected until you choose it.";
+    case CacheFinding::Kind::leftover: return "Left behind by an app that is no longer installed.";
+  }
+  return f.note;
+}
+
+std::string cacheExplanation(const CacheFinding& f) {
+  std::string path = paths::asciiLower(f.path);
+  std::string name = paths::asciiLower(f.name);
+  if (contains(path, "/.npm/_cacache") || name == "npm cache")
+    return "npm downloads these packages again the next time a project needs them. Project "
+           "folders stay.";
+  if (contains(path, "/.npm/_npx") || name == "npx downloads")
+    return "npx fetches these packages again when a command needs them. Project folders stay.";
+  if (contains(path, "/.gradle/") || name == "gradle cache")
+    return "Gradle downloads these dependencies again on the next build. Project source stays.";
+  if (contains(path, "spotify") || contains(name, "spotify"))
+    return "Spotify downloads this cache again when you play something. Your library stays.";
+  if (contains(path, "slack") || contains(name, "slack"))
+    return "Slack downloads messages and files again when you open them. Your account stays.";
+  if (isDeveloperTools(f)) return "Xcode rebuilds this the next time you build. Your projects stay.";
+  if (isBrowser(f))
+    return "This is a browser cache. Pages load again from the network. Bookmarks and passwords "
+           "stay.";
+  return "The app recreates this folder when it needs it.";
+}
+
+std::string whySafe(const CacheFinding& f) {
+  if (isLoginItem(f))
+    return "Stops " + f.name +
+           " from starting at login. Takes effect at your next login. Your documents stay.";
+  switch (f.kind) {
+    case CacheFinding::Kind::cache: return cacheExplanation(f);
+    case CacheFinding::Kind::file:
+      return "This is a file you chose to review. It is not recreated automatically, and it stays "
+             "until you move it.";
+    case CacheFinding::Kind::leftover:
+      return "The app that created this is no longer installed. Your documents are not in this "
+             "folder.";
+  }
+  return {};
+}
+
+std::string cacheDisplayName(std::string_view folderName) {
+  if (folderName == "Google") return "Google cache";
+  if (folderName == "Homebrew") return "Homebrew downloads";
+  if (folderName.substr(0, 4) == "com.") {
+    auto dot = folderName.rfind('.');
+    return std::string(folderName.substr(dot + 1));
+  }
+  return std::string(folderName);
+}
+
+std::string badge(const CacheFinding& f) {
+  if (f.removable) {
+    switch (f.kind) {
+      case CacheFinding::Kind::cache: return "Safe to clear";
+      case CacheFinding::Kind::file: return "Your call";
+      case CacheFinding::Kind::leftover: return "Review";
+    }
+  }
+  if (noteSaysQuit(f.note)) return "Quit " + f.name + " first";
+  return "Kept";
+}
+
+}  // namespace dw::notes

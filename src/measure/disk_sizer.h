@@ -1,0 +1,52 @@
+#pragma once
+// How much disk a folder tree really occupies: allocated blocks, hard links once, symbolic links
+// never followed, other volumes never entered.
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "base/core.h"
+
+namespace dw::DiskSizer {
+
+struct SizeReading {
+  std::int64_t bytes = 0;
+  std::optional<TimePoint> newest;  // newest regular file's modification second
+  bool operator==(const SizeReading&) const = default;
+};
+
+struct InodeKey {
+  std::int32_t dev = 0;
+  std::uint64_t ino = 0;
+  bool operator==(const InodeKey&) const = default;
+};
+
+struct InodeKeyHash {
+  size_t operator()(const InodeKey& key) const noexcept;
+};
+
+struct LargeFile {
+  std::string path;
+  std::int64_t bytes = 0;  // logical size
+  TimePoint modified;
+  bool operator==(const LargeFile&) const = default;
+};
+
+// Measures the tree at path. A path that cannot be opened measures 0 with no newest date.
+// Throws Cancelled (checked every 1000 entries) and nothing else.
+SizeReading measure(const std::string& path, std::stop_token stop = {});
+
+// The regular files of at least minimumBytes under folder, in walk order. Folders deeper than
+// maxDepth, packages, symbolic links and project folders (node_modules, build, ...) are not
+// entered. Throws Cancelled and nothing else.
+std::vector<LargeFile> listLargeFiles(const std::string& folder, std::int64_t minimumBytes,
+                                      int maxDepth, std::stop_token stop = {});
+
+inline constexpr std::int64_t kLargeFileMinimum = 209'715'200;  // 200 MB
+inline constexpr int kLargeFileDepth = 3;
+
+}  // namespace dw::DiskSizer

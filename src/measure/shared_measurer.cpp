@@ -1,0 +1,68 @@
+#include "measure/shared_measurer.h"
+
+#include <atomic>
+#include <exception>
+#include <thread>
+
+namespace dw {
+
+SharedMeasurer::SharedMeasurer(std::stop_token stop, unsigned threads)
+    : stop_(std::move(stop)),
+      threads_(threads ? threads : std::max(1u, std::thread::hardware_concurrency())) {}
+
+DiskSizer::SizeReading SharedMeasurer::measure(const std::string& path) {
+  std::promise<DiskSizer::SizeReading> promise;
+  std::shared_future<DiskSizer::SizeReading> future;
+  bool mine = false;
+  {
+    std::lock_guard lock(mutex_);
+    auto it = readings_.find(path);
+    if (it == readings_.end()) {
+      future = promise.get_future().share();
+      readings_.emplace(path, future);
+      mine = true;
+    } else {
+      future = it->second;
+    }
+  }
+  if (mine) {
+    try {
+      promise.set_value(DiskSizer::measure(path, stop_));
+    } catch (...) {
+      promise.set_exception(std::current_exception());
+    }
+  }
+  // Another thread may be walking the same folder right now: wait for its reading.
+  return future.get();
+}
+
+std::vector<DiskSizer::SizeReading> SharedMeasurer::measureAll(
+    const std::vector<std::string>& paths) {
+  std::vector<DiskSizer::SizeReading> readings(paths.size());
+  std::atomic<size_t> next{0};
+  std::exception_ptr failure;
+  std::mutex failureMutex;
+  auto work = [&] {
+    while (true) {
+      size_t i = next.fetch_add(1);
+      if (i >= paths.size()) return;
+      try {
+        readings[i] = measure(paths[i]);
+      } catch (...) {
+        std::lock_guard lock(failureMutex);
+        if (!failure) failure = std::current_exception();
+        next = paths.size();
+        return;
+      }
+    }
+  };
+  size_t helpers = std::min<size_t>(threads_, paths.size());
+  std::vector<std::jthread> pool;
+  for (size_t t = 1; t < helpers; ++t) pool.emplace_back(work);
+  work();
+  pool.clear();  // joins
+  if (failure) std::rethrow_exception(failure);
+  return readings;
+}
+
+}  // namespace dw

@@ -1,0 +1,43 @@
+#pragma once
+// Folders that apps recreate by themselves: the children of ~/Library/Caches, the cache folders
+// of Chrome's profiles, and the npm, npx and Gradle caches. Stateless and read-only.
+
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "findings/cache_finding.h"
+#include "measure/shared_measurer.h"
+#include "platform/locations.h"
+#include "platform/workspace.h"
+
+namespace dw::CacheScanner {
+
+inline constexpr std::int64_t kMinimumCacheBytes = 10'485'760;   // 10 MB
+inline constexpr std::int64_t kPreselectBytes = 52'428'800;      // 50 MB
+inline constexpr std::string_view kChromeBundleID = "com.google.Chrome";
+
+// The three sources, one per scan area. Each throws only Cancelled (through the measurer).
+std::vector<CacheFinding> scanLibraryCaches(const Locations& places, bool chromeRunning,
+                                            SharedMeasurer& measurer);
+std::vector<CacheFinding> scanDeveloperCaches(const Locations& places, SharedMeasurer& measurer);
+std::vector<CacheFinding> scanChromeCaches(const Locations& places, bool chromeRunning,
+                                           SharedMeasurer& measurer);
+// All three, sorted largest first.
+std::vector<CacheFinding> scan(const Locations& places, const platform::Workspace& workspace,
+                               SharedMeasurer& measurer);
+
+bool isChromeRunning(const platform::Workspace& workspace);
+// ~/Library/Caches/Google, .../Google/Chrome and anything below ("/private" ignored).
+bool isChromeCachePath(const std::string& path, const Locations& places);
+// A finding that Chrome's running state governs (a Library cache under Google, or a cache
+// folder of a Chrome profile).
+bool isChromeFinding(const CacheFinding& finding, const Locations& places);
+// Re-applies the Chrome rule to a finding already listed: while Chrome runs it carries
+// "Quit Chrome to clear its cache." and cannot be selected; otherwise it is a normal cache.
+void applyChromeRule(CacheFinding& finding, bool chromeRunning, const Locations& places);
+
+// The safe-location test that guards listing and every move of a cache.
+bool isSafeCacheLocation(const std::string& path, const Locations& places);
+
+}  // namespace dw::CacheScanner

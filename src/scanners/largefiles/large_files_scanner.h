@@ -1,0 +1,21 @@
+#pragma once
+// Single files over 200 MB in Downloads, Desktop and Movies. Stateless and read-only.
+
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "findings/cache_finding.h"
+#include "platform/locations.h"
+
+namespace dw::LargeFilesScanner {
+
+// Downloads, Desktop, Movies in turn; throws only Cancelled.
+std::vector<CacheFinding> scan(const Locations& places, std::stop_token stop = {});
+
+// The checks that guard every move of a large file: it lies (links resolved) in Downloads or
+// Movies within the depth limit, not inside a project folder or package, and not on the
+// Desktop or in Documents.
+bool isAllowedLocation(const std::string& path, const Locations& places);
+
+}  // namespace dw::LargeFilesScanner

@@ -1,0 +1,63 @@
+#pragma once
+// Folders and files in the user's Library that belong to apps no longer installed, grouped by
+// bundle identifier. Stateless and read-only.
+
+#include <set>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "findings/cache_finding.h"
+#include "measure/shared_measurer.h"
+#include "platform/locations.h"
+
+namespace dw::LeftoverScanner {
+
+struct LargestFile {
+  std::string name;
+  std::int64_t bytes = 0;
+  bool operator==(const LargestFile&) const = default;
+};
+
+struct LeftoverFinding {
+  std::string bundleID;
+  std::string appName;
+  std::int64_t bytes = 0;
+  TimePoint lastModified;
+  std::vector<std::string> removablePaths;
+  std::vector<std::string> evidence;
+  std::vector<LargestFile> largestFiles;
+  bool operator==(const LeftoverFinding&) const = default;
+};
+
+struct Result {
+  std::vector<LeftoverFinding> findings;       // largest first
+  std::vector<std::string> unreadableLocations;  // "~/Library/Containers"
+};
+
+inline constexpr std::int64_t kLargestFilesFrom = 104'857'600;  // 100 MB
+
+// Throws only Cancelled (through the measurer).
+Result scan(const Locations& places, SharedMeasurer& measurer);
+
+// Identifiers read from the Info.plist of every installed app, its nested bundles and the
+// system extensions.
+std::set<std::string> installedBundleIDs(const Locations& places);
+// The identifier or one of its shorter forms (trailing components dropped) is installed.
+bool isAccountedFor(const std::string& bundleID, const std::set<std::string>& installed);
+bool hasBundleIDShape(std::string_view candidate);
+bool isNeverReported(std::string_view bundleID);
+
+// The location check every leftover path passes before it is listed or moved: inside the
+// home's Library (links resolved, "/private" removed) and not under Desktop, Documents,
+// /Applications, /Library or /System.
+bool isAllowedPath(const std::string& path, const Locations& places);
+
+// The re-check before a leftover path moves: the path passes isAllowedPath, is still a direct
+// entry of one of the Library locations, and still yields bundleID as its candidate.
+bool stillBelongsTo(const std::string& path, const std::string& bundleID,
+                    const Locations& places);
+
+CacheFinding toCacheFinding(const LeftoverFinding& finding, const Locations& places);
+
+}  // namespace dw::LeftoverScanner

@@ -10,5 +10,9 @@ namespace dw::cli {
 using Runner = std::function<int()>;
 
 Runner addMeasure(CLI::App& app);
+Runner addScan(CLI::App& app);
+Runner addClear(CLI::App& app);
+Runner addHistory(CLI::App& app);
+Runner addPutBack(CLI::App& app);
 
 }  // namespace dw::cli

@@ -10,9 +10,15 @@
 int main(int argc, char** argv) {
   CLI::App app{"dustwhale: gets disk space back safely. Nothing is ever deleted.", "dustwhale"};
   app.set_version_flag("--version", std::string("dustwhale ") + DUSTWHALE_VERSION);
-  app.require_subcommand(1);
+  // At most one here; a missing one is reported after parsing, so that an unknown option is
+  // named as such instead of being hidden behind "A subcommand is required".
+  app.require_subcommand(-1);
 
   std::map<std::string, dw::cli::Runner> runners;
+  runners["scan"] = dw::cli::addScan(app);
+  runners["clear"] = dw::cli::addClear(app);
+  runners["history"] = dw::cli::addHistory(app);
+  runners["put-back"] = dw::cli::addPutBack(app);
   runners["measure"] = dw::cli::addMeasure(app);
 
   try {
@@ -26,6 +32,10 @@ int main(int argc, char** argv) {
   } catch (const CLI::ParseError& e) {
     // One line, never a crash; --help says the rest.
     std::cerr << "dustwhale: " << e.what() << " (see dustwhale --help)\n";
+    return 2;
+  }
+  if (app.get_subcommands().empty()) {
+    std::cerr << "dustwhale: A subcommand is required (see dustwhale --help)\n";
     return 2;
   }
   for (CLI::App* sub : app.get_subcommands()) {

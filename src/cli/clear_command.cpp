@@ -1,0 +1,144 @@
+#include <iostream>
+#include <set>
+
+#include "base/paths.h"
+#include "cli/commands.h"
+#include "cli/findings_output.h"
+#include "cli/output.h"
+#include "cli/session.h"
+#include "findings/size_text.h"
+
+namespace dw::cli {
+
+namespace {
+
+std::optional<ScanModel::ConfirmScope> scopeFor(const std::string& kind) {
+  if (kind == "cache") return ScanModel::ConfirmScope::caches;
+  if (kind == "file") return ScanModel::ConfirmScope::files;
+  if (kind == "leftover") return ScanModel::ConfirmScope::leftovers;
+  return std::nullopt;
+}
+
+bool askToConfirm(size_t count) {
+  std::cout << "Move " << countNoun(static_cast<std::int64_t>(count), "item")
+            << " to the Trash? [y/N] " << std::flush;
+  std::string answer;
+  if (!std::getline(std::cin, answer)) return false;
+  answer = paths::asciiLower(answer);
+  // Return alone means no: a move never starts from the keyboard without a word.
+  return answer == "y" || answer == "yes";
+}
+
+}  // namespace
+
+Runner addClear(CLI::App& app) {
+  struct Options {
+    PlaceOptions places;
+    std::string kind;
+    bool suggested = false;
+    std::vector<std::string> ids;
+    bool dryRun = false;
+    bool yes = false;
+  };
+  auto options = std::make_shared<Options>();
+  CLI::App* cmd = app.add_subcommand(
+      "clear", "Move findings to the Trash (never deletes; everything can be put back)");
+  options->places.addTo(*cmd);
+  cmd->add_option("--kind", options->kind, "Only this kind: cache, file or leftover")
+      ->check(CLI::IsMember({"cache", "file", "leftover"}));
+  auto* suggested =
+      cmd->add_flag("--suggested", options->suggested, "The findings a scan pre-selects");
+  auto* ids =
+      cmd->add_option("--id", options->ids, "Findings by id (a path, ~/path or leftover:ID)");
+  suggested->excludes(ids);
+  ids->excludes(suggested);
+  cmd->add_flag("--dry-run", options->dryRun, "List what would move; move nothing");
+  cmd->add_flag("--yes", options->yes, "Do not ask (needed without a terminal)");
+  cmd->callback([cmd, suggested, ids] {
+    if (!*suggested && !*ids) throw CLI::RequiredError("--suggested or --id");
+  });
+
+  return [options] {
+    Session session(options->places.locations());
+    ScanModel& model = session.model();
+    if (!session.scan()) {
+      std::cerr << model.message() << '\n';
+      return 130;
+    }
+
+    if (!options->ids.empty()) {
+      std::set<std::string> chosen;
+      for (std::string id : options->ids) {
+        if (id.rfind("~/", 0) == 0) id = paths::join(model.places().home, id.substr(2));
+        bool known = false;
+        for (const auto& f : model.caches())
+          known = known || f.id == id;
+        if (!known) {
+          std::cerr << "dustwhale: no finding with id " << displayText(id) << '\n';
+          return 2;
+        }
+        chosen.insert(id);
+      }
+      model.select(std::move(chosen));
+    }
+
+    std::optional<ScanModel::ConfirmScope> scope;
+    if (!options->kind.empty()) scope = scopeFor(options->kind);
+    std::vector<CacheFinding> items = model.itemsToClear(scope);
+    if (items.empty()) {
+      std::cout << "Select something to clear first.\n";
+      return 1;
+    }
+
+    std::int64_t total = 0;
+    for (const auto& item : items)
+      total += item.bytes;
+    std::cout << "To move to the Trash: "
+              << countNoun(static_cast<std::int64_t>(items.size()), "item") << " · "
+              << sizeText(total) << '\n';
+    for (const auto& item : items) {
+      std::cout << "  " << displayText(item.name) << " · " << sizeText(item.bytes) << " · "
+                << kindWord(item.kind) << '\n';
+    }
+    if (options->dryRun) {
+      std::cout << "Dry run: nothing was moved.\n";
+      return 0;
+    }
+    if (!options->yes) {
+      if (!stdinIsTerminal()) {
+        std::cerr << "dustwhale: nothing was moved; confirm with --yes when there is no "
+                     "terminal to ask on\n";
+        return 1;
+      }
+      if (!askToConfirm(items.size())) {
+        std::cout << "Nothing was moved to the Trash.\n";
+        return 0;
+      }
+    }
+
+    bool progress = stderrIsTerminal();
+    if (progress) {
+      model.addObserver([&model](ScanModel::Field field) {
+        if (field == ScanModel::Field::progress && model.progress() && model.progress()->done > 0)
+          std::cerr << "\r\033[K" << model.progress()->done << " of " << model.progress()->total
+                    << " · " << displayText(model.progress()->current) << std::flush;
+        if (field == ScanModel::Field::message && model.isClearRunning())
+          std::cerr << "\r\033[K" << model.message() << std::flush;
+      });
+    }
+    model.clearFindings(scope);
+    session.runUntil([&] { return !model.isClearRunning(); }, [&model] { model.stopClearing(); });
+    if (progress) std::cerr << "\r\033[K" << std::flush;
+    std::cout << model.message() << '\n';
+
+    // Whatever is still listed stayed in place.
+    for (const auto& item : items) {
+      for (const auto& f : model.caches()) {
+        if (f.id == item.id) return 1;
+      }
+    }
+    return 0;
+  };
+}
+
+}  // namespace dw::cli

@@ -1,0 +1,118 @@
+#include "cli/findings_output.h"
+
+#include <iostream>
+
+#include "base/time.h"
+#include "cli/output.h"
+#include "findings/notes.h"
+#include "findings/size_text.h"
+
+namespace dw::cli {
+
+std::string kindWord(CacheFinding::Kind kind) {
+  switch (kind) {
+    case CacheFinding::Kind::cache:
+      return "cache";
+    case CacheFinding::Kind::file:
+      return "file";
+    case CacheFinding::Kind::leftover:
+      return "app leftover";
+  }
+  return "cache";
+}
+
+json::Value findingJson(const CacheFinding& f) {
+  json::Value out{json::Object{}};
+  out.set("id", f.id);
+  out.set("name", f.name);
+  out.set("path", f.path);
+  out.set("bytes", f.bytes);
+  out.set("note", f.note);
+  out.set("suggested", f.suggested);
+  out.set("removable", f.removable);
+  out.set("kind", kindName(f.kind));
+  json::Array paths(f.leftoverPaths.begin(), f.leftoverPaths.end());
+  out.set("leftoverPaths", std::move(paths));
+  json::Array evidence(f.leftoverEvidence.begin(), f.leftoverEvidence.end());
+  out.set("leftoverEvidence", std::move(evidence));
+  out.set("leftoverBundleID", f.leftoverBundleID ? json::Value(*f.leftoverBundleID) : nullptr);
+  out.set("leftoverLastUsed", isoOrNull(f.leftoverLastUsed));
+  json::Array largest;
+  for (const auto& peek : f.leftoverLargestFiles) {
+    json::Value file{json::Object{}};
+    file.set("name", peek.name);
+    file.set("bytes", peek.bytes);
+    largest.push_back(std::move(file));
+  }
+  out.set("leftoverLargestFiles", std::move(largest));
+  out.set("contentModified", isoOrNull(f.contentModified));
+  out.set("summary", notes::summary(f));
+  out.set("whySafe", notes::whySafe(f));
+  return out;
+}
+
+json::Value scanJson(const ScanModel& model) {
+  json::Value out{json::Object{}};
+  out.set("message", model.message());
+  json::Value volume{json::Object{}};
+  volume.set("total", model.volume().total);
+  volume.set("available", model.volume().available);
+  volume.set("important", model.volume().important);
+  out.set("volume", std::move(volume));
+  json::Array unread(model.unreadLeftoverLocations().begin(),
+                     model.unreadLeftoverLocations().end());
+  out.set("unreadLeftoverLocations", std::move(unread));
+  json::Array selected;
+  for (const auto& finding : model.caches()) {
+    if (model.selected().count(finding.id)) selected.emplace_back(finding.id);
+  }
+  out.set("selected", std::move(selected));
+  json::Array findings;
+  for (const auto& finding : model.caches())
+    findings.push_back(findingJson(finding));
+  out.set("findings", std::move(findings));
+  return out;
+}
+
+void printScanText(const ScanModel& model) {
+  struct Group {
+    const char* title;
+    CacheFinding::Kind kind;
+    const char* empty;
+  };
+  static constexpr Group kGroups[] = {
+      {"Caches", CacheFinding::Kind::cache,
+       "No unused caches met the size threshold. Documents, Desktop, and projects stay "
+       "untouched."},
+      {"App leftovers", CacheFinding::Kind::leftover,
+       "No leftover folders from removed apps were found. Preferences-only and Apple systems "
+       "stay out of this list."},
+      {"Large files", CacheFinding::Kind::file,
+       "Nothing over 200 MB turned up in Downloads or Movies. Desktop files stay."},
+  };
+  for (const Group& group : kGroups) {
+    std::int64_t total = 0;
+    int count = 0;
+    for (const auto& f : model.caches()) {
+      if (f.kind == group.kind) total += f.bytes, ++count;
+    }
+    std::cout << group.title;
+    if (count) std::cout << " · " << sizeText(total);
+    std::cout << '\n';
+    if (!count) std::cout << "    " << group.empty << '\n';
+    for (const auto& f : model.caches()) {
+      if (f.kind != group.kind) continue;
+      const char* mark = model.selected().count(f.id) ? "[x]" : (f.removable ? "[ ]" : " - ");
+      std::cout << "  " << mark << ' ' << displayText(f.name) << " · " << sizeText(f.bytes) << " · "
+                << notes::badge(f) << '\n'
+                << "      " << displayText(notes::summary(f)) << '\n'
+                << "      " << displayText(f.path);
+      if (f.kind == CacheFinding::Kind::leftover) std::cout << "  (" << displayText(f.id) << ')';
+      std::cout << '\n';
+    }
+    std::cout << '\n';
+  }
+  std::cout << model.message() << '\n';
+}
+
+}  // namespace dw::cli

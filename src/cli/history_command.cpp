@@ -1,0 +1,128 @@
+#include <iostream>
+#include <map>
+
+#include "base/paths.h"
+#include "base/time.h"
+#include "cli/commands.h"
+#include "cli/output.h"
+#include "cli/session.h"
+#include "findings/size_text.h"
+#include "trash/cleared_log.h"
+
+namespace dw::cli {
+
+namespace {
+
+json::Value entryJson(const ClearedLog::Entry& e) {
+  json::Value out{json::Object{}};
+  out.set("id", e.id);
+  out.set("sessionID", e.sessionID);
+  out.set("originalPath", e.originalPath);
+  out.set("trashPath", e.trashPath);
+  out.set("bytes", e.bytes);
+  out.set("kind", e.kind);
+  out.set("name", e.name);
+  out.set("date", timefmt::isoUtc(e.date));
+  out.set("putBackAt", isoOrNull(e.putBackAt));
+  out.set("status", ClearedLog::statusText(e));
+  return out;
+}
+
+}  // namespace
+
+Runner addHistory(CLI::App& app) {
+  struct Options {
+    PlaceOptions places;
+    bool json = false;
+  };
+  auto options = std::make_shared<Options>();
+  CLI::App* cmd = app.add_subcommand("history", "Recently Cleared: every move to the Trash");
+  options->places.addTo(*cmd);
+  cmd->add_flag("--json", options->json, "Print the entries as JSON");
+
+  return [options] {
+    Locations places = options->places.locations();
+    std::vector<ClearedLog::Entry> entries = ClearedLog::load(places);  // newest first
+    if (options->json) {
+      json::Array rows;
+      for (const auto& e : entries)
+        rows.push_back(entryJson(e));
+      printJson(json::Value(std::move(rows)));
+      return 0;
+    }
+    if (entries.empty()) {
+      std::cout << "Nothing has been cleared yet.\n";
+      return 0;
+    }
+    // One group per clear, newest clear first, dated by its latest entry.
+    std::vector<std::string> order;
+    std::map<std::string, std::vector<const ClearedLog::Entry*>> groups;
+    for (const auto& e : entries) {
+      if (!groups.count(e.sessionID)) order.push_back(e.sessionID);
+      groups[e.sessionID].push_back(&e);
+    }
+    std::stable_sort(order.begin(), order.end(), [&](const auto& a, const auto& b) {
+      auto latest = [&](const std::string& s) {
+        TimePoint t{};
+        for (auto* e : groups[s])
+          t = std::max(t, e->date);
+        return t;
+      };
+      return latest(a) > latest(b);
+    });
+    for (const auto& session : order) {
+      const auto& group = groups[session];
+      TimePoint latest{};
+      std::int64_t total = 0;
+      for (auto* e : group)
+        latest = std::max(latest, e->date), total += e->bytes;
+      std::cout << timefmt::localDateTime(latest) << " · "
+                << countNoun(static_cast<std::int64_t>(group.size()), "item") << " · "
+                << sizeText(total) << '\n';
+      for (auto* e : group) {
+        std::cout << "  " << ClearedLog::statusText(*e) << " · " << displayText(e->name) << " · "
+                  << sizeText(e->bytes) << " · " << e->kind << '\n'
+                  << "      " << displayText(e->originalPath) << '\n'
+                  << "      id " << e->id << '\n';
+      }
+      std::cout << '\n';
+    }
+    return 0;
+  };
+}
+
+Runner addPutBack(CLI::App& app) {
+  struct Options {
+    PlaceOptions places;
+    std::vector<std::string> ids;
+  };
+  auto options = std::make_shared<Options>();
+  CLI::App* cmd =
+      app.add_subcommand("put-back", "Move cleared items from the Trash back where they were");
+  options->places.addTo(*cmd);
+  cmd->add_option("ids", options->ids, "Entry ids, as `dustwhale history` shows them")->required();
+
+  return [options] {
+    Session session(options->places.locations());
+    ScanModel& model = session.model();
+    int status = 0;
+    for (const std::string& wanted : options->ids) {
+      std::vector<ClearedLog::Entry> entries = ClearedLog::load(model.places());
+      const ClearedLog::Entry* match = nullptr;
+      for (const auto& e : entries) {
+        if (paths::asciiLower(e.id) == paths::asciiLower(wanted)) match = &e;
+      }
+      if (!match) {
+        std::cerr << "dustwhale: no cleared item with id " << displayText(wanted) << '\n';
+        status = 1;
+        continue;
+      }
+      bool ok = model.putBack(*match);
+      (ok ? std::cout : std::cerr) << model.message() << '\n';
+      if (!ok) status = 1;
+    }
+    return status;
+  };
+}
+
+}  // namespace dw::cli

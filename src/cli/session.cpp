@@ -1,0 +1,122 @@
+#include "cli/session.h"
+
+#include <pthread.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <iostream>
+#include <stdexcept>
+
+#include "base/paths.h"
+#include "cli/output.h"
+
+namespace dw::cli {
+
+bool stderrIsTerminal() {
+  return ::isatty(STDERR_FILENO) == 1;
+}
+bool stdinIsTerminal() {
+  return ::isatty(STDIN_FILENO) == 1;
+}
+
+void PlaceOptions::addTo(CLI::App& command) {
+  command.add_option("--root", root, "Scan a whole tree shaped like a computer's disk")
+      ->capture_default_str();
+  command.add_option("--home", home, "The home folder (default: yours)");
+  command.add_option("--layout", layout, "The places to read: macos")
+      ->check(CLI::IsMember({"macos"}));
+}
+
+Locations PlaceOptions::locations() const {
+  std::string h = home.empty() ? currentHome() : home;
+  if (h.empty() || h.front() != '/') {
+    char cwd[4096];
+    if (!::getcwd(cwd, sizeof cwd)) throw std::invalid_argument("cannot read the current folder");
+    h = paths::join(cwd, h);
+  }
+  std::string r = root.empty() ? "/" : root;
+  if (r.front() != '/') {
+    char cwd[4096];
+    if (!::getcwd(cwd, sizeof cwd)) throw std::invalid_argument("cannot read the current folder");
+    r = paths::join(cwd, r);
+  }
+  if (::access(h.c_str(), F_OK) != 0) throw std::invalid_argument(h + ": no such home folder");
+  if (!layout.empty() && !Locations::layoutNamed(layout))
+    throw std::invalid_argument("unknown layout " + layout);
+  if (home.empty() && (r == "/") && layout.empty()) return Locations::platformDefault(h);
+  return Locations::macos(r, h);
+}
+
+InterruptWatcher::InterruptWatcher() {
+  sigset_t set;
+  sigemptyset(&set);
+  sigaddset(&set, SIGINT);
+  pthread_sigmask(SIG_BLOCK, &set, nullptr);
+  thread_ = std::thread([this, set] {
+    while (true) {
+      int signal = 0;
+      if (sigwait(&set, &signal) != 0) continue;
+      if (stopping_) return;
+      std::function<void()> handler;
+      {
+        std::lock_guard lock(mutex_);
+        handler = handler_;
+      }
+      if (handler) handler();
+    }
+  });
+}
+
+InterruptWatcher::~InterruptWatcher() {
+  stopping_ = true;
+  pthread_kill(thread_.native_handle(), SIGINT);
+  thread_.join();
+  sigset_t set;
+  sigemptyset(&set);
+  sigaddset(&set, SIGINT);
+  pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
+}
+
+void InterruptWatcher::onInterrupt(std::function<void()> handler) {
+  std::lock_guard lock(mutex_);
+  handler_ = std::move(handler);
+}
+
+Session::Session(Locations places)
+    : workspace_(platform::systemWorkspace()), defaults_(places.defaultsFile) {
+  model_ = std::make_unique<ScanModel>(dispatcher_, std::move(places), *workspace_, defaults_);
+  // Ctrl-C arrives on the watcher's thread; the model is touched only on its own.
+  interrupts_.onInterrupt([this] {
+    dispatcher_.post([this] {
+      if (interruptAction_) interruptAction_();
+    });
+  });
+}
+
+Session::~Session() {
+  interrupts_.onInterrupt({});
+  model_.reset();
+}
+
+void Session::runUntil(const std::function<bool()>& done, std::function<void()> onInterrupt) {
+  interruptAction_ = std::move(onInterrupt);
+  dispatcher_.runUntil(done);
+  interruptAction_ = nullptr;
+}
+
+bool Session::scan() {
+  bool progress = stderrIsTerminal();
+  if (progress) {
+    model_->addObserver([this](ScanModel::Field field) {
+      if (field == ScanModel::Field::message && model_->phase() == ScanModel::Phase::scanning())
+        std::cerr << "\r\033[K" << model_->message() << std::flush;
+    });
+  }
+  model_->scan();
+  runUntil([&] { return !model_->isScanRunning(); }, [this] { model_->cancelScan(); });
+  if (progress) std::cerr << "\r\033[K" << std::flush;
+  // Only a scan that finished records when it did; a cancelled or failed one leaves it unset.
+  return model_->lastScannedAt().has_value();
+}
+
+}  // namespace dw::cli

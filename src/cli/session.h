@@ -1,0 +1,72 @@
+#pragma once
+// What every model-driven subcommand shares: the places (--root, --home, --layout), the model
+// with its run loop, and Ctrl-C, which asks the running work to stop instead of killing it.
+
+#include <CLI/CLI.hpp>
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "model/dispatcher.h"
+#include "model/scan_model.h"
+#include "platform/defaults.h"
+#include "platform/locations.h"
+#include "platform/workspace.h"
+
+namespace dw::cli {
+
+struct PlaceOptions {
+  std::string root = "/";
+  std::string home;
+  std::string layout;
+
+  void addTo(CLI::App& command);
+  // Throws CLI::ValidationError-like std::invalid_argument with a one-line reason.
+  Locations locations() const;
+};
+
+// Blocks SIGINT for the whole process (so every thread started afterwards inherits the mask)
+// and turns each Ctrl-C into a call of the handler on a thread of its own.
+class InterruptWatcher {
+ public:
+  InterruptWatcher();
+  ~InterruptWatcher();
+  void onInterrupt(std::function<void()> handler);
+
+ private:
+  std::atomic<bool> stopping_{false};
+  std::function<void()> handler_;
+  std::mutex mutex_;
+  std::thread thread_;
+};
+
+class Session {
+ public:
+  explicit Session(Locations places);
+  ~Session();
+
+  ScanModel& model() { return *model_; }
+  ThreadedDispatcher& dispatcher() { return dispatcher_; }
+
+  // Runs the main scan to its end, reporting each area on standard error when it is a
+  // terminal; Ctrl-C cancels it. True when the scan finished with results.
+  bool scan();
+  // Runs the model's loop until done() holds; Ctrl-C runs onInterrupt on the model's thread.
+  void runUntil(const std::function<bool()>& done, std::function<void()> onInterrupt);
+
+ private:
+  InterruptWatcher interrupts_;
+  ThreadedDispatcher dispatcher_;
+  std::unique_ptr<platform::Workspace> workspace_;
+  platform::UserDefaults defaults_;
+  std::unique_ptr<ScanModel> model_;
+  std::function<void()> interruptAction_;
+};
+
+bool stderrIsTerminal();
+bool stdinIsTerminal();
+
+}  // namespace dw::cli

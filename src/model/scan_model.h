@@ -1,0 +1,248 @@
+#pragma once
+// The one application state that every page reads and every action goes through. It belongs to
+// one thread (the model's thread); long work runs through the Dispatcher and comes back to that
+// thread before it touches anything here.
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "findings/cache_finding.h"
+#include "measure/volume_picture.h"
+#include "model/dispatcher.h"
+#include "platform/defaults.h"
+#include "platform/locations.h"
+#include "platform/workspace.h"
+#include "scanners/duplicates/duplicate_types.h"
+#include "scanners/spacemap/space_map_types.h"
+#include "scanners/uninstaller/app_record.h"
+#include "trash/cleared_log.h"
+#include "trash/clearing.h"
+
+namespace dw {
+
+class ScanModel {
+ public:
+  class Phase {
+   public:
+    enum class Kind { scanning, ready, clearing, failed };
+    static Phase scanning() { return Phase(Kind::scanning); }
+    static Phase ready() { return Phase(Kind::ready); }
+    static Phase clearing() { return Phase(Kind::clearing); }
+    static Phase failed(std::string text) { return Phase(Kind::failed, std::move(text)); }
+    Kind kind() const { return kind_; }
+    const std::string& text() const { return text_; }
+    bool operator==(const Phase&) const = default;
+
+   private:
+    explicit Phase(Kind kind, std::string text = {}) : kind_(kind), text_(std::move(text)) {}
+    Kind kind_;
+    std::string text_;
+  };
+
+  enum class ConfirmScope { caches, leftovers, files, duplicates };
+
+  struct Progress {
+    int done = 0;
+    int total = 0;
+    std::string current;
+    bool operator==(const Progress&) const = default;
+  };
+
+  // The published fields; an observer is told which one changed.
+  enum class Field {
+    phase,
+    lastScannedAt,
+    volumeName,
+    volume,
+    caches,
+    selected,
+    message,
+    confirm,
+    confirmScope,
+    trashedBytesThisSession,
+    progress,
+    scanArea,
+    unreadLeftoverLocations,
+    showFullDiskAccessPrompt,
+    clearedEntries,
+    offerRecentlyCleared,
+    duplicateGroups,
+    duplicateKeepPath,
+    duplicateSelected,
+    duplicateScope,
+    duplicateProgress,
+    duplicatesScanning,
+    duplicateSkipped,
+    spaceRoot,
+    spacePath,
+    spaceSelected,
+    spaceScanning,
+    spaceElapsed,
+    installedApps,
+    uninstallTarget,
+    appsNeedingAdmin,
+    appsLoading
+  };
+  using Observer = std::function<void(Field)>;
+
+  // What one main scan hands back to the model.
+  struct ScanResult {
+    VolumePicture volume;
+    std::vector<CacheFinding> findings;
+    std::vector<std::string> unreadLeftoverLocations;
+  };
+
+  // Sets the initial values and listens for Chrome launching and quitting. It does not scan.
+  ScanModel(Dispatcher& dispatcher, Locations places, platform::Workspace& workspace,
+            platform::UserDefaults& defaults);
+  ~ScanModel();
+  ScanModel(const ScanModel&) = delete;
+  ScanModel& operator=(const ScanModel&) = delete;
+
+  void addObserver(Observer observer);
+  const Locations& places() const { return places_; }
+
+  // Published state.
+  const Phase& phase() const { return phase_; }
+  const std::optional<TimePoint>& lastScannedAt() const { return lastScannedAt_; }
+  const std::string& volumeName() const { return volumeName_; }
+  const VolumePicture& volume() const { return volume_; }
+  const std::vector<CacheFinding>& caches() const { return caches_; }
+  const std::set<std::string>& selected() const { return selected_; }
+  const std::string& message() const { return message_; }
+  bool confirm() const { return confirm_; }
+  ConfirmScope confirmScope() const { return confirmScope_; }
+  std::int64_t trashedBytesThisSession() const { return trashedBytesThisSession_; }
+  const std::optional<Progress>& progress() const { return progress_; }
+  const std::optional<std::string>& scanArea() const { return scanArea_; }
+  const std::vector<std::string>& unreadLeftoverLocations() const {
+    return unreadLeftoverLocations_;
+  }
+  bool showFullDiskAccessPrompt() const { return showFullDiskAccessPrompt_; }
+  const std::vector<ClearedLog::Entry>& clearedEntries() const { return clearedEntries_; }
+  bool offerRecentlyCleared() const { return offerRecentlyCleared_; }
+  const std::vector<DuplicateScanner::Group>& duplicateGroups() const { return duplicateGroups_; }
+  const std::map<std::string, std::string>& duplicateKeepPath() const { return duplicateKeepPath_; }
+  const std::set<std::string>& duplicateSelected() const { return duplicateSelected_; }
+  DuplicateScanner::Scope duplicateScope() const { return duplicateScope_; }
+  const std::optional<std::string>& duplicateProgress() const { return duplicateProgress_; }
+  bool duplicatesScanning() const { return duplicatesScanning_; }
+  const std::vector<std::string>& duplicateSkipped() const { return duplicateSkipped_; }
+  const std::optional<SpaceMap::Node>& spaceRoot() const { return spaceRoot_; }
+  const std::vector<std::string>& spacePath() const { return spacePath_; }
+  const std::optional<std::string>& spaceSelected() const { return spaceSelected_; }
+  bool spaceScanning() const { return spaceScanning_; }
+  const std::optional<double>& spaceElapsed() const { return spaceElapsed_; }
+  const std::vector<AppUninstaller::AppRecord>& installedApps() const { return installedApps_; }
+  const std::optional<AppUninstaller::AppRecord>& uninstallTarget() const {
+    return uninstallTarget_;
+  }
+  const std::set<std::string>& appsNeedingAdmin() const { return appsNeedingAdmin_; }
+  bool appsLoading() const { return appsLoading_; }
+
+  std::uint64_t scanGeneration() const { return scanGeneration_; }
+  bool isScanRunning() const { return scanTask_ != nullptr; }
+  bool isClearRunning() const { return clearTask_ != nullptr; }
+
+  // The main scan.
+  void scan();
+  void cancelScan();
+  void scanAreaStarted(const std::string& area, std::uint64_t generation);
+
+  // Selection and confirmation.
+  void setSelected(const std::string& id, bool on);
+  void toggle(const std::string& id);
+  void select(std::set<std::string> ids);
+  void requestConfirm(ConfirmScope scope);
+  void dismissConfirm();
+
+  // Clearing: the selected findings of confirmScope, or (the command line's whole clear) of
+  // every kind at once under one session.
+  void clearSelected();
+  void clearFindings(std::optional<ConfirmScope> scope);
+  // Stops after the item in hand.
+  void stopClearing();
+  // The findings clearSelected would move for a scope (all kinds when none), in list order.
+  std::vector<CacheFinding> itemsToClear(std::optional<ConfirmScope> scope) const;
+
+  // Recently Cleared.
+  void reloadCleared();
+  bool putBack(const ClearedLog::Entry& entry);
+
+  // Chrome launched or quit (or any other app, which changes nothing).
+  void applicationEvent(const std::string& bundleID, bool launched);
+
+  // The main scan's work, run off the model's thread. announce reports each area before it is
+  // measured. Throws Cancelled.
+  static ScanResult runScanPipeline(const Locations& places, const platform::Workspace& workspace,
+                                    std::stop_token stop,
+                                    const std::function<void(const std::string&)>& announce);
+
+ private:
+  void notify(Field field);
+  void finishScan(ScanResult result, std::uint64_t generation);
+  void endScanWithError(bool cancelled, std::uint64_t generation);
+  void finishClear(Clearing::Outcome outcome);
+  // Posts to the model's thread a closure that runs only while this model is alive.
+  void postToModel(std::function<void()> closure);
+
+  Dispatcher& dispatcher_;
+  Locations places_;
+  platform::Workspace& workspace_;
+  platform::UserDefaults& defaults_;
+  std::vector<Observer> observers_;
+  std::shared_ptr<ScanModel*> alive_;
+
+  Phase phase_ = Phase::scanning();
+  std::optional<TimePoint> lastScannedAt_;
+  std::string volumeName_ = "This Mac";
+  VolumePicture volume_;
+  std::vector<CacheFinding> caches_;
+  std::set<std::string> selected_;
+  std::string message_ = "Measuring unused caches.";
+  bool confirm_ = false;
+  ConfirmScope confirmScope_ = ConfirmScope::caches;
+  std::int64_t trashedBytesThisSession_ = 0;
+  std::optional<Progress> progress_;
+  std::optional<std::string> scanArea_;
+  std::vector<std::string> unreadLeftoverLocations_;
+  bool showFullDiskAccessPrompt_ = false;
+  std::vector<ClearedLog::Entry> clearedEntries_;
+  bool offerRecentlyCleared_ = false;
+  std::vector<DuplicateScanner::Group> duplicateGroups_;
+  std::map<std::string, std::string> duplicateKeepPath_;
+  std::set<std::string> duplicateSelected_;
+  DuplicateScanner::Scope duplicateScope_ = DuplicateScanner::Scope::all();
+  std::optional<std::string> duplicateProgress_;
+  bool duplicatesScanning_ = false;
+  std::vector<std::string> duplicateSkipped_;
+  std::optional<SpaceMap::Node> spaceRoot_;
+  std::vector<std::string> spacePath_;
+  std::optional<std::string> spaceSelected_;
+  bool spaceScanning_ = false;
+  std::optional<double> spaceElapsed_;
+  std::vector<AppUninstaller::AppRecord> installedApps_;
+  std::optional<AppUninstaller::AppRecord> uninstallTarget_;
+  std::set<std::string> appsNeedingAdmin_;
+  bool appsLoading_ = false;
+
+  std::shared_ptr<TaskHandle> clearTask_;
+  std::shared_ptr<TaskHandle> scanTask_;
+  std::shared_ptr<TaskHandle> duplicateTask_;
+  std::uint64_t scanGeneration_ = 0;
+};
+
+// The area texts in the order a scan announces them.
+inline constexpr std::string_view kAreaLibraryCaches = "Library caches";
+inline constexpr std::string_view kAreaDeveloperCaches = "npm and Gradle";
+inline constexpr std::string_view kAreaChrome = "Chrome";
+inline constexpr std::string_view kAreaLargeFiles = "Large files";
+inline constexpr std::string_view kAreaLeftovers = "Leftovers";
+
+}  // namespace dw

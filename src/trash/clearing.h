@@ -1,0 +1,60 @@
+#pragma once
+// The clearing pipeline: each selected finding is checked again against the rules that let it
+// be listed, then moved to the Trash, one at a time, in order. Nothing is deleted; what no
+// longer passes stays where it is and is named in the result.
+
+#include <cstdint>
+#include <functional>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "findings/cache_finding.h"
+#include "platform/locations.h"
+#include "platform/workspace.h"
+#include "trash/cleared_log.h"
+
+namespace dw::Clearing {
+
+inline constexpr std::string_view kNoLongerAllowed = "no longer allowed";
+inline constexpr std::string_view kChromeIsOpen = "Chrome is open";
+inline constexpr std::string_view kInstalledAgain = "App is installed again";
+
+struct Failure {
+  std::string name;
+  std::string reason;
+  bool operator==(const Failure&) const = default;
+};
+
+struct Outcome {
+  std::string sessionID;
+  std::vector<ClearedLog::Entry> entries;  // one per moved item (per moved path of a leftover)
+  std::vector<std::string> movedIds;       // findings of which something moved
+  std::int64_t movedBytes = 0;
+  std::vector<Failure> failures;
+  std::vector<std::string> notes;
+  bool stopped = false;
+};
+
+struct Progress {
+  int done = 0;
+  int total = 0;
+  std::string current;
+};
+
+// Re-checks and moves every item. A stop request is honoured before the next item (and, in a
+// leftover, before the next path): the one in hand always finishes.
+Outcome clearFindings(const std::vector<CacheFinding>& items, const Locations& places,
+                      const platform::Workspace& workspace, std::stop_token stop,
+                      const std::function<void(const Progress&)>& onProgress = {});
+
+// "Some items stayed in place: a (reason), b (reason)." or "" when nothing failed.
+std::string failureSummary(const std::vector<Failure>& failures);
+// The one status line a clear ends with.
+std::string completionMessage(const Outcome& outcome);
+
+// Adds byte counts that cannot overflow in practice; an overflow is a programming error and
+// ends the program rather than showing a wrong amount.
+std::int64_t addBytes(std::int64_t a, std::int64_t b);
+
+}  // namespace dw::Clearing

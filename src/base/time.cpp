@@ -24,16 +24,22 @@ std::string format(TimePoint when, const char* pattern, bool utc) {
 
 std::string isoUtc(TimePoint when) { return format(when, "%Y-%m-%dT%H:%M:%SZ", true); }
 
+// Whole seconds and the fraction are converted apart, so that a date read from the log and
+// written again keeps the same number (a double of nanoseconds since 1970 cannot hold it).
 double referenceSeconds(TimePoint when) {
   using namespace std::chrono;
-  auto since = duration_cast<duration<double>>(when.time_since_epoch()).count();
-  return since - static_cast<double>(kReferenceEpoch);
+  auto whole = floor<seconds>(when);
+  auto fraction = duration_cast<nanoseconds>(when - whole).count();
+  return static_cast<double>(whole.time_since_epoch().count() - kReferenceEpoch) +
+         static_cast<double>(fraction) / 1e9;
 }
 
 TimePoint fromReferenceSeconds(double seconds) {
   using namespace std::chrono;
-  double unix = seconds + static_cast<double>(kReferenceEpoch);
-  return TimePoint(duration_cast<Clock::duration>(duration<double>(unix)));
+  double whole = std::floor(seconds);
+  auto fraction = nanoseconds(std::llround((seconds - whole) * 1e9));
+  auto since = std::chrono::seconds(static_cast<std::int64_t>(whole) + kReferenceEpoch);
+  return TimePoint(duration_cast<Clock::duration>(since + fraction));
 }
 
 TimePoint fromUnixSeconds(std::int64_t seconds) {

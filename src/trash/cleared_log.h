@@ -44,6 +44,8 @@ std::optional<std::vector<Entry>> decode(std::string_view text);
 // Adds records after the existing ones; nothing for an empty list. A missing or corrupt file
 // counts as empty and is replaced. Throws std::system_error when the folder cannot be created
 // or the file cannot be written. Safe against another process appending at the same time.
+// A record whose id or sessionID is not a UUID is refused (std::invalid_argument, nothing
+// written): it would make the whole log unreadable.
 void append(const std::vector<Entry>& entries, const Locations& places);
 void save(const std::vector<Entry>& entries, const Locations& places);
 // Newest first; a missing or corrupt file gives an empty list.

@@ -2,6 +2,7 @@
 // Folders that apps recreate by themselves: the children of ~/Library/Caches, the cache folders
 // of Chrome's profiles, and the npm, npx and Gradle caches. Stateless and read-only.
 
+#include <optional>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -13,8 +14,8 @@
 
 namespace dw::CacheScanner {
 
-inline constexpr std::int64_t kMinimumCacheBytes = 10'485'760;   // 10 MB
-inline constexpr std::int64_t kPreselectBytes = 52'428'800;      // 50 MB
+inline constexpr std::int64_t kMinimumCacheBytes = 10'485'760;  // 10 MB
+inline constexpr std::int64_t kPreselectBytes = 52'428'800;     // 50 MB
 inline constexpr std::string_view kChromeBundleID = "com.google.Chrome";
 
 // The three sources, one per scan area. Each throws only Cancelled (through the measurer).
@@ -39,5 +40,17 @@ void applyChromeRule(CacheFinding& finding, bool chromeRunning, const Locations&
 
 // The safe-location test that guards listing and every move of a cache.
 bool isSafeCacheLocation(const std::string& path, const Locations& places);
+// A cache folder of a Chrome profile (profile/Cache, profile/Service Worker/CacheStorage, ...),
+// links resolved, outside Desktop, Documents and project folders.
+bool isChromeProfileCache(const std::string& path, const Locations& places);
+// The listing rules a cache path must still meet before it moves: a safe cache location, or a
+// cache folder of a Chrome profile.
+bool isListableCache(const std::string& path, const Locations& places);
+
+// The finding for one measured ~/Library/Caches child, or nothing when it is too small, an
+// Apple folder or not in a safe place.
+std::optional<CacheFinding> libraryCacheFinding(const std::string& path,
+                                                const DiskSizer::SizeReading& reading,
+                                                bool chromeRunning, const Locations& places);
 
 }  // namespace dw::CacheScanner

@@ -1,0 +1,95 @@
+#include "scanners/largefiles/large_files_scanner.h"
+
+#include <sys/stat.h>
+
+#include <array>
+
+#include "base/paths.h"
+#include "measure/disk_sizer.h"
+#include "measure/project_folders.h"
+#include "platform/package.h"
+
+namespace dw::LargeFilesScanner {
+
+namespace {
+
+struct Folder {
+  std::string Locations::*path;
+  std::string_view note;
+  bool selectable;
+};
+const std::array<Folder, 3> kFolders = {{
+    {&Locations::downloads, "In Downloads. Nothing is removed until you select it and confirm.",
+     true},
+    {&Locations::desktop, "Shown only. Files on the Desktop stay.", false},
+    {&Locations::movies, "In Movies. Nothing is removed until you select it and confirm.", true},
+}};
+
+std::string resolved(const std::string& path) {
+  return paths::stripPrivate(paths::resolveSymlinks(path));
+}
+
+// The folders of the path between base and the file: none may be a project folder or a
+// package, and there may be no more of them than the listing enters.
+bool passesFoldersBelow(const std::string& file, const std::string& base) {
+  std::string_view rest = std::string_view(file).substr(base.size() + 1);
+  std::string folder = base;
+  int folders = 0;
+  size_t i = 0;
+  while (true) {
+    size_t slash = rest.find('/', i);
+    if (slash == std::string_view::npos) break;
+    std::string_view name = rest.substr(i, slash - i);
+    folder = paths::join(folder, name);
+    if (isProjectFolderName(name) || platform::isPackage(folder)) return false;
+    ++folders;
+    i = slash + 1;
+  }
+  return folders <= DiskSizer::kLargeFileDepth;
+}
+
+}  // namespace
+
+std::vector<CacheFinding> scan(const Locations& places, std::stop_token stop) {
+  std::vector<CacheFinding> findings;
+  for (const Folder& folder : kFolders) {
+    const std::string& root = places.*folder.path;
+    if (root.empty()) continue;
+    for (const DiskSizer::LargeFile& file : DiskSizer::listLargeFiles(
+             root, DiskSizer::kLargeFileMinimum, DiskSizer::kLargeFileDepth, stop)) {
+      CacheFinding f;
+      f.id = file.path;
+      f.name = std::string(paths::lastComponent(file.path));
+      f.path = paths::tilde(file.path, places.home);
+      f.bytes = file.bytes;
+      f.note = std::string(folder.note);
+      f.kind = CacheFinding::Kind::file;
+      f.suggested = false;
+      f.removable = folder.selectable && isAllowedLocation(file.path, places);
+      f.contentModified = file.modified;
+      findings.push_back(std::move(f));
+    }
+  }
+  return findings;
+}
+
+bool isAllowedLocation(const std::string& path, const Locations& places) {
+  struct stat s {};
+  // The item itself: a regular file, never a link (moving a link would not free its target).
+  if (path.empty() || ::lstat(path.c_str(), &s) != 0 || !S_ISREG(s.st_mode)) return false;
+  std::string file = resolved(path);
+  for (const std::string* refused : {&places.desktop, &places.documents}) {
+    if (!refused->empty() && (paths::isWithin(file, resolved(*refused)) ||
+                              paths::isWithin(file, paths::stripPrivate(*refused)))) {
+      return false;
+    }
+  }
+  for (const std::string* searched : {&places.downloads, &places.movies}) {
+    if (searched->empty()) continue;
+    std::string base = resolved(*searched);
+    if (paths::isStrictlyWithin(file, base)) return passesFoldersBelow(file, base);
+  }
+  return false;
+}
+
+}  // namespace dw::LargeFilesScanner

@@ -1,0 +1,473 @@
+#include "scanners/leftovers/leftover_scanner.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <map>
+
+#include "base/paths.h"
+#include "base/time.h"
+#include "measure/disk_sizer.h"
+#include "platform/plist.h"
+
+namespace dw::LeftoverScanner {
+
+namespace {
+
+using EntryRule = Locations::EntryRule;
+
+constexpr std::array<std::string_view, 6> kNestedBundleFolders = {
+    "Contents/PlugIns",
+    "Contents/XPCServices",
+    "Contents/Library/LoginItems",
+    "Contents/Library/LaunchServices",
+    "Contents/Library/SystemExtensions",
+    "Contents/Helpers"};
+
+constexpr std::array<std::string_view, 13> kFirstComponents = {
+    "com", "org", "net", "edu", "io", "ai", "me", "cc", "tv", "app", "co", "dev", "info"};
+constexpr std::array<std::string_view, 8> kFileTypeWords = {
+    "dat", "tmp", "log", "binarycookies", "store", "cache", "db", "sqlite"};
+
+constexpr std::array<std::string_view, 16> kSharedUpdaters = {
+    "com.google.Keystone",
+    "com.google.GoogleUpdater",
+    "com.microsoft.autoupdate",
+    "com.google.Keystone.Agent",
+    "com.google.Keystone.Daemon",
+    "com.microsoft.autoupdate.fba",
+    "com.microsoft.autoupdate2",
+    "com.microsoft.OneDriveStandaloneUpdater",
+    "com.adobe.AdobeCreativeCloud",
+    "com.adobe.acc.AdobeCreativeCloud",
+    "com.adobe.acc.AdobeDesktopService",
+    "com.adobe.AdobeDesktopService",
+    "com.adobe.ARMDCHelper",
+    "com.adobe.AdobeGCClient",
+    "com.adobe.AdobeCRDaemon",
+    "com.adobe.accmac"};
+constexpr std::array<std::string_view, 11> kIgnoredPrefixes = {"com.google.Keystone",
+                                                               "com.google.GoogleUpdater",
+                                                               "com.microsoft.autoupdate",
+                                                               "com.adobe.acc.",
+                                                               "com.adobe.ARMDC",
+                                                               "org.cups.",
+                                                               "com.firebase.",
+                                                               "com.segment.",
+                                                               "com.qtproject",
+                                                               "org.webkit.",
+                                                               "com.android."};
+
+constexpr std::string_view kLaunchAgentsInPath = "/Library/LaunchAgents/";
+
+template <size_t N>
+bool isOneOf(std::string_view word, const std::array<std::string_view, N>& words) {
+  return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+std::string resolved(const std::string& path) {
+  return paths::stripPrivate(paths::resolveSymlinks(path));
+}
+
+// The same place below the resolved home, so that a home reached through a link compares
+// equal to its real path.
+std::string underResolvedHome(const std::string& path, const Locations& places,
+                              const std::string& resolvedHome) {
+  if (!paths::isWithin(path, places.home)) return resolved(path);
+  return paths::standardize(resolvedHome + path.substr(places.home.size()));
+}
+
+struct Entry {
+  std::string name;
+  mode_t type = 0;  // lstat's file type bits; links are not followed
+};
+
+// nullopt when the folder exists but cannot be listed; an empty list when it is missing.
+std::optional<std::vector<Entry>> listFolder(const std::string& folder) {
+  std::vector<Entry> entries;
+  DIR* dir = ::opendir(folder.c_str());
+  if (!dir) {
+    if (errno == ENOENT || errno == ENOTDIR) return entries;
+    return std::nullopt;
+  }
+  while (dirent* e = ::readdir(dir)) {
+    std::string_view name = e->d_name;
+    if (name == "." || name == "..") continue;
+    struct stat s {};
+    if (::lstat(paths::join(folder, name).c_str(), &s) != 0) continue;
+    entries.push_back({std::string(name), s.st_mode & S_IFMT});
+  }
+  ::closedir(dir);
+  std::sort(entries.begin(), entries.end(),
+            [](const Entry& a, const Entry& b) { return a.name < b.name; });
+  return entries;
+}
+
+// Folders a bundle may be reached through: real folders and links to folders (an app in
+// /Applications may be a link to one kept elsewhere; reading its Info.plist changes nothing).
+bool isFolderOrLinkToOne(const std::string& path) {
+  struct stat s {};
+  return ::stat(path.c_str(), &s) == 0 && S_ISDIR(s.st_mode);
+}
+
+void addBundleID(const std::string& bundle, std::set<std::string>& ids) {
+  auto info = platform::readPropertyList(paths::join(bundle, "Contents/Info.plist"));
+  if (!info) return;
+  if (auto id = info->string("CFBundleIdentifier"); id && !id->empty()) ids.insert(*id);
+}
+
+void addBundlesIn(const std::string& folder, std::set<std::string>& ids, bool nested) {
+  auto entries = listFolder(folder);
+  if (!entries) return;
+  for (const Entry& e : *entries) {
+    std::string bundle = paths::join(folder, e.name);
+    if (!isFolderOrLinkToOne(bundle)) continue;
+    addBundleID(bundle, ids);
+    if (!nested) continue;
+    for (std::string_view inner : kNestedBundleFolders) {
+      addBundlesIn(paths::join(bundle, inner), ids, false);
+    }
+  }
+}
+
+bool endsWith(std::string_view text, std::string_view suffix) {
+  return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
+}
+
+struct AgentPlist {
+  std::string label;
+  std::optional<std::string> program;
+};
+
+std::optional<AgentPlist> readAgent(const std::string& path) {
+  auto list = platform::readPropertyList(path);
+  if (!list) return std::nullopt;
+  auto label = list->string("Label");
+  if (!label) return std::nullopt;
+  AgentPlist agent{*label, std::nullopt};
+  std::vector<std::string> arguments = list->strings("ProgramArguments");
+  if (!arguments.empty() && !arguments.front().empty()) {
+    agent.program = arguments.front();
+  } else if (auto program = list->string("Program"); program && !program->empty()) {
+    agent.program = *program;  // launchd's other way of naming the program
+  }
+  return agent;
+}
+
+// The candidate identifier an entry yields under its location's rule, if any.
+std::optional<std::string> candidateOf(const std::string& folder, const Entry& e, EntryRule rule,
+                                       std::optional<std::string>* program = nullptr) {
+  switch (rule) {
+    case EntryRule::folderName:
+      if (e.type == S_IFDIR) return e.name;
+      return std::nullopt;
+    case EntryRule::plistFileName:
+      if (e.type == S_IFREG && endsWith(e.name, ".plist")) {
+        return e.name.substr(0, e.name.size() - 6);
+      }
+      return std::nullopt;
+    case EntryRule::savedStateName:
+      if (e.type == S_IFDIR && endsWith(e.name, ".savedState")) {
+        return e.name.substr(0, e.name.size() - 11);
+      }
+      return std::nullopt;
+    case EntryRule::launchAgentLabel: {
+      if (e.type != S_IFREG || !endsWith(e.name, "plist")) return std::nullopt;
+      auto agent = readAgent(paths::join(folder, e.name));
+      if (!agent) return std::nullopt;
+      if (program) *program = agent->program;
+      return agent->label;
+    }
+  }
+  return std::nullopt;
+}
+
+// Whether the program an agent starts is still on disk. A program that cannot be judged (a
+// bare name looked up on the PATH, a folder that cannot be read) counts as present, so its
+// agent stays where it is.
+bool programExists(const std::optional<std::string>& program, const Locations& places) {
+  if (!program || program->empty() || program->front() != '/') return true;
+  struct stat s {};
+  if (::stat(places.underRoot(*program).c_str(), &s) == 0) return true;
+  return errno != ENOENT && errno != ENOTDIR;
+}
+
+struct FoundPath {
+  std::string path;
+  size_t location;  // index into places.leftoverLocations
+  bool launchAgent;
+};
+
+struct Group {
+  std::vector<FoundPath> paths;
+};
+
+bool isReportable(const Group& group, const Locations& places) {
+  for (const FoundPath& p : group.paths) {
+    if (p.launchAgent) return true;
+    std::string_view folder = places.leftoverLocations[p.location].path;
+    for (std::string_view kind : {"/Library/Application Support", "/Library/Containers",
+                                  "/Library/Saved Application State", "/Library/WebKit"}) {
+      if (endsWith(folder, kind)) return true;
+    }
+  }
+  return false;
+}
+
+std::string appNameFor(const std::string& bundleID) {
+  auto dot = bundleID.rfind('.');
+  return dot == std::string::npos ? bundleID : bundleID.substr(dot + 1);
+}
+
+std::vector<LargestFile> largestFilesOf(const std::vector<std::string>& paths,
+                                        const std::stop_token& stop) {
+  std::vector<LargestFile> files;
+  for (const std::string& path : paths) {
+    struct stat s {};
+    if (::lstat(path.c_str(), &s) != 0) continue;
+    if (S_ISREG(s.st_mode)) {
+      files.push_back(
+          {std::string(paths::lastComponent(path)), static_cast<std::int64_t>(s.st_size)});
+    } else if (S_ISDIR(s.st_mode)) {
+      for (const DiskSizer::LargeFile& f : DiskSizer::listLargeFiles(path, 1, 12, stop)) {
+        files.push_back({std::string(paths::lastComponent(f.path)), f.bytes});
+      }
+    }
+  }
+  std::stable_sort(files.begin(), files.end(),
+                   [](const LargestFile& a, const LargestFile& b) { return a.bytes > b.bytes; });
+  if (files.size() > 3) files.resize(3);
+  return files;
+}
+
+// The newest modification second among the readings, or, when no regular file was counted
+// (only empty folders), the newest of the paths' own dates.
+TimePoint lastModifiedOf(const std::vector<std::string>& paths,
+                         const std::vector<DiskSizer::SizeReading>& readings) {
+  std::optional<TimePoint> newest;
+  for (const auto& r : readings) {
+    if (r.newest && (!newest || *r.newest > *newest)) newest = r.newest;
+  }
+  if (newest) return *newest;
+  TimePoint latest{};
+  for (const std::string& path : paths) {
+    struct stat s {};
+    if (::lstat(path.c_str(), &s) == 0) {
+      latest = std::max(latest, timefmt::fromUnixSeconds(s.st_mtim.tv_sec));
+    }
+  }
+  return latest;
+}
+
+}  // namespace
+
+bool hasBundleIDShape(std::string_view candidate) {
+  if (candidate.empty() || candidate.front() == '.') return false;
+  std::vector<std::string_view> components;
+  size_t i = 0;
+  while (true) {
+    size_t dot = candidate.find('.', i);
+    std::string_view part = candidate.substr(i, dot == std::string_view::npos ? dot : dot - i);
+    if (part.empty()) return false;
+    for (char c : part) {
+      bool valid = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+                   c == '-' || c == '_';
+      if (!valid) return false;
+    }
+    components.push_back(part);
+    if (dot == std::string_view::npos) break;
+    i = dot + 1;
+  }
+  return components.size() >= 2 &&
+         isOneOf(paths::asciiLower(components.front()), kFirstComponents) &&
+         !isOneOf(paths::asciiLower(components.back()), kFileTypeWords);
+}
+
+bool isNeverReported(std::string_view bundleID) {
+  // Apple's own identifiers are refused however they are cased.
+  if (paths::asciiLower(bundleID.substr(0, 10)) == "com.apple.") return true;
+  if (isOneOf(bundleID, kSharedUpdaters)) return true;
+  for (std::string_view prefix : kIgnoredPrefixes) {
+    if (bundleID.substr(0, prefix.size()) == prefix) return true;
+  }
+  return false;
+}
+
+bool isAccountedFor(const std::string& bundleID, const std::set<std::string>& installed) {
+  std::string form = bundleID;
+  while (!form.empty()) {
+    if (installed.contains(form)) return true;
+    auto dot = form.rfind('.');
+    if (dot == std::string::npos) break;
+    form.resize(dot);
+  }
+  // The system matches identifiers without regard to case; an installed app whose files carry
+  // a differently cased identifier still owns them.
+  std::string lower = paths::asciiLower(bundleID);
+  for (const std::string& id : installed) {
+    std::string installedLower = paths::asciiLower(id);
+    if (lower == installedLower ||
+        (lower.size() > installedLower.size() && lower.starts_with(installedLower) &&
+         lower[installedLower.size()] == '.')) {
+      return true;
+    }
+  }
+  return false;
+}
+
+std::set<std::string> installedBundleIDs(const Locations& places) {
+  std::set<std::string> ids;
+  for (const std::string& folder : places.applicationFolders)
+    addBundlesIn(folder, ids, true);
+  // System extensions sit in the folder itself or one folder down (one per team or UUID).
+  if (auto entries = listFolder(places.systemExtensions)) {
+    for (const Entry& e : *entries) {
+      std::string path = paths::join(places.systemExtensions, e.name);
+      if (!isFolderOrLinkToOne(path)) continue;
+      if (endsWith(e.name, "systemextension")) {
+        addBundleID(path, ids);
+      } else if (auto inner = listFolder(path)) {
+        for (const Entry& x : *inner) {
+          std::string bundle = paths::join(path, x.name);
+          if (endsWith(x.name, "systemextension") && isFolderOrLinkToOne(bundle)) {
+            addBundleID(bundle, ids);
+          }
+        }
+      }
+    }
+  }
+  // The running program is installed by definition.
+  if (!places.bundleID.empty()) ids.insert(places.bundleID);
+  return ids;
+}
+
+bool isAllowedPath(const std::string& path, const Locations& places) {
+  if (path.empty()) return false;
+  std::string resolvedHome = resolved(places.home);
+  std::string file = resolved(path);
+  if (!paths::isStrictlyWithin(file, paths::join(resolvedHome, "Library"))) return false;
+  for (const std::string* folder : {&places.desktop, &places.documents}) {
+    if (paths::isWithin(file, underResolvedHome(*folder, places, resolvedHome)) ||
+        paths::isWithin(file, resolved(*folder))) {
+      return false;
+    }
+  }
+  for (const std::string& root : places.refusedRoots) {
+    if (paths::isWithin(file, resolved(root))) return false;
+  }
+  return true;
+}
+
+bool stillBelongsTo(const std::string& path, const std::string& bundleID, const Locations& places) {
+  if (!hasBundleIDShape(bundleID) || isNeverReported(bundleID)) return false;
+  if (!isAllowedPath(path, places)) return false;
+  std::string standard = paths::standardize(path);
+  std::string folder(paths::parent(standard));
+  for (const Locations::LeftoverLocation& location : places.leftoverLocations) {
+    if (paths::standardize(location.path) != folder) continue;
+    struct stat s {};
+    if (::lstat(standard.c_str(), &s) != 0) return false;
+    Entry e{std::string(paths::lastComponent(standard)), s.st_mode & S_IFMT};
+    auto candidate = candidateOf(folder, e, location.rule);
+    return candidate && *candidate == bundleID;
+  }
+  return false;
+}
+
+Result scan(const Locations& places, SharedMeasurer& measurer) {
+  Result result;
+  std::set<std::string> installed = installedBundleIDs(places);
+
+  std::map<std::string, Group> groups;
+  for (size_t index = 0; index < places.leftoverLocations.size(); ++index) {
+    throwIfCancelled(measurer.stopToken());
+    const Locations::LeftoverLocation& location = places.leftoverLocations[index];
+    auto entries = listFolder(location.path);
+    if (!entries) {
+      result.unreadableLocations.push_back(location.display);
+      continue;
+    }
+    for (const Entry& e : *entries) {
+      std::optional<std::string> program;
+      auto candidate = candidateOf(location.path, e, location.rule, &program);
+      if (!candidate || !hasBundleIDShape(*candidate)) continue;
+      if (isNeverReported(*candidate) || isAccountedFor(*candidate, installed)) continue;
+      std::string path = paths::join(location.path, e.name);
+      bool agent = location.rule == EntryRule::launchAgentLabel;
+      // An agent whose program is still there is someone's working login item.
+      if (agent && programExists(program, places)) continue;
+      if (!isAllowedPath(path, places)) continue;
+      groups[*candidate].paths.push_back({path, index, agent});
+    }
+  }
+  std::erase_if(groups, [&](const auto& item) { return !isReportable(item.second, places); });
+
+  // Every path of every group in one list, so that both cores measure.
+  std::vector<std::string> all;
+  for (const auto& [id, group] : groups) {
+    for (const FoundPath& p : group.paths)
+      all.push_back(p.path);
+  }
+  std::vector<DiskSizer::SizeReading> readings = measurer.measureAll(all);
+
+  size_t next = 0;
+  for (const auto& [id, group] : groups) {
+    LeftoverFinding f;
+    f.bundleID = id;
+    f.appName = appNameFor(id);
+    std::vector<DiskSizer::SizeReading> mine;
+    std::vector<bool> seenLocation(places.leftoverLocations.size(), false);
+    for (const FoundPath& p : group.paths) {
+      f.removablePaths.push_back(p.path);
+      mine.push_back(readings[next++]);
+      f.bytes += mine.back().bytes;
+      seenLocation[p.location] = true;
+    }
+    f.lastModified = lastModifiedOf(f.removablePaths, mine);
+    for (size_t i = 0; i < seenLocation.size(); ++i) {
+      if (seenLocation[i]) f.evidence.push_back(places.leftoverLocations[i].display);
+    }
+    if (f.bytes >= kLargestFilesFrom) {
+      f.largestFiles = largestFilesOf(f.removablePaths, measurer.stopToken());
+    }
+    result.findings.push_back(std::move(f));
+  }
+  std::stable_sort(
+      result.findings.begin(), result.findings.end(),
+      [](const LeftoverFinding& a, const LeftoverFinding& b) { return a.bytes > b.bytes; });
+  return result;
+}
+
+CacheFinding toCacheFinding(const LeftoverFinding& finding, const Locations& places) {
+  CacheFinding c;
+  c.id = std::string(kLeftoverIdPrefix) + finding.bundleID;
+  c.name = finding.appName;
+  c.path = finding.removablePaths.empty()
+               ? std::string()
+               : paths::tilde(finding.removablePaths.front(), places.home);
+  c.bytes = finding.bytes;
+  c.kind = CacheFinding::Kind::leftover;
+  c.suggested = false;
+  c.removable = true;
+  c.note = "Last used " + timefmt::localDate(finding.lastModified);
+  bool loginItem = std::any_of(
+      finding.removablePaths.begin(), finding.removablePaths.end(),
+      [](const std::string& p) { return p.find(kLaunchAgentsInPath) != std::string::npos; });
+  if (loginItem) {
+    c.note += " Stops " + c.name + " from starting at login. Takes effect at your next login.";
+  }
+  c.leftoverPaths = finding.removablePaths;
+  c.leftoverEvidence = finding.evidence;
+  c.leftoverBundleID = finding.bundleID;
+  c.leftoverLastUsed = finding.lastModified;
+  for (const LargestFile& file : finding.largestFiles) {
+    c.leftoverLargestFiles.push_back({file.name, file.bytes});
+  }
+  c.contentModified = finding.lastModified;
+  return c;
+}
+
+}  // namespace dw::LeftoverScanner

@@ -195,14 +195,16 @@ class Parser {
     if (s_[i_] == '0') {
       ++i_;
     } else {
-      while (i_ < s_.size() && s_[i_] >= '0' && s_[i_] <= '9') ++i_;
+      while (i_ < s_.size() && s_[i_] >= '0' && s_[i_] <= '9')
+        ++i_;
     }
     bool integral = true;
     if (i_ < s_.size() && s_[i_] == '.') {
       integral = false;
       ++i_;
       size_t digits = i_;
-      while (i_ < s_.size() && s_[i_] >= '0' && s_[i_] <= '9') ++i_;
+      while (i_ < s_.size() && s_[i_] >= '0' && s_[i_] <= '9')
+        ++i_;
       if (i_ == digits) return std::nullopt;
     }
     if (i_ < s_.size() && (s_[i_] == 'e' || s_[i_] == 'E')) {
@@ -210,7 +212,8 @@ class Parser {
       ++i_;
       if (i_ < s_.size() && (s_[i_] == '+' || s_[i_] == '-')) ++i_;
       size_t digits = i_;
-      while (i_ < s_.size() && s_[i_] >= '0' && s_[i_] <= '9') ++i_;
+      while (i_ < s_.size() && s_[i_] >= '0' && s_[i_] <= '9')
+        ++i_;
       if (i_ == digits) return std::nullopt;
     }
     const char* first = s_.data() + start;
@@ -266,14 +269,30 @@ class Parser {
       if (++i_ >= s_.size()) return std::nullopt;
       char e = s_[i_++];
       switch (e) {
-        case '"': out += '"'; break;
-        case '\\': out += '\\'; break;
-        case '/': out += '/'; break;
-        case 'b': out += '\b'; break;
-        case 'f': out += '\f'; break;
-        case 'n': out += '\n'; break;
-        case 'r': out += '\r'; break;
-        case 't': out += '\t'; break;
+        case '"':
+          out += '"';
+          break;
+        case '\\':
+          out += '\\';
+          break;
+        case '/':
+          out += '/';
+          break;
+        case 'b':
+          out += '\b';
+          break;
+        case 'f':
+          out += '\f';
+          break;
+        case 'n':
+          out += '\n';
+          break;
+        case 'r':
+          out += '\r';
+          break;
+        case 't':
+          out += '\t';
+          break;
         case 'u': {
           auto u = hex4();
           if (!u) return std::nullopt;
@@ -369,18 +388,40 @@ void writeString(std::string& out, std::string_view bytes, bool escapeSlashes) {
   while (i < bytes.size()) {
     unsigned char c = static_cast<unsigned char>(bytes[i]);
     switch (c) {
-      case '"': out += "\\\""; ++i; continue;
-      case '\\': out += "\\\\"; ++i; continue;
-      case '\n': out += "\\n"; ++i; continue;
-      case '\r': out += "\\r"; ++i; continue;
-      case '\t': out += "\\t"; ++i; continue;
-      case '\b': out += "\\b"; ++i; continue;
-      case '\f': out += "\\f"; ++i; continue;
+      case '"':
+        out += "\\\"";
+        ++i;
+        continue;
+      case '\\':
+        out += "\\\\";
+        ++i;
+        continue;
+      case '\n':
+        out += "\\n";
+        ++i;
+        continue;
+      case '\r':
+        out += "\\r";
+        ++i;
+        continue;
+      case '\t':
+        out += "\\t";
+        ++i;
+        continue;
+      case '\b':
+        out += "\\b";
+        ++i;
+        continue;
+      case '\f':
+        out += "\\f";
+        ++i;
+        continue;
       case '/':
         out += escapeSlashes ? "\\/" : "/";
         ++i;
         continue;
-      default: break;
+      default:
+        break;
     }
     if (c < 0x20) {
       appendHex4(out, c);
@@ -405,6 +446,8 @@ std::string write(const Value& value, const WriteOptions& options) {
   return out;
 }
 
-std::optional<Value> parse(std::string_view text) { return Parser(text).document(); }
+std::optional<Value> parse(std::string_view text) {
+  return Parser(text).document();
+}
 
 }  // namespace dw::json

@@ -1,9 +1,9 @@
 #include "base/paths.h"
 
-#include <climits>
-#include <cstdlib>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <climits>
+#include <cstdlib>
 #include <vector>
 
 namespace dw::paths {
@@ -11,20 +11,23 @@ namespace dw::paths {
 std::string join(std::string_view folder, std::string_view name) {
   std::string out(folder);
   if (out.empty() || out.back() != '/') out += '/';
-  while (!name.empty() && name.front() == '/') name.remove_prefix(1);
+  while (!name.empty() && name.front() == '/')
+    name.remove_prefix(1);
   out += name;
   return out;
 }
 
 std::string_view lastComponent(std::string_view path) {
-  while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
+  while (path.size() > 1 && path.back() == '/')
+    path.remove_suffix(1);
   auto slash = path.rfind('/');
   if (slash == std::string_view::npos || path.size() == 1) return path;
   return path.substr(slash + 1);
 }
 
 std::string_view parent(std::string_view path) {
-  while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
+  while (path.size() > 1 && path.back() == '/')
+    path.remove_suffix(1);
   auto slash = path.rfind('/');
   if (slash == std::string_view::npos) return {};
   if (slash == 0) return "/";
@@ -90,15 +93,18 @@ std::string stripPrivate(std::string_view path) {
 }
 
 bool isWithin(std::string_view path, std::string_view folder) {
-  while (folder.size() > 1 && folder.back() == '/') folder.remove_suffix(1);
+  while (folder.size() > 1 && folder.back() == '/')
+    folder.remove_suffix(1);
   if (folder == "/") return !path.empty() && path.front() == '/';
   if (path.substr(0, folder.size()) != folder) return false;
   return path.size() == folder.size() || path[folder.size()] == '/';
 }
 
 bool isStrictlyWithin(std::string_view path, std::string_view folder) {
-  while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
-  while (folder.size() > 1 && folder.back() == '/') folder.remove_suffix(1);
+  while (path.size() > 1 && path.back() == '/')
+    path.remove_suffix(1);
+  while (folder.size() > 1 && folder.back() == '/')
+    folder.remove_suffix(1);
   return path != folder && isWithin(path, folder);
 }
 

@@ -22,7 +22,9 @@ std::string format(TimePoint when, const char* pattern, bool utc) {
 }
 }  // namespace
 
-std::string isoUtc(TimePoint when) { return format(when, "%Y-%m-%dT%H:%M:%SZ", true); }
+std::string isoUtc(TimePoint when) {
+  return format(when, "%Y-%m-%dT%H:%M:%SZ", true);
+}
 
 // Whole seconds and the fraction are converted apart, so that a date read from the log and
 // written again keeps the same number (a double of nanoseconds since 1970 cannot hold it).
@@ -46,8 +48,12 @@ TimePoint fromUnixSeconds(std::int64_t seconds) {
   return TimePoint(std::chrono::seconds(seconds));
 }
 
-std::string localDateTime(TimePoint when) { return format(when, "%Y-%m-%d %H:%M:%S", false); }
+std::string localDateTime(TimePoint when) {
+  return format(when, "%Y-%m-%d %H:%M:%S", false);
+}
 
-std::string localDate(TimePoint when) { return format(when, "%b %-d, %Y", false); }
+std::string localDate(TimePoint when) {
+  return format(when, "%b %-d, %Y", false);
+}
 
 }  // namespace dw::timefmt

@@ -4,9 +4,12 @@ namespace dw {
 
 std::string_view kindName(CacheFinding::Kind kind) {
   switch (kind) {
-    case CacheFinding::Kind::cache: return "cache";
-    case CacheFinding::Kind::file: return "file";
-    case CacheFinding::Kind::leftover: return "leftover";
+    case CacheFinding::Kind::cache:
+      return "cache";
+    case CacheFinding::Kind::file:
+      return "file";
+    case CacheFinding::Kind::leftover:
+      return "leftover";
   }
   return "cache";
 }

@@ -26,7 +26,9 @@ bool contains(const std::string& text, std::string_view word) {
 
 }  // namespace
 
-bool noteSaysQuit(std::string_view note) { return paths::containsInsensitive(note, "quit"); }
+bool noteSaysQuit(std::string_view note) {
+  return paths::containsInsensitive(note, "quit");
+}
 
 bool isLoginItem(const CacheFinding& f) {
   for (const auto& p : f.leftoverPaths) {
@@ -70,9 +72,12 @@ std::string summary(const CacheFinding& f) {
   }
   if (!f.note.empty()) return f.note;
   switch (f.kind) {
-    case CacheFinding::Kind::cache: return "Temporary files this app can rebuild.";
-    case CacheFinding::Kind::file: return "A large file. Nothing is selected until you choose it.";
-    case CacheFinding::Kind::leftover: return "Left behind by an app that is no longer installed.";
+    case CacheFinding::Kind::cache:
+      return "Temporary files this app can rebuild.";
+    case CacheFinding::Kind::file:
+      return "A large file. Nothing is selected until you choose it.";
+    case CacheFinding::Kind::leftover:
+      return "Left behind by an app that is no longer installed.";
   }
   return f.note;
 }
@@ -91,7 +96,8 @@ std::string cacheExplanation(const CacheFinding& f) {
     return "Spotify downloads this cache again when you play something. Your library stays.";
   if (contains(path, "slack") || contains(name, "slack"))
     return "Slack downloads messages and files again when you open them. Your account stays.";
-  if (isDeveloperTools(f)) return "Xcode rebuilds this the next time you build. Your projects stay.";
+  if (isDeveloperTools(f))
+    return "Xcode rebuilds this the next time you build. Your projects stay.";
   if (isBrowser(f))
     return "This is a browser cache. Pages load again from the network. Bookmarks and passwords "
            "stay.";
@@ -103,7 +109,8 @@ std::string whySafe(const CacheFinding& f) {
     return "Stops " + f.name +
            " from starting at login. Takes effect at your next login. Your documents stay.";
   switch (f.kind) {
-    case CacheFinding::Kind::cache: return cacheExplanation(f);
+    case CacheFinding::Kind::cache:
+      return cacheExplanation(f);
     case CacheFinding::Kind::file:
       return "This is a file you chose to review. It is not recreated automatically, and it stays "
              "until you move it.";
@@ -127,9 +134,12 @@ std::string cacheDisplayName(std::string_view folderName) {
 std::string badge(const CacheFinding& f) {
   if (f.removable) {
     switch (f.kind) {
-      case CacheFinding::Kind::cache: return "Safe to clear";
-      case CacheFinding::Kind::file: return "Your call";
-      case CacheFinding::Kind::leftover: return "Review";
+      case CacheFinding::Kind::cache:
+        return "Safe to clear";
+      case CacheFinding::Kind::file:
+        return "Your call";
+      case CacheFinding::Kind::leftover:
+        return "Review";
     }
   }
   if (noteSaysQuit(f.note)) return "Quit " + f.name + " first";

@@ -6,8 +6,8 @@ namespace dw {
 
 bool isProjectFolderName(std::string_view name) {
   static constexpr std::array<std::string_view, 10> kNames = {
-      "node_modules", ".next", ".venv", "venv", "build", "dist", "DerivedData", "Pods",
-      "android",      "ios"};
+      "node_modules", ".next",       ".venv", "venv",    "build",
+      "dist",         "DerivedData", "Pods",  "android", "ios"};
   for (auto known : kNames) {
     if (known == name) return true;
   }

@@ -58,7 +58,8 @@ std::vector<DiskSizer::SizeReading> SharedMeasurer::measureAll(
   };
   size_t helpers = std::min<size_t>(threads_, paths.size());
   std::vector<std::jthread> pool;
-  for (size_t t = 1; t < helpers; ++t) pool.emplace_back(work);
+  for (size_t t = 1; t < helpers; ++t)
+    pool.emplace_back(work);
   work();
   pool.clear();  // joins
   if (failure) std::rethrow_exception(failure);

@@ -11,7 +11,7 @@ class UserDefaults {
   // Linux: a small JSON file (Locations::defaultsFile); macOS: the system's defaults.
   explicit UserDefaults(std::string file);
 
-  bool boolValue(std::string_view key) const;     // false when absent or unreadable
+  bool boolValue(std::string_view key) const;      // false when absent or unreadable
   bool setBool(std::string_view key, bool value);  // written atomically; false on failure
 
  private:

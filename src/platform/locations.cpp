@@ -67,8 +67,7 @@ Locations Locations::macos(std::string root, std::string home, std::string bundl
   l.applicationFolders = {l.underRoot("/Applications"), paths::join(h, "Applications"),
                           l.underRoot("/Applications/Utilities")};
   l.systemExtensions = l.underRoot("/Library/SystemExtensions");
-  l.refusedRoots = {l.underRoot("/Applications"), l.underRoot("/Library"),
-                    l.underRoot("/System")};
+  l.refusedRoots = {l.underRoot("/Applications"), l.underRoot("/Library"), l.underRoot("/System")};
 
 #ifdef __APPLE__
   l.logFile = paths::join(h, "Library/Application Support/" + l.bundleID + "/cleared.json");
@@ -84,7 +83,9 @@ Locations Locations::macos(std::string root, std::string home, std::string bundl
   return l;
 }
 
-Locations Locations::platformDefault(std::string home) { return macos("/", std::move(home)); }
+Locations Locations::platformDefault(std::string home) {
+  return macos("/", std::move(home));
+}
 
 std::optional<Locations::Layout> Locations::layoutNamed(std::string_view name) {
   if (name == "macos") return Layout::macos;

@@ -33,19 +33,19 @@ struct Locations {
   std::string home;
   std::string bundleID;
 
-  std::string library;          // ~/Library
-  std::string caches;           // ~/Library/Caches
-  std::string chromeProfiles;   // ~/Library/Application Support/Google/Chrome
-  std::string chromeCaches;     // ~/Library/Caches/Google
-  std::string npmCache;         // ~/.npm/_cacache
-  std::string npxCache;         // ~/.npm/_npx
-  std::string gradleCaches;     // ~/.gradle/caches
+  std::string library;         // ~/Library
+  std::string caches;          // ~/Library/Caches
+  std::string chromeProfiles;  // ~/Library/Application Support/Google/Chrome
+  std::string chromeCaches;    // ~/Library/Caches/Google
+  std::string npmCache;        // ~/.npm/_cacache
+  std::string npxCache;        // ~/.npm/_npx
+  std::string gradleCaches;    // ~/.gradle/caches
   std::string downloads, desktop, movies, documents;
 
   std::vector<LeftoverLocation> leftoverLocations;
   std::vector<std::string> applicationFolders;  // one level of bundles each
   std::string systemExtensions;                 // bundles ending "systemextension"
-  std::vector<std::string> refusedRoots;        // never a leftover: /Applications, /Library, /System
+  std::vector<std::string> refusedRoots;  // never a leftover: /Applications, /Library, /System
 
   std::string logFile;       // cleared.json
   std::string defaultsFile;  // the two preference flags (Linux; the system keeps them on macOS)

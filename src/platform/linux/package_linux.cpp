@@ -17,8 +17,7 @@ bool isPackage(std::string_view directoryPath) {
       "photoslibrary", "musiclibrary", "tvlibrary", "photobooth", "aplibrary", "fcpbundle",
       "imovielibrary", "logicx", "band",
       // document packages
-      "pages", "numbers", "key", "rtfd", "xcodeproj", "xcworkspace", "playground", "dSYM",
-      "pkg"};
+      "pages", "numbers", "key", "rtfd", "xcodeproj", "xcworkspace", "playground", "dSYM", "pkg"};
   std::string_view name = paths::lastComponent(directoryPath);
   auto dot = name.rfind('.');
   if (dot == std::string_view::npos || dot == 0 || dot + 1 == name.size()) return false;

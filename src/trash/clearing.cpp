@@ -45,7 +45,7 @@ void clearPathItem(const CacheFinding& item, const Locations& places,
   const std::string& path = item.id;
   bool isFile = item.kind == CacheFinding::Kind::file;
   bool allowed = isFile ? LargeFilesScanner::isAllowedLocation(path, places)
-                        : CacheScanner::isSafeCacheLocation(path, places);
+                        : CacheScanner::isListableCache(path, places);
   if (!allowed) {
     outcome.failures.push_back({item.name, std::string(kNoLongerAllowed)});
     return;

@@ -1,0 +1,145 @@
+// The promise, end to end through the command line: scan a Mac-shaped home, clear a cache, a
+// large file and a leftover into a real Trash, read the history, put every item back byte for
+// byte, and refuse a second Put Back.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "base/json.h"
+#include "support/command.h"
+#include "support/home_builder.h"
+#include "support/temp_dir.h"
+
+namespace dw {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+class ClearCli : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    cache = mac.cache("com.example.big", 52'428'800);
+    file = mac.file(mac.inHome("Downloads/installer.dmg"), 4096);
+    ASSERT_EQ(::truncate(file.c_str(), 209'715'200), 0);
+    mac.file(mac.inHome("Library/Application Support/com.example.gone/state"), 8192);
+    mac.preference("com.example.gone");
+    mac.cache("com.example.small", 11 * 1024 * 1024);
+    before = test::snapshot(mac.home());
+  }
+
+  std::vector<std::string> places() const {
+    return {"--root", mac.root(), "--home", mac.home(), "--layout", "macos"};
+  }
+  test::CommandResult run(const std::string& command, std::vector<std::string> extra = {}) {
+    std::vector<std::string> args{command};
+    auto p = places();
+    args.insert(args.end(), p.begin(), p.end());
+    args.insert(args.end(), extra.begin(), extra.end());
+    return test::dustwhale(args);
+  }
+
+  test::TempHome trashHome;
+  test::HomeBuilder mac;
+  std::string cache, file;
+  std::vector<std::string> before;
+};
+
+TEST_F(ClearCli, ScanJsonCarriesTheFindingsSelectionAndMessage) {
+  auto scan = run("scan", {"--json"});
+  ASSERT_EQ(scan.status, 0) << scan.err;
+  auto doc = json::parse(scan.out);
+  ASSERT_TRUE(doc && doc->isObject()) << scan.out;
+  EXPECT_EQ(doc->find("message")->string(),
+            "Nothing is removed until you confirm. Caches go to the Trash.");
+  EXPECT_GT(doc->find("volume")->find("total")->integer(), 0);
+  const auto& selected = doc->find("selected")->array();
+  ASSERT_EQ(selected.size(), 1u);
+  EXPECT_EQ(selected[0].string(), cache);
+
+  std::map<std::string, const json::Value*> byId;
+  for (const auto& f : doc->find("findings")->array())
+    byId[f.find("id")->string()] = &f;
+  ASSERT_EQ(byId.size(), 4u);
+  const json::Value& big = *byId.at(cache);
+  EXPECT_EQ(big.find("name")->string(), "big");
+  EXPECT_EQ(big.find("path")->string(), "~/Library/Caches/com.example.big");
+  EXPECT_EQ(big.find("bytes")->integer(), 52'428'800);
+  EXPECT_EQ(big.find("kind")->string(), "cache");
+  EXPECT_TRUE(big.find("suggested")->boolean());
+  EXPECT_EQ(big.find("whySafe")->string(), "The app recreates this folder when it needs it.");
+  EXPECT_TRUE(big.find("leftoverBundleID")->isNull());
+  const json::Value& dmg = *byId.at(file);
+  EXPECT_EQ(dmg.find("kind")->string(), "file");
+  EXPECT_EQ(dmg.find("bytes")->integer(), 209'715'200);
+  EXPECT_EQ(dmg.find("summary")->string(),
+            "In Downloads. Nothing is removed until you select it and confirm.");
+  const json::Value& gone = *byId.at("leftover:com.example.gone");
+  EXPECT_EQ(gone.find("leftoverBundleID")->string(), "com.example.gone");
+  EXPECT_EQ(gone.find("leftoverPaths")->array().size(), 2u);
+  EXPECT_THAT(gone.find("note")->string(), StartsWith("Last used "));
+
+  auto text = run("scan");
+  ASSERT_EQ(text.status, 0);
+  EXPECT_THAT(text.out, HasSubstr("Caches · "));
+  EXPECT_THAT(text.out, HasSubstr("[x] big · 50 MB · Safe to clear"));
+  EXPECT_THAT(text.out, HasSubstr("~/Downloads/installer.dmg"));
+  EXPECT_EQ(test::snapshot(mac.home()), before);  // a scan only reads
+}
+
+TEST_F(ClearCli, NothingMovesWithoutConsent) {
+  auto noTerminal = run("clear", {"--suggested"});
+  EXPECT_NE(noTerminal.status, 0);
+  EXPECT_THAT(noTerminal.err, HasSubstr("--yes"));
+  auto dry = run("clear", {"--suggested", "--dry-run"});
+  EXPECT_EQ(dry.status, 0);
+  EXPECT_THAT(dry.out, HasSubstr("big · 50 MB · cache"));
+  auto unknown = run("clear", {"--id", mac.inHome("Documents"), "--yes"});
+  EXPECT_NE(unknown.status, 0);
+  auto neither = run("clear", {"--yes"});
+  EXPECT_NE(neither.status, 0);
+  EXPECT_EQ(test::snapshot(mac.home()), before);
+  EXPECT_FALSE(test::exists(trashHome.trashFiles()));
+}
+
+TEST_F(ClearCli, ClearHistoryAndPutBackRoundTrip) {
+  auto clear = run("clear", {"--id", cache, "--id", "~/Downloads/installer.dmg", "--id",
+                             "leftover:com.example.gone", "--yes"});
+  ASSERT_EQ(clear.status, 0) << clear.out << clear.err;
+  EXPECT_THAT(clear.out, HasSubstr("moved to the Trash. Empty the Trash to get the space back."));
+  EXPECT_FALSE(test::exists(cache));
+  EXPECT_FALSE(test::exists(file));
+
+  auto history = test::dustwhale({"history", "--json"});
+  ASSERT_EQ(history.status, 0) << history.err;
+  auto entries = json::parse(history.out);
+  ASSERT_TRUE(entries && entries->isArray()) << history.out;
+  ASSERT_EQ(entries->array().size(), 4u);
+  std::string session = entries->array()[0].find("sessionID")->string();
+  for (const auto& e : entries->array()) {
+    EXPECT_EQ(e.find("sessionID")->string(), session);
+    EXPECT_EQ(e.find("status")->string(), "In the Trash");
+    EXPECT_TRUE(test::exists(e.find("trashPath")->string()));
+    EXPECT_TRUE(e.find("putBackAt")->isNull());
+  }
+  auto listing = test::dustwhale({"history"});
+  EXPECT_THAT(listing.out, HasSubstr("4 items · "));
+
+  for (const auto& e : entries->array()) {
+    auto back = run("put-back", {e.find("id")->string()});
+    EXPECT_EQ(back.status, 0) << back.err;
+    EXPECT_EQ(back.out, e.find("name")->string() + " was put back.\n");
+  }
+  EXPECT_EQ(test::snapshot(mac.home()), before);
+
+  auto again = run("put-back", {entries->array()[0].find("id")->string()});
+  EXPECT_NE(again.status, 0);
+  EXPECT_EQ(again.err, "This item was already put back.\n");
+  auto after = json::parse(test::dustwhale({"history", "--json"}).out);
+  EXPECT_THAT(after->array()[0].find("status")->string(), StartsWith("Put back "));
+  EXPECT_NE(run("put-back", {"00000000-0000-0000-0000-000000000000"}).status, 0);
+}
+
+}  // namespace
+}  // namespace dw

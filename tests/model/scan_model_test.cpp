@@ -341,6 +341,21 @@ TEST_F(ScanModelTest, ClearReportsWhatStayedAndWhy) {
   EXPECT_EQ(model->clearedEntries().size(), 4u);  // kept, and three paths of the leftover
 }
 
+TEST_F(ScanModelTest, AMoveStandsWhenTheLogCannotBeWritten) {
+  std::string cache = mac.cache("com.example.big", 52'428'800);
+  // The log's folder cannot be made: a file stands where it should be.
+  test::writeFile(std::filesystem::path(places.logFile).parent_path().string(), "not a folder");
+  scanToEnd();
+  model->clearFindings(std::nullopt);
+  dispatcher.runAll();
+  EXPECT_THAT(model->message(), HasSubstr("50 MB moved to the Trash."));
+  EXPECT_THAT(model->message(), HasSubstr(" Recently Cleared could not be updated ("));
+  EXPECT_FALSE(test::exists(cache));
+  auto trashed = test::snapshot(trashHome.trashInfo());
+  EXPECT_THAT(trashed, ElementsAre(::testing::StartsWith("com.example.big.trashinfo ")));
+  EXPECT_TRUE(test::exists(trashHome.trashFiles() + "/com.example.big"));
+}
+
 TEST_F(ScanModelTest, LeftoverOfAnAppInstalledAgainStays) {
   std::string data = mac.file(mac.inHome("Library/Application Support/com.example.back/x"), 4096);
   scanToEnd();

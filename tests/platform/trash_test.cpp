@@ -8,11 +8,9 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <future>
+#include <map>
 #include <regex>
-#include <set>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "platform/linux/syscalls.h"
 #include "support/mounts.h"
@@ -21,299 +19,208 @@
 namespace dw::platform {
 namespace {
 
-using test::exists;
-using test::readFile;
-using test::snapshot;
-using test::writeFile;
+using namespace dw::test;
 namespace fs = std::filesystem;
 
 const std::string kUid = std::to_string(::getuid());
 
-std::string infoOf(const std::string& trashPath) {
-  fs::path p(trashPath);
-  return readFile((p.parent_path().parent_path() / "info" / p.filename()).string() + ".trashinfo");
+// Writes a file in the folder and returns its path.
+std::string put(const std::string& folder, const std::string& name, const std::string& text = "x") {
+  writeFile(folder + "/" + name, text);
+  return folder + "/" + name;
 }
 
-std::string pathLine(const std::string& trashPath) {
+// The Path= value of the item's .trashinfo, once the whole record is found in its exact form.
+std::string pathLine(const std::string& item) {
+  auto info = readFile(std::regex_replace(item, std::regex("files/([^/]+)$"), "info/$1.trashinfo"));
   std::smatch m;
-  std::string info = infoOf(trashPath);
   std::regex shape(
-      "\\[Trash Info\\]\nPath=(.*)\nDeletionDate=\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\n");
+      "\\[Trash Info\\]\nPath=(.*)\nDeletionDate=\\d{4}(-\\d\\d){2}T\\d\\d(:\\d\\d){2}\n");
   return std::regex_match(info, m, shape) ? m[1].str() : "malformed: " + info;
 }
 
 size_t entries(const std::string& folder) {
-  if (!exists(folder)) return 0;
-  return static_cast<size_t>(std::distance(fs::directory_iterator(folder), {}));
+  return exists(folder) ? std::distance(fs::directory_iterator(folder), {}) : 0;
 }
 
-struct HookGuard {
-  ~HookGuard() { sys::setFaultHook({}); }
-};
-
-TEST(Trash, HomeTrashTakesItemsFromItsFileSystem) {
-  test::TempHome home;
-  writeFile(home / "Documents/report.pdf", "one");
-  writeFile(home / "Desktop/report.pdf", "two");
-  writeFile(home / "Projects/app/main.cpp", "code");
-
-  TrashMove first = moveToTrash(home / "Documents/report.pdf");
-  ASSERT_TRUE(first.ok()) << first.error;
-  EXPECT_EQ(first.trashPath, home.trashFiles() + "/report.pdf");
-  EXPECT_EQ(readFile(first.trashPath), "one");
-  EXPECT_FALSE(exists(home / "Documents/report.pdf"));
-  EXPECT_EQ(pathLine(first.trashPath), home / "Documents/report.pdf");
-  struct stat s {};
-  ASSERT_EQ(::stat(home.trashFiles().c_str(), &s), 0);
-  EXPECT_EQ(s.st_mode & 0777, 0700u);
-
-  // A clash takes a new name; the first item is not touched.
-  TrashMove second = moveToTrash(home / "Desktop/report.pdf");
-  ASSERT_TRUE(second.ok()) << second.error;
-  EXPECT_EQ(second.trashPath, home.trashFiles() + "/report 2.pdf");
-  EXPECT_EQ(readFile(first.trashPath), "one");
-
-  TrashMove folder = moveToTrash(home / "Projects/app");
-  ASSERT_TRUE(folder.ok()) << folder.error;
-  EXPECT_EQ(readFile(folder.trashPath + "/main.cpp"), "code");
-
-  EXPECT_EQ(moveToTrash(home / "missing").error, "No such file or directory");
-  // The Trash, what is in it and what holds it stay put.
-  for (std::string inside : {first.trashPath, home.trashFiles(), home / ".local"}) {
-    EXPECT_EQ(moveToTrash(inside).error, "Invalid argument") << inside;
-    EXPECT_TRUE(exists(inside));
-  }
-
-  // XDG_DATA_HOME is read at each call.
-  test::ScopedEnv data("XDG_DATA_HOME", home / "elsewhere");
-  writeFile(home / "later.txt", "x");
-  EXPECT_EQ(moveToTrash(home / "later.txt").trashPath, home / "elsewhere/Trash/files/later.txt");
+// Makes these steps fail with these errors, the first `times` times.
+void inject(std::map<sys::Step, int> errors, int times = 1 << 30) {
+  sys::setFaultHook([errors, times](sys::Step at, const std::string&) mutable {
+    return errors.contains(at) && times-- > 0 ? errors[at] : 0;
+  });
 }
 
-TEST(Trash, TrashInfoKeepsEveryByteOfThePath) {
-  test::TempHome home;
-  const std::string name = "a b%c+d \xC3\xA9\xFF.txt";
-  const std::string original = home / ("my docs/" + name);
-  writeFile(original, "exact");
-
+TEST(Trash, HomeTrashTakesItemsWithExactRecordsAndNeverReplacesAnything) {
+  TempHome home;
+  const std::string h = home.path(), files = home.trashFiles();
+  // The record keeps every byte of the path: spaces, %, +, UTF-8 and a byte that is not UTF-8.
+  const std::string original = put(h + "/my docs", "a b%c+d \xC3\xA9\xFF.txt", "exact");
   TrashMove moved = moveToTrash(original);
-  ASSERT_TRUE(moved.ok()) << moved.error;
-  EXPECT_EQ(pathLine(moved.trashPath), home / "my%20docs/a%20b%25c%2Bd%20%C3%A9%FF.txt");
+  EXPECT_EQ(pathLine(moved.trashPath), h + "/my%20docs/a%20b%25c%2Bd%20%C3%A9%FF.txt");
   EXPECT_TRUE(trashItemMatches(moved.trashPath, original));
-  EXPECT_FALSE(trashItemMatches(moved.trashPath, home / "my docs/other.txt"));
-
   EXPECT_EQ(moveOutOfTrash(moved.trashPath, original), "");
   EXPECT_EQ(readFile(original), "exact");
-  EXPECT_EQ(entries(home.trashFiles()), 0u);
-  EXPECT_EQ(entries(home.trashInfo()), 0u);
-}
+  EXPECT_EQ(entries(files) + entries(home.trashInfo()), 0u);
 
-TEST(Trash, MovesNeverFollowLinksOrReplaceAnything) {
-  test::TempHome home;
-  writeFile(home / "target.txt", "target");
-  fs::create_symlink(home / "target.txt", home / "link");
-  fs::create_symlink(home / "nowhere", home / "dangling");
-  for (const char* link : {"link", "dangling"}) {
-    TrashMove moved = moveToTrash(home / link);
-    ASSERT_TRUE(moved.ok()) << moved.error;
-    EXPECT_TRUE(fs::is_symlink(moved.trashPath));
-  }
-  EXPECT_EQ(readFile(home / "target.txt"), "target");
+  TrashMove first = moveToTrash(put(h + "/Documents", "report.pdf", "one"));
+  EXPECT_EQ(first.trashPath, files + "/report.pdf") << first.error;
+  EXPECT_FALSE(exists(h + "/Documents/report.pdf"));
+  EXPECT_EQ(pathLine(first.trashPath), h + "/Documents/report.pdf");
+  EXPECT_EQ(fs::status(files).permissions(), fs::perms::owner_all);
+  // A clash takes a new name; the first item is not touched.
+  EXPECT_EQ(moveToTrash(put(h + "/Desktop", "report.pdf")).trashPath, files + "/report 2.pdf");
+  EXPECT_EQ(readFile(first.trashPath), "one");
+  put(h + "/Projects/app", "main.cpp", "code");
+  EXPECT_EQ(readFile(moveToTrash(h + "/Projects/app").trashPath + "/main.cpp"), "code");
+  EXPECT_EQ(moveToTrash(h + "/missing").error, "No such file or directory");
+  // The Trash, what is in it and what holds it stay put.
+  for (std::string inside : {first.trashPath, files, h + "/.local"})
+    EXPECT_TRUE(moveToTrash(inside).error == "Invalid argument" && exists(inside)) << inside;
 
-  // Twenty threads trashing items of one name: twenty entries, each with its own record.
-  std::vector<std::thread> threads;
+  // Only items inside a Trash's files folder count as trashed.
+  const std::string usb = "/media/usb/.Trash";
+  for (std::string p :
+       {files + "/a", files + "/a/b", usb + "-" + kUid + "/files/a", usb + "/" + kUid + "/files/a"})
+    EXPECT_TRUE(isInTrashFolder(p, h)) << p;
+  for (std::string p : {files, home.trashInfo() + "/a.trashinfo", h + "/.Trash/a",
+                        usb + "-" + kUid + "/files", usb + "-" + kUid + "/info/a.trashinfo",
+                        usb + "-4321/files/a", usb + "/4321/files/a", std::string("/tmp/a")})
+    EXPECT_FALSE(isInTrashFolder(p, h)) << p;
+  // A reused name: the record beside it names another item; a bare item matches nothing.
+  put(home.trashInfo(), "notes.txt.trashinfo",
+      "[Trash Info]\nPath=" + h + "/other.txt\nDeletionDate=2026-01-01T00:00:00\n");
+  EXPECT_FALSE(trashItemMatches(put(files, "notes.txt"), h + "/notes.txt"));
+  EXPECT_TRUE(trashItemMatches(files + "/notes.txt", h + "/other.txt"));
+  EXPECT_FALSE(trashItemMatches(put(files, "bare.txt"), h + "/bare.txt"));
+
+  // Links move as links.
+  fs::create_symlink(put(h, "target.txt", "target"), h + "/link");
+  fs::create_symlink(h + "/nowhere", h + "/dangling");
+  for (const char* link : {"/link", "/dangling"})
+    EXPECT_TRUE(fs::is_symlink(moveToTrash(h + link).trashPath)) << link;
+  EXPECT_EQ(readFile(h + "/target.txt"), "target");
+
+  // Twenty threads trashing items of one name: each gets an entry whose record names it.
+  auto nth = [&](int i) { return h + "/f" + std::to_string(i); };
+  std::vector<std::future<TrashMove>> runs;
   for (int i = 0; i < 20; ++i)
-    writeFile(home / ("f" + std::to_string(i) + "/same.txt"), "x");
-  std::vector<TrashMove> moves(20);
-  for (int i = 0; i < 20; ++i) {
-    threads.emplace_back(
-        [&, i] { moves[i] = moveToTrash(home / ("f" + std::to_string(i) + "/same.txt")); });
-  }
-  for (auto& t : threads)
-    t.join();
-  std::set<std::string> names;
-  for (int i = 0; i < 20; ++i) {
-    ASSERT_TRUE(moves[i].ok()) << moves[i].error;
-    names.insert(moves[i].trashPath);
-    EXPECT_TRUE(
-        trashItemMatches(moves[i].trashPath, home / ("f" + std::to_string(i) + "/same.txt")));
-  }
-  EXPECT_EQ(names.size(), 20u);
+    runs.push_back(std::async(std::launch::async, [=] { return moveToTrash(put(nth(i), "a")); }));
+  for (int i = 0; i < 20; ++i)
+    EXPECT_TRUE(trashItemMatches(runs[i].get().trashPath, nth(i) + "/a")) << i;
 
   // A 255-byte name does not fit beside ".trashinfo": shortened in the Trash, on a character
   // boundary, keeping the extension; the record keeps the full path.
-  std::string accents;
-  for (int i = 0; i < 125; ++i)
-    accents += "\xC3\xA9";
-  const std::string longName = accents + "x.txt";
-  ASSERT_EQ(longName.size(), 255u);
-  writeFile(home / longName, "long");
-  TrashMove shortened = moveToTrash(home / longName);
-  ASSERT_TRUE(shortened.ok()) << shortened.error;
-  EXPECT_EQ(fs::path(shortened.trashPath).filename().string(), accents.substr(0, 240) + ".txt");
-  EXPECT_TRUE(trashItemMatches(shortened.trashPath, home / longName));
-  EXPECT_EQ(moveOutOfTrash(shortened.trashPath, home / longName), "");
-  EXPECT_EQ(readFile(home / longName), "long");
+  std::string e125 = std::regex_replace(std::string(125, 'e'), std::regex("e"), "\xC3\xA9");
+  const std::string longName = put(h, e125 + "x.txt", "long");
+  TrashMove shortened = moveToTrash(longName);
+  EXPECT_EQ(shortened.trashPath, files + "/" + e125.substr(0, 240) + ".txt");
+  EXPECT_TRUE(trashItemMatches(shortened.trashPath, longName));
+  EXPECT_EQ(moveOutOfTrash(shortened.trashPath, longName), "");
+  EXPECT_EQ(readFile(longName), "long");
 
   // Putting back onto anything that exists is refused with both untouched.
-  writeFile(home / "back.txt", "in trash");
-  TrashMove back = moveToTrash(home / "back.txt");
-  writeFile(home / "back.txt", "new one");
-  EXPECT_EQ(moveOutOfTrash(back.trashPath, home / "back.txt"), "File exists");
-  EXPECT_EQ(readFile(home / "back.txt"), "new one");
-  EXPECT_EQ(readFile(back.trashPath), "in trash");
-  EXPECT_FALSE(infoOf(back.trashPath).empty());
+  TrashMove back = moveToTrash(put(h, "back.txt", "in trash"));
+  put(h, "back.txt", "new one");
+  EXPECT_EQ(moveOutOfTrash(back.trashPath, h + "/back.txt"), "File exists");
+  EXPECT_EQ(readFile(h + "/back.txt") + "|" + readFile(back.trashPath), "new one|in trash");
+  EXPECT_TRUE(trashItemMatches(back.trashPath, h + "/back.txt"));
 
-  // A folder whose entries cannot change: the item stays and the Trash gains nothing.
-  writeFile(home / "locked/keep.txt", "keep");
-  test::ScopedImmutable locked(home / "locked");
+  // XDG_DATA_HOME is read at each call.
+  ScopedEnv data("XDG_DATA_HOME", h + "/elsewhere");
+  EXPECT_EQ(moveToTrash(put(h, "later.txt")).trashPath, h + "/elsewhere/Trash/files/later.txt");
+
+  // A folder whose entries cannot change: the move is refused and nothing changes.
+  put(h + "/locked", "keep.txt", "keep");
+  ScopedImmutable locked(h + "/locked");
   if (!locked.set()) GTEST_SKIP() << locked.error();
-  size_t before = entries(home.trashInfo());
-  EXPECT_EQ(moveToTrash(home / "locked/keep.txt").error, "Operation not permitted");
-  EXPECT_EQ(readFile(home / "locked/keep.txt"), "keep");
-  EXPECT_EQ(entries(home.trashInfo()), before);
+  auto before = snapshot(h);
+  EXPECT_EQ(moveToTrash(h + "/locked/keep.txt").error, "Operation not permitted");
+  EXPECT_EQ(snapshot(h), before);
 }
 
-TEST(Trash, OtherFileSystemsUseTheirTopDirectoryTrash) {
-  test::TempHome home;
-  test::TempDir volume;
-  test::ScopedTmpfs mount(volume.path());
+TEST(Trash, OtherFileSystemsUseTheirTopDirectoryTrashOrRefuse) {
+  TempHome home;
+  TempDir volume;
+  ScopedTmpfs mount(volume.path());
   if (!mount.mounted()) GTEST_SKIP() << mount.error();
-  const std::string top = volume.path();
-
-  writeFile(volume / "media/clip.mov", "clip");
-  TrashMove moved = moveToTrash(volume / "media/clip.mov");
-  ASSERT_TRUE(moved.ok()) << moved.error;
-  EXPECT_EQ(moved.trashPath, top + "/.Trash-" + kUid + "/files/clip.mov");
+  const std::string top = volume.path(), own = top + "/.Trash-" + kUid;
+  TrashMove moved = moveToTrash(put(top + "/media", "clip.mov"));
+  EXPECT_EQ(moved.trashPath, own + "/files/clip.mov");
   EXPECT_EQ(pathLine(moved.trashPath), "media/clip.mov");
-  EXPECT_TRUE(trashItemMatches(moved.trashPath, volume / "media/clip.mov"));
-  EXPECT_TRUE(isInTrashFolder(moved.trashPath, home.path()));
-  EXPECT_EQ(entries(home.trashFiles()), 0u);
+  EXPECT_TRUE(trashItemMatches(moved.trashPath, top + "/media/clip.mov"));
 
   // A shared .Trash is used only when it is a sticky real directory.
-  fs::create_directory(volume / "shared");
-  ::chmod((volume / "shared").c_str(), 01777);
-  fs::create_directory_symlink(volume / "shared", volume / ".Trash");
-  writeFile(volume / "a.txt", "a");
-  EXPECT_EQ(moveToTrash(volume / "a.txt").trashPath, top + "/.Trash-" + kUid + "/files/a.txt");
-  fs::remove(volume / ".Trash");
-  fs::create_directory(volume / ".Trash");
-  writeFile(volume / "b.txt", "b");
-  EXPECT_EQ(moveToTrash(volume / "b.txt").trashPath, top + "/.Trash-" + kUid + "/files/b.txt");
-  ::chmod((volume / ".Trash").c_str(), 01777);
-  writeFile(volume / "c.txt", "c");
-  TrashMove shared = moveToTrash(volume / "c.txt");
+  fs::create_directory(top + "/shared");
+  ::chmod((top + "/shared").c_str(), 01777);
+  fs::create_directory_symlink(top + "/shared", top + "/.Trash");
+  EXPECT_EQ(moveToTrash(put(top, "a.txt")).trashPath, own + "/files/a.txt");
+  fs::remove(top + "/.Trash");
+  fs::create_directory(top + "/.Trash");
+  EXPECT_EQ(moveToTrash(put(top, "b.txt")).trashPath, own + "/files/b.txt");
+  ::chmod((top + "/.Trash").c_str(), 01777);
+  TrashMove shared = moveToTrash(put(top, "c.txt"));
   EXPECT_EQ(shared.trashPath, top + "/.Trash/" + kUid + "/files/c.txt");
-  EXPECT_TRUE(trashItemMatches(shared.trashPath, volume / "c.txt"));
-}
+  EXPECT_TRUE(trashItemMatches(shared.trashPath, top + "/c.txt"));
 
-TEST(Trash, VolumeWithoutAUsableTrashRefuses) {
-  test::TempHome home;
-  test::TempDir volume;
-  test::ScopedTmpfs mount(volume.path());
-  if (!mount.mounted()) GTEST_SKIP() << mount.error();
-  writeFile(volume / "keep.txt", "keep");
-  fs::create_directory(volume / "decoy");
-  const std::string own = volume / (".Trash-" + kUid);
-
+  // No usable Trash at all: the move is refused and the volume stays as it was.
   auto refused = [&](const std::string& why) {
-    auto before = snapshot(volume.path());
-    EXPECT_EQ(moveToTrash(volume / "keep.txt").error, "This volume has no Trash") << why;
-    EXPECT_EQ(snapshot(volume.path()), before) << why;
+    auto before = snapshot(top);
+    EXPECT_EQ(moveToTrash(top + "/media").error, "This volume has no Trash") << why;
+    EXPECT_EQ(snapshot(top), before) << why;
   };
-  fs::create_directory_symlink(volume / "decoy", own);
+  fs::remove_all(top + "/.Trash");
+  fs::rename(own, top + "/decoy");
+  fs::create_directory_symlink(top + "/decoy", own);
   refused(".Trash-uid is a symbolic link");
   fs::remove(own);
   fs::create_directory(own);
   ASSERT_EQ(::chown(own.c_str(), 4321, 4321), 0);
   refused(".Trash-uid belongs to someone else");
-  fs::create_directory(volume / ".Trash");
-  ::chmod((volume / ".Trash").c_str(), 01777);
-  fs::create_directory_symlink(volume / "decoy", volume / (".Trash/" + kUid));
+  fs::create_directory(top + "/.Trash");
+  ::chmod((top + "/.Trash").c_str(), 01777);
+  fs::create_directory_symlink(top + "/decoy", top + "/.Trash/" + kUid);
   refused(".Trash/uid is a symbolic link");
 }
 
 TEST(Trash, InjectedFaultsNeverLoseAnItem) {
-  HookGuard guard;
-  for (sys::Step step : {sys::Step::makeFolder, sys::Step::reserveInfo, sys::Step::writeInfo,
-                         sys::Step::syncInfo, sys::Step::rename}) {
-    test::TempHome home;
-    writeFile(home / "item.txt", "data");
-    sys::setFaultHook([step](sys::Step at, const std::string&) { return at == step ? EIO : 0; });
-    TrashMove moved = moveToTrash(home / "item.txt");
-    EXPECT_EQ(moved.error, "Input/output error") << static_cast<int>(step);
-    EXPECT_EQ(readFile(home / "item.txt"), "data");
-    EXPECT_EQ(entries(home.trashFiles()), 0u);
-    EXPECT_EQ(entries(home.trashInfo()), 0u)
-        << "stray .trashinfo at step " << static_cast<int>(step);
-    sys::setFaultHook({});
+  // Clears the hook however the test ends (a shared_ptr runs its deleter even on null).
+  std::shared_ptr<void> reset(nullptr, [](void*) { sys::setFaultHook({}); });
+  using enum sys::Step;
+  for (sys::Step step : {makeFolder, reserveInfo, writeInfo, syncInfo, rename}) {
+    TempHome home;
+    const std::string item = put(home.path(), "item.txt", "data");
+    inject({{step, EIO}});
+    EXPECT_EQ(moveToTrash(item).error, "Input/output error") << static_cast<int>(step);
+    // The item is where it was, and the Trash holds no stray entry or record.
+    EXPECT_TRUE(readFile(item) == "data" &&
+                entries(home.trashFiles()) + entries(home.trashInfo()) == 0)
+        << int(step);
   }
 
   // A file system without RENAME_NOREPLACE: files move by link and unlink, folders stay.
-  test::TempHome home;
-  writeFile(home / "file.txt", "f");
-  writeFile(home / "dir/inner.txt", "i");
-  sys::setFaultHook(
-      [](sys::Step at, const std::string&) { return at == sys::Step::rename ? EINVAL : 0; });
-  TrashMove file = moveToTrash(home / "file.txt");
-  ASSERT_TRUE(file.ok()) << file.error;
-  EXPECT_EQ(readFile(file.trashPath), "f");
-  EXPECT_FALSE(exists(home / "file.txt"));
-  EXPECT_FALSE(moveToTrash(home / "dir").ok());
-  EXPECT_EQ(readFile(home / "dir/inner.txt"), "i");
+  TempHome home;
+  const std::string h = home.path(), files = home.trashFiles();
+  put(h + "/dir", "inner.txt", "i");
+  inject({{rename, EINVAL}});
+  TrashMove file = moveToTrash(put(h, "file.txt", "f"));
+  EXPECT_TRUE(readFile(file.trashPath) == "f" && !exists(h + "/file.txt")) << file.error;
+  EXPECT_TRUE(!moveToTrash(h + "/dir").ok() && readFile(h + "/dir/inner.txt") == "i");
   EXPECT_EQ(entries(home.trashInfo()), 1u);
 
   // The old name cannot go after the link: the item has both names and keeps its record.
-  writeFile(home / "twice.txt", "t");
-  sys::setFaultHook([](sys::Step at, const std::string&) {
-    return at == sys::Step::rename ? EINVAL : at == sys::Step::unlink ? EPERM : 0;
-  });
-  EXPECT_FALSE(moveToTrash(home / "twice.txt").ok());
-  EXPECT_EQ(readFile(home / "twice.txt"), "t");
-  EXPECT_EQ(readFile(home.trashFiles() + "/twice.txt"), "t");
-  EXPECT_TRUE(trashItemMatches(home.trashFiles() + "/twice.txt", home / "twice.txt"));
+  inject({{rename, EINVAL}, {unlink, EPERM}});
+  EXPECT_FALSE(moveToTrash(put(h, "twice.txt", "t")).ok());
+  EXPECT_EQ(readFile(h + "/twice.txt") + readFile(files + "/twice.txt"), "tt");
+  EXPECT_TRUE(trashItemMatches(files + "/twice.txt", h + "/twice.txt"));
 
   // Moving back fails: the item stays in the Trash with its record.
-  sys::setFaultHook(
-      [](sys::Step at, const std::string&) { return at == sys::Step::rename ? EIO : 0; });
-  EXPECT_EQ(moveOutOfTrash(file.trashPath, home / "file.txt"), "Input/output error");
-  EXPECT_TRUE(trashItemMatches(file.trashPath, home / "file.txt"));
-  EXPECT_FALSE(exists(home / "file.txt"));
+  inject({{rename, EIO}});
+  EXPECT_EQ(moveOutOfTrash(file.trashPath, h + "/file.txt"), "Input/output error");
+  EXPECT_TRUE(trashItemMatches(file.trashPath, h + "/file.txt") && !exists(h + "/file.txt"));
 
   // Names already reserved by others are skipped, never reused.
-  sys::setFaultHook([n = 0](sys::Step at, const std::string&) mutable {
-    return at == sys::Step::reserveInfo && n++ < 3 ? EEXIST : 0;
-  });
-  writeFile(home / "busy.txt", "b");
-  EXPECT_EQ(moveToTrash(home / "busy.txt").trashPath, home.trashFiles() + "/busy 4.txt");
-}
-
-TEST(Trash, RecognisesOnlyItemsInsideTrashFolders) {
-  test::TempHome home;
-  const std::string h = home.path();
-  const std::string files = home.trashFiles();
-  fs::create_directories(files);
-  EXPECT_TRUE(isInTrashFolder(files + "/a", h));
-  EXPECT_TRUE(isInTrashFolder(files + "/a/b", h));
-  EXPECT_FALSE(isInTrashFolder(files, h));
-  EXPECT_FALSE(isInTrashFolder(home.trashInfo() + "/a.trashinfo", h));
-  EXPECT_FALSE(isInTrashFolder(h + "/.Trash/a", h));
-  EXPECT_TRUE(isInTrashFolder("/media/usb/.Trash-" + kUid + "/files/a", h));
-  EXPECT_FALSE(isInTrashFolder("/media/usb/.Trash-" + kUid + "/files", h));
-  EXPECT_FALSE(isInTrashFolder("/media/usb/.Trash-" + kUid + "/info/a.trashinfo", h));
-  EXPECT_FALSE(isInTrashFolder("/media/usb/.Trash-4321/files/a", h));
-  EXPECT_TRUE(isInTrashFolder("/media/usb/.Trash/" + kUid + "/files/a", h));
-  EXPECT_FALSE(isInTrashFolder("/media/usb/.Trash/4321/files/a", h));
-  EXPECT_FALSE(isInTrashFolder("/tmp/a", h));
-
-  // A reused name: the record beside it names another item.
-  writeFile(files + "/notes.txt", "someone else's");
-  writeFile(home.trashInfo() + "/notes.txt.trashinfo",
-            "[Trash Info]\nPath=" + h + "/other.txt\nDeletionDate=2026-01-01T00:00:00\n");
-  EXPECT_FALSE(trashItemMatches(files + "/notes.txt", h + "/notes.txt"));
-  EXPECT_TRUE(trashItemMatches(files + "/notes.txt", h + "/other.txt"));
-  writeFile(files + "/bare.txt", "no record");
-  EXPECT_FALSE(trashItemMatches(files + "/bare.txt", h + "/bare.txt"));
+  inject({{reserveInfo, EEXIST}}, 3);
+  EXPECT_EQ(moveToTrash(put(h, "busy.txt")).trashPath, files + "/busy 4.txt");
 }
 
 }  // namespace

@@ -34,11 +34,11 @@ class HomeBuilder {
   const std::string& root() const { return root_; }
   const std::string& home() const { return home_; }
   Locations locations() const { return Locations::macos(root_, home_); }
-  std::string inHome(const std::string& relative) const;
-  std::string inRoot(const std::string& relative) const;
+  std::string inHome(const std::string& relative) const { return home_ + "/" + relative; }
+  std::string inRoot(const std::string& relative) const { return root_ + "/" + relative; }
 
   // Makes the folder (and its parents) and returns its path.
-  std::string folder(const std::string& path);
+  std::string folder(const std::string& path) { return makeDirs(path), path; }
   // Fills the folder (made if missing) with one more file so that DiskSizer measures exactly
   // bytes, a multiple of 4096 that is at least its present size; checked before returning.
   std::string folderOfSize(const std::string& path, std::int64_t bytes);
@@ -49,14 +49,9 @@ class HomeBuilder {
   // A file of logicalBytes with no data blocks.
   std::string sparseFile(const std::string& path, std::int64_t logicalBytes);
   std::string symlink(const std::string& target, const std::string& linkPath);
-  std::string hardLink(const std::string& existing, const std::string& linkPath);
-
   // An app bundle at path with Contents/Info.plist naming bundleID.
   std::string app(const std::string& path, const std::string& bundleID,
                   PlistFormat format = PlistFormat::xml);
-  // A bundle inside an app, such as "Contents/Library/LoginItems/Helper.app".
-  std::string nestedBundle(const std::string& appPath, const std::string& relative,
-                           const std::string& bundleID, PlistFormat format = PlistFormat::xml);
   // ~/Library/LaunchAgents/<fileName> with Label and ProgramArguments = {program}.
   std::string launchAgent(const std::string& label, const std::string& program,
                           PlistFormat format = PlistFormat::xml, const std::string& fileName = "");
@@ -70,8 +65,7 @@ class HomeBuilder {
 
  private:
   TempDir dir_;
-  std::string root_;
-  std::string home_;
+  std::string root_, home_;
 };
 
 // A real process under a name of the test's choosing (a copy of /bin/sleep named "chrome"), so
@@ -80,11 +74,7 @@ class HomeBuilder {
 class RunningProgram {
  public:
   explicit RunningProgram(const std::string& name);
-  ~RunningProgram();
-  RunningProgram(const RunningProgram&) = delete;
-  RunningProgram& operator=(const RunningProgram&) = delete;
-
-  pid_t pid() const { return pid_; }
+  ~RunningProgram() { stop(); }
   void stop();
 
  private:

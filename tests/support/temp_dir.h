@@ -23,38 +23,32 @@ class TempDir {
   std::string path_;
 };
 
-// Sets an environment variable for the life of the object.
+// Sets (or, given nullopt, unsets) an environment variable for the life of the object.
 class ScopedEnv {
  public:
   ScopedEnv(std::string name, const std::optional<std::string>& value);
   ~ScopedEnv();
-  ScopedEnv(const ScopedEnv&) = delete;
-  ScopedEnv& operator=(const ScopedEnv&) = delete;
 
  private:
   std::string name_;
   std::optional<std::string> old_;
 };
 
-// A home of its own for one test: HOME, XDG_DATA_HOME and XDG_CONFIG_HOME point into it.
-class TempHome {
+class TempHome : public TempDir {
  public:
-  TempHome();
-  const std::string& path() const { return dir_.path(); }
-  std::string operator/(const std::string& relative) const { return dir_ / relative; }
-  std::string dataHome() const { return dir_ / ".local/share"; }
-  std::string trashFiles() const { return dir_ / ".local/share/Trash/files"; }
-  std::string trashInfo() const { return dir_ / ".local/share/Trash/info"; }
+  std::string trashFiles() const { return *this / ".local/share/Trash/files"; }
+  std::string trashInfo() const { return *this / ".local/share/Trash/info"; }
 
  private:
-  TempDir dir_;
-  ScopedEnv home_, data_, config_;
+  ScopedEnv home_{"HOME", path()}, data_{"XDG_DATA_HOME", *this / ".local/share"},
+      config_{"XDG_CONFIG_HOME", *this / ".config"};
 };
 
-// File helpers that the tests use to build trees and check them afterwards.
+// File helpers that the tests use to build trees and check them afterwards. Parent folders are
+// made as needed.
 void makeDirs(const std::string& path);
 void writeFile(const std::string& path, const std::string& contents);
-// A file of `bytes` real (allocated) bytes of a repeating pattern.
+// A file of `bytes` real (allocated) bytes.
 void writeSized(const std::string& path, std::int64_t bytes, char fill = 'x');
 std::string readFile(const std::string& path);
 bool exists(const std::string& path);  // lstat: a dangling link exists

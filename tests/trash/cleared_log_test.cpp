@@ -5,40 +5,34 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <set>
 #include <system_error>
 
 #include "base/time.h"
 #include "base/uuid.h"
+#include "platform/trash.h"
+#include "support/mounts.h"
 #include "support/temp_dir.h"
+#ifdef __linux__
+#include "platform/linux/syscalls.h"
+#endif
 
 namespace dw::ClearedLog {
 namespace {
 
 namespace fs = std::filesystem;
-using test::readFile;
-using test::writeFile;
+using namespace std::literals;
+using Kind = PutBackError::Kind;
+using namespace dw::test;
 
-Entry sample(std::string name = "com.example.app") {
-  Entry e;
-  e.id = newUuid();
-  e.sessionID = newUuid();
-  e.originalPath = "/home/u/.cache/" + name;
-  e.trashPath = "/home/u/.local/share/Trash/files/" + name;
-  e.bytes = 4096;
-  e.kind = "cache";
-  e.name = name;
-  e.date = timefmt::fromReferenceSeconds(785432523.5);
-  return e;
+Entry sample(const std::string& name = "com.example.app", const std::string& id = newUuid()) {
+  return Entry(id, "0E984725-C51C-4BF4-9960-E1C80E27ABA0", "/home/u/.cache/" + name,
+               "/home/u/.local/share/Trash/files/" + name, 1048576, "cache", name,
+               timefmt::fromReferenceSeconds(785432523.5));
 }
 
 TEST(ClearedLog, EncodesExactBytesAndDecodesOnlyWellFormedLogs) {
-  Entry a = sample();
-  a.id = "6f9619ff-8b86-d011-b42d-00c04fc964ff";
-  a.sessionID = "0E984725-C51C-4BF4-9960-E1C80E27ABA0";
-  a.bytes = 1048576;
-  Entry b = a;
-  b.id = "A1B2C3D4-0000-4000-8000-000000000001";
+  Entry a = sample("com.example.app", "6f9619ff-8b86-d011-b42d-00c04fc964ff");  // upper-cased
+  Entry b = sample("com.example.app", "A1B2C3D4-0000-4000-8000-000000000001");
   b.kind = "file";
   b.name = "caf\xC3\xA9 \xFF \"q\"";
   b.putBackAt = timefmt::fromReferenceSeconds(785432600.25);
@@ -52,51 +46,35 @@ TEST(ClearedLog, EncodesExactBytesAndDecodesOnlyWellFormedLogs) {
       "\"bytes\":1048576,\"kind\":\"file\",\"name\":\"caf\xC3\xA9 \\uDCFF \\\"q\\\"\","
       R"("date":785432523.5,"putBackAt":785432600.25}])");
   EXPECT_EQ(encode({}), "[]");
-
-  auto decoded = decode(encode({a, b}));
-  ASSERT_TRUE(decoded);
   a.id = "6F9619FF-8B86-D011-B42D-00C04FC964FF";
-  EXPECT_EQ(*decoded, (std::vector<Entry>{a, b}));
+  EXPECT_EQ(decode(encode({a, b})), (std::vector<Entry>{a, b}));
 
-  std::string good = encode({a});
-  auto without = [&](const std::string& key) {
+  const std::string good = encode({a});
+  auto edit = [&](const std::string& from, const std::string& to) {
     std::string text = good;
-    size_t at = text.find("\"" + key + "\"");
-    size_t end = text.find(',', at);
-    return text.erase(at, end - at + 1);
+    return text.replace(text.find(from), from.size(), to);
   };
   for (const std::string& bad :
-       {std::string("{}"), std::string("[1]"), std::string("[{}]"), std::string("not json"),
-        std::string(""), good.substr(0, good.size() - 1), without("id"), without("name"),
-        without("date"), without("bytes"),
-        [&] {
-          std::string t = good;
-          return t.replace(t.find("6F96"), 4, "ZZZZ");
-        }(),
-        [&] {
-          std::string t = good;
-          return t.replace(t.find("1048576"), 7, "\"many\"");
-        }()}) {
+       {"{}"s, "[1]"s, "[{}]"s, "not json"s, ""s, good.substr(0, good.size() - 1),
+        edit(R"("id":"6F9619FF-8B86-D011-B42D-00C04FC964FF",)", ""),
+        edit(R"("name":"com.example.app",)", ""), edit(R"(,"date":785432523.5)", ""),
+        edit(R"("bytes":1048576,)", ""), edit("6F96", "ZZZZ"), edit("1048576", "\"many\"")})
     EXPECT_FALSE(decode(bad)) << bad;
-  }
-  EXPECT_TRUE(decode("[]"));
 
   // Reading and writing the log again keeps every date's number.
-  std::string precise = good;
-  precise.replace(precise.find("785432523.5"), 11, "785432600.1234567");
-  EXPECT_EQ(encode(*decode(precise)), precise);
-  a.date = Clock::now();
-  EXPECT_EQ(encode(*decode(encode({a}))), encode({a}));
+  const std::string precise = edit("785432523.5", "785432600.1234567");
+  EXPECT_EQ(encode(decode(precise).value()), precise);
 }
 
-TEST(ClearedLog, AppendSaveAndLoad) {
+struct ClearedLogFiles : ::testing::Test {
   test::TempHome home;
   Locations places = Locations::platformDefault(home.path());
+};
 
+TEST_F(ClearedLogFiles, AppendSaveAndLoad) {
   append({}, places);
-  EXPECT_FALSE(test::exists(places.logFile));  // nothing to add, nothing written
+  EXPECT_FALSE(exists(places.logFile));  // nothing to add, nothing written
   EXPECT_TRUE(load(places).empty());
-
   Entry a = sample("a"), b = sample("b"), c = sample("c");
   append({a, b}, places);
   append({c}, places);
@@ -112,90 +90,156 @@ TEST(ClearedLog, AppendSaveAndLoad) {
   EXPECT_EQ(load(places), std::vector<Entry>{c});
 
   // A record that could never be read back is refused before anything is written.
-  Entry broken = sample("x");
-  broken.id = "not-a-uuid";
-  std::string before = readFile(places.logFile);
-  EXPECT_THROW(append({broken}, places), std::invalid_argument);
-  EXPECT_EQ(readFile(places.logFile), before);
+  EXPECT_THROW(append({sample("x", "not-a-uuid")}, places), std::invalid_argument);
+  EXPECT_EQ(load(places), std::vector<Entry>{c});
 
   // A file where the log's folder belongs: the folder cannot be made.
-  test::TempHome blocked;
-  Locations nowhere = Locations::platformDefault(blocked.path());
-  writeFile(fs::path(nowhere.logFile).parent_path().string(), "in the way");
-  EXPECT_THROW(append({a}, nowhere), std::system_error);
-  EXPECT_EQ(readFile(fs::path(nowhere.logFile).parent_path().string()), "in the way");
+  const std::string folder = fs::path(places.logFile).parent_path();
+  fs::remove_all(folder);
+  writeFile(folder, "in the way");
+  EXPECT_THROW(append({a}, places), std::system_error);
+  EXPECT_EQ(readFile(folder), "in the way");
 }
 
-TEST(ClearedLog, TwoProcessesAppendingAtOnceLoseNothing) {
-  test::TempHome home;
-  Locations places = Locations::platformDefault(home.path());
-  std::vector<pid_t> children;
-  for (int p = 0; p < 2; ++p) {
-    pid_t pid = ::fork();
-    ASSERT_GE(pid, 0);
-    if (pid == 0) {
-      try {
-        for (int i = 0; i < 50; ++i)
-          append({sample("p" + std::to_string(p))}, places);
-      } catch (...) {
-        ::_exit(1);
-      }
-      ::_exit(0);
+TEST_F(ClearedLogFiles, TwoProcessesAppendingAtOnceLoseNothing) {
+  const pid_t child = ::fork();
+  ASSERT_GE(child, 0);
+  [&]() noexcept {  // parent and child append at once; a failure aborts either
+    for (int i = 0; i < 50; ++i)
+      append({sample()}, places);
+  }();
+  if (child == 0) ::_exit(0);
+  int status = 0;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+  EXPECT_EQ(load(places).size(), 100u);
+}
+
+#ifdef __linux__  // Put Back against the real freedesktop.org Trash in the temporary home
+
+struct PutBackTest : ClearedLogFiles {
+  test::TempDir outside;
+  void TearDown() override { platform::sys::setFaultHook({}); }
+
+  // Moves the item to the Trash and logs it, as a clear does.
+  Entry cleared(const std::string& relative, const char* contents = nullptr) {
+    if (contents) writeFile(home / relative, contents);
+    platform::TrashMove moved = platform::moveToTrash(home / relative);
+    EXPECT_TRUE(moved.ok()) << moved.error;
+    Entry e(newUuid(), newUuid(), home / relative, moved.trashPath, 5, "file", relative,
+            Clock::now());
+    append({e}, places);
+    return e;
+  }
+
+  // Put Back refuses with this kind, and neither home nor the folder outside it changes.
+  std::string refused(const Entry& e, Kind kind) {
+    SCOPED_TRACE(e.trashPath + " to " + e.originalPath);
+    auto before = snapshot(home.path()), beforeOutside = snapshot(outside.path());
+    std::string text;
+    try {
+      putBack(e, places);
+      ADD_FAILURE() << "put back";
+    } catch (const PutBackError& error) {
+      EXPECT_EQ(error.kind(), kind);
+      text = error.what();
     }
-    children.push_back(pid);
+    EXPECT_EQ(snapshot(home.path()), before);
+    EXPECT_EQ(snapshot(outside.path()), beforeOutside);
+    return text;
   }
-  for (pid_t pid : children) {
-    int status = 0;
-    ASSERT_EQ(::waitpid(pid, &status, 0), pid);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-  }
-  std::vector<Entry> all = load(places);
-  std::set<std::string> ids;
-  for (const Entry& e : all)
-    ids.insert(e.id);
-  EXPECT_EQ(all.size(), 100u);
-  EXPECT_EQ(ids.size(), 100u);
+};
+
+TEST_F(PutBackTest, RestoresTheItemAndRecordsWhen) {
+  Entry notes = cleared("docs/deep/er/notes.txt", "notes");
+  EXPECT_EQ(statusText(notes), "In the Trash");
+  // The folders it lived in go to the Trash as well: Put Back makes the chain again.
+  Entry docs = cleared("docs");
+  Entry back = putBack(notes, places);
+  EXPECT_EQ(readFile(home / "docs/deep/er/notes.txt"), "notes");
+  EXPECT_FALSE(exists(home.trashInfo() + "/notes.txt.trashinfo"));
+  ASSERT_TRUE(back.putBackAt);
+  // Equal as the log holds them: dates are stored to a fraction of a microsecond.
+  EXPECT_EQ(encode(load(places)), encode({docs, back}));
+  EXPECT_EQ(statusText(back), "Put back " + timefmt::localDateTime(*back.putBackAt));
+  EXPECT_EQ(refused(back, Kind::alreadyPutBack), "This item was already put back.");
+  // A stale copy of the record: the item is no longer in the Trash.
+  EXPECT_EQ(statusText(notes), "Trash emptied");
+  EXPECT_EQ(refused(notes, Kind::notInTrash),
+            "This item is no longer in the Trash (it may have been emptied).");
+
+  // A symbolic link comes back as the link.
+  fs::create_symlink("/etc/hostname", home / "hostname-link");
+  putBack(cleared("hostname-link"), places);
+  EXPECT_EQ(fs::read_symlink(home / "hostname-link"), "/etc/hostname");
 }
 
-#ifdef __linux__  // the Trash lives under the XDG data folder
-TEST(ClearedLog, LocationRuleAndStatus) {
-  test::TempHome home;
-  const std::string h = home.path();
-  const std::string files = home.trashFiles();
-  fs::create_directories(files);
-  fs::create_directories(h + "/docs");
-  EXPECT_TRUE(isAllowed(files + "/a.txt", h + "/docs/a.txt", h));
-  EXPECT_TRUE(isAllowed(files + "/a.txt", h + "/gone/deeper/a.txt", h));
-  EXPECT_FALSE(isAllowed("/tmp/a.txt", h + "/docs/a.txt", h));
-  EXPECT_FALSE(isAllowed(files + "/a.txt", "/etc/a.txt", h));
-  EXPECT_FALSE(isAllowed(files + "/a.txt", h, h));
-  EXPECT_FALSE(isAllowed(files + "/../../../../../../etc/passwd", h + "/a", h));
-  EXPECT_FALSE(isAllowed(files + "/a.txt", h + "/../elsewhere/a", h));
-  EXPECT_FALSE(isAllowed("relative/a", h + "/a", h));
+TEST_F(PutBackTest, EveryRefusalLeavesBothPlacesUntouched) {
+  Entry file = cleared("file", "file"), folder = cleared("folder", ""), link = cleared("link", "");
+  // Something already at the original location: a file, a folder, a dangling link.
+  writeFile(home / "file", "new file");
+  fs::create_directory(home / "folder");
+  fs::create_symlink(home / "nowhere", home / "link");
+  for (const Entry& e : {file, folder, link})
+    EXPECT_EQ(refused(e, Kind::originalOccupied),
+              "Something already exists at the original location.");
 
-  // Links in the chain are followed: one out of the Trash, or out of home, is refused.
-  fs::create_directory_symlink("/tmp", files + "/escape");
-  fs::create_directory_symlink("/etc", h + "/etc-link");
-  EXPECT_FALSE(isAllowed(files + "/escape/a.txt", h + "/a.txt", h));
-  EXPECT_FALSE(isAllowed(files + "/a.txt", h + "/etc-link/a.txt", h));
-  // A home reached through a link is the same home.
-  fs::create_symlink(h, h + "-link");
-  EXPECT_TRUE(isAllowed(h + "-link/.local/share/Trash/files/a", h + "-link/a", h));
-  fs::remove(h + "-link");
+  const std::string trash = home.trashFiles(), h = home.path();
+  auto edited = [&](std::string Entry::*field, const std::string& value) {
+    Entry e = file;
+    e.*field = value;
+    return e;
+  };
+  // The Trash name now holds an item from another place.
+  refused(edited(&Entry::originalPath, h + "/other/file"), Kind::notInTrash);
+  // A record edited to take an item from outside the Trash, or to put one outside home.
+  writeFile(outside / "file", "not in any Trash");
+  fs::create_directory_symlink(outside.path(), trash + "/door");
+  fs::create_directory_symlink(outside.path(), h + "/door");
+  for (const Entry& e :
+       {edited(&Entry::trashPath, outside / "file"),
+        edited(&Entry::trashPath, trash + "/door/file"),
+        edited(&Entry::trashPath, trash + "/../../../../../../../../.." + outside.path() + "/file"),
+        edited(&Entry::trashPath, "relative/file"), edited(&Entry::originalPath, outside / "new"),
+        edited(&Entry::originalPath, h + "/door/new"), edited(&Entry::originalPath, h),
+        edited(&Entry::originalPath, h + "/../elsewhere/new")})
+    EXPECT_EQ(refused(e, Kind::refusedLocation),
+              "This item cannot be put back. The recorded Trash path or original location is not "
+              "allowed.");
 
-  Entry e = sample();
-  e.trashPath = files + "/present";
-  writeFile(e.trashPath, "here");
-  EXPECT_EQ(status(e), 0);
-  EXPECT_EQ(statusText(e), "In the Trash");
-  e.trashPath = files + "/emptied";
-  EXPECT_EQ(status(e), 2);
-  EXPECT_EQ(statusText(e), "Trash emptied");
-  e.putBackAt = Clock::now();
-  EXPECT_EQ(status(e), 1);
-  EXPECT_EQ(statusText(e), "Put back " + timefmt::localDateTime(*e.putBackAt));
+  // After all that, the real one still comes back, also through a link to home.
+  fs::remove(home / "file");
+  fs::create_directory_symlink(h, outside / "home");
+  Entry viaLink = file;
+  for (std::string* path : {&viaLink.trashPath, &viaLink.originalPath})
+    path->replace(0, h.size(), outside / "home");
+  putBack(viaLink, places);
+  EXPECT_EQ(readFile(home / "file"), "file");
 }
-#endif
+
+TEST_F(PutBackTest, FailuresAfterTheChecksAreReported) {
+  Entry b = cleared("b.txt", "b");
+  platform::sys::setFaultHook([](platform::sys::Step step, const std::string&) {
+    return step == platform::sys::Step::rename ? EIO : 0;
+  });
+  EXPECT_EQ(refused(b, Kind::moveFailed), "Input/output error");  // nothing moved nor logged
+  platform::sys::setFaultHook({});
+
+  // The parent chain cannot be made: the file system's own error, nothing moved.
+  Entry c = cleared("c/c.txt", "c");
+  fs::remove(home / "c");
+  writeFile(home / "c", "a file where the folder was");
+  EXPECT_THROW(putBack(c, places), std::system_error);
+  EXPECT_EQ(readFile(c.trashPath), "c");
+
+  // The log cannot be written after the move: reported, and the item is back all the same.
+  test::ScopedImmutable frozen(fs::path(places.logFile).parent_path());
+  if (!frozen.set()) GTEST_SKIP() << frozen.error();
+  EXPECT_THROW(putBack(b, places), std::system_error);
+  EXPECT_EQ(readFile(home / "b.txt"), "b");
+}
+
+#endif  // __linux__
 
 }  // namespace
 }  // namespace dw::ClearedLog

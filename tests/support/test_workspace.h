@@ -16,33 +16,20 @@ class TestWorkspace final : public platform::Workspace {
     std::lock_guard lock(mutex_);
     return running_.count(std::string(bundleID)) > 0;
   }
-  void setAppEventHandler(AppEventHandler handler) override {
+  void setAppEventHandler(AppEventHandler handler) override { handler_ = std::move(handler); }
+  void setRunning(const std::string& bundleID, bool running) {
     std::lock_guard lock(mutex_);
-    handler_ = std::move(handler);
+    running ? void(running_.insert(bundleID)) : void(running_.erase(bundleID));
   }
   // Marks the app running (or not) and tells the handler, as the system would.
   void launch(const std::string& bundleID) { change(bundleID, true); }
   void quit(const std::string& bundleID) { change(bundleID, false); }
-  void setRunning(const std::string& bundleID, bool running) {
-    std::lock_guard lock(mutex_);
-    if (running) {
-      running_.insert(bundleID);
-    } else {
-      running_.erase(bundleID);
-    }
-  }
 
  private:
   void change(const std::string& bundleID, bool launched) {
     setRunning(bundleID, launched);
-    AppEventHandler handler;
-    {
-      std::lock_guard lock(mutex_);
-      handler = handler_;
-    }
-    if (handler) handler(bundleID, launched);
+    if (handler_) handler_(bundleID, launched);
   }
-
   mutable std::mutex mutex_;
   std::set<std::string> running_;
   AppEventHandler handler_;

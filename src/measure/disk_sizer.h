@@ -40,6 +40,16 @@ struct LargeFile {
 // Throws Cancelled (checked every 1000 entries) and nothing else.
 SizeReading measure(const std::string& path, std::stop_token stop = {});
 
+// The reading of the tree at path and, from the same walk, the largest regular files that
+// listLargeFiles(path, 1, maxDepth) lists for a real folder: at most count, largest first, ties
+// in walk order. A scan that needs both walks once. Throws Cancelled and nothing else.
+struct Walk {
+  SizeReading reading;
+  std::vector<LargeFile> largest;
+};
+Walk measureWithLargest(const std::string& path, size_t count, int maxDepth,
+                        std::stop_token stop = {});
+
 // The regular files of at least minimumBytes under folder, in walk order. Folders deeper than
 // maxDepth, packages, symbolic links and project folders (node_modules, build, ...) are not
 // entered. Throws Cancelled and nothing else.
@@ -48,5 +58,8 @@ std::vector<LargeFile> listLargeFiles(const std::string& folder, std::int64_t mi
 
 inline constexpr std::int64_t kLargeFileMinimum = 209'715'200;  // 200 MB
 inline constexpr int kLargeFileDepth = 3;
+// The largest-files peek of a leftover: its three biggest files, down to twelve folders.
+inline constexpr size_t kPeekCount = 3;
+inline constexpr int kPeekDepth = 12;
 
 }  // namespace dw::DiskSizer

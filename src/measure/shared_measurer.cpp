@@ -10,16 +10,16 @@ SharedMeasurer::SharedMeasurer(std::stop_token stop, unsigned threads)
     : stop_(std::move(stop)),
       threads_(threads ? threads : std::max(1u, std::thread::hardware_concurrency())) {}
 
-DiskSizer::SizeReading SharedMeasurer::measure(const std::string& path) {
-  std::promise<DiskSizer::SizeReading> promise;
-  std::shared_future<DiskSizer::SizeReading> future;
+const DiskSizer::Walk& SharedMeasurer::walk(const std::string& path) {
+  std::promise<DiskSizer::Walk> promise;
+  std::shared_future<DiskSizer::Walk> future;
   bool mine = false;
   {
     std::lock_guard lock(mutex_);
-    auto it = readings_.find(path);
-    if (it == readings_.end()) {
+    auto it = walks_.find(path);
+    if (it == walks_.end()) {
       future = promise.get_future().share();
-      readings_.emplace(path, future);
+      walks_.emplace(path, future);
       mine = true;
     } else {
       future = it->second;
@@ -27,13 +27,24 @@ DiskSizer::SizeReading SharedMeasurer::measure(const std::string& path) {
   }
   if (mine) {
     try {
-      promise.set_value(DiskSizer::measure(path, stop_));
+      // The peek costs a comparison per file, far less than a second walk when it is wanted.
+      promise.set_value(
+          DiskSizer::measureWithLargest(path, DiskSizer::kPeekCount, DiskSizer::kPeekDepth, stop_));
     } catch (...) {
       promise.set_exception(std::current_exception());
     }
   }
-  // Another thread may be walking the same folder right now: wait for its reading.
+  // Another thread may be walking the same folder right now: wait for its reading. The map
+  // keeps the shared state alive for as long as this measurer lives.
   return future.get();
+}
+
+DiskSizer::SizeReading SharedMeasurer::measure(const std::string& path) {
+  return walk(path).reading;
+}
+
+std::vector<DiskSizer::LargeFile> SharedMeasurer::largestFiles(const std::string& path) {
+  return walk(path).largest;
 }
 
 std::vector<DiskSizer::SizeReading> SharedMeasurer::measureAll(

@@ -20,6 +20,9 @@ class SharedMeasurer {
 
   // Throws Cancelled when the scan was cancelled.
   DiskSizer::SizeReading measure(const std::string& path);
+  // The largest files below a folder (DiskSizer::kPeekCount of them, kPeekDepth deep), seen by
+  // the walk that measured it: asking for them never walks the folder again.
+  std::vector<DiskSizer::LargeFile> largestFiles(const std::string& path);
   // The readings of every path, in the order given, measured concurrently.
   std::vector<DiskSizer::SizeReading> measureAll(const std::vector<std::string>& paths);
 
@@ -27,10 +30,12 @@ class SharedMeasurer {
   unsigned threads() const { return threads_; }
 
  private:
+  const DiskSizer::Walk& walk(const std::string& path);
+
   std::stop_token stop_;
   unsigned threads_;
   std::mutex mutex_;
-  std::map<std::string, std::shared_future<DiskSizer::SizeReading>> readings_;
+  std::map<std::string, std::shared_future<DiskSizer::Walk>> walks_;
 };
 
 }  // namespace dw

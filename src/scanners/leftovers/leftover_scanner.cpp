@@ -223,7 +223,7 @@ std::string appNameFor(const std::string& bundleID) {
 }
 
 std::vector<LargestFile> largestFilesOf(const std::vector<std::string>& paths,
-                                        const std::stop_token& stop) {
+                                        SharedMeasurer& measurer) {
   std::vector<LargestFile> files;
   for (const std::string& path : paths) {
     struct stat s {};
@@ -232,14 +232,16 @@ std::vector<LargestFile> largestFilesOf(const std::vector<std::string>& paths,
       files.push_back(
           {std::string(paths::lastComponent(path)), static_cast<std::int64_t>(s.st_size)});
     } else if (S_ISDIR(s.st_mode)) {
-      for (const DiskSizer::LargeFile& f : DiskSizer::listLargeFiles(path, 1, 12, stop)) {
+      // Kept by the walk that measured the folder; each folder's biggest are enough to find
+      // the group's.
+      for (const DiskSizer::LargeFile& f : measurer.largestFiles(path)) {
         files.push_back({std::string(paths::lastComponent(f.path)), f.bytes});
       }
     }
   }
   std::stable_sort(files.begin(), files.end(),
                    [](const LargestFile& a, const LargestFile& b) { return a.bytes > b.bytes; });
-  if (files.size() > 3) files.resize(3);
+  if (files.size() > DiskSizer::kPeekCount) files.resize(DiskSizer::kPeekCount);
   return files;
 }
 
@@ -431,7 +433,7 @@ Result scan(const Locations& places, SharedMeasurer& measurer) {
       if (seenLocation[i]) f.evidence.push_back(places.leftoverLocations[i].display);
     }
     if (f.bytes >= kLargestFilesFrom) {
-      f.largestFiles = largestFilesOf(f.removablePaths, measurer.stopToken());
+      f.largestFiles = largestFilesOf(f.removablePaths, measurer);
     }
     result.findings.push_back(std::move(f));
   }

@@ -1,6 +1,5 @@
 #include "scanners/caches/cache_scanner.h"
 
-#include <dirent.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -10,6 +9,7 @@
 #include "base/paths.h"
 #include "findings/notes.h"
 #include "measure/project_folders.h"
+#include "scanners/folder_listing.h"
 
 namespace dw::CacheScanner {
 
@@ -74,31 +74,11 @@ const std::array<DeveloperCache, 3> kDeveloperCaches = {{
      "Downloaded dependencies. App projects and their build folders stay."},
 }};
 
-struct Entry {
-  std::string name;
-  bool directory = false;  // a real folder, not a link to one
-};
+using scanners::FolderEntry;
 
-// Direct entries of a folder, sorted by name so that results do not depend on the order the
-// file system lists them in. An unreadable or missing folder has none.
-std::vector<Entry> listFolder(const std::string& folder) {
-  std::vector<Entry> entries;
-  DIR* dir = ::opendir(folder.c_str());
-  if (!dir) return entries;
-  while (dirent* e = ::readdir(dir)) {
-    std::string_view name = e->d_name;
-    if (name == "." || name == "..") continue;
-    bool directory = e->d_type == DT_DIR;
-    if (e->d_type == DT_UNKNOWN) {
-      struct stat s {};
-      directory = ::lstat(paths::join(folder, name).c_str(), &s) == 0 && S_ISDIR(s.st_mode);
-    }
-    entries.push_back({std::string(name), directory});
-  }
-  ::closedir(dir);
-  std::sort(entries.begin(), entries.end(),
-            [](const Entry& a, const Entry& b) { return a.name < b.name; });
-  return entries;
+// An unreadable or missing folder has no entries here: it simply contributes no cache.
+std::vector<FolderEntry> entriesOf(const std::string& folder) {
+  return scanners::listFolder(folder).value_or(std::vector<FolderEntry>{});
 }
 
 bool isRealFolder(const std::string& path) {
@@ -221,7 +201,7 @@ std::optional<CacheFinding> libraryCacheFinding(const std::string& path,
 std::vector<CacheFinding> scanLibraryCaches(const Locations& places, bool chromeRunning,
                                             SharedMeasurer& measurer) {
   std::vector<std::string> children;
-  for (const Entry& e : listFolder(places.caches)) {
+  for (const FolderEntry& e : entriesOf(places.caches)) {
     if (beginsWithApple(e.name)) continue;  // never listed, so never walked
     children.push_back(paths::join(places.caches, e.name));
   }
@@ -266,11 +246,11 @@ std::vector<CacheFinding> scanChromeCaches(const Locations& places, bool chromeR
     std::string name;
   };
   std::vector<Candidate> candidates;
-  for (const Entry& profile : listFolder(places.chromeProfiles)) {
-    if (!profile.directory) continue;
+  for (const FolderEntry& profile : entriesOf(places.chromeProfiles)) {
+    if (!profile.isFolder()) continue;
     std::string profilePath = paths::join(places.chromeProfiles, profile.name);
-    for (const Entry& child : listFolder(profilePath)) {
-      if (child.directory && isOneOf(child.name, kChromeCacheFolders)) {
+    for (const FolderEntry& child : entriesOf(profilePath)) {
+      if (child.isFolder() && isOneOf(child.name, kChromeCacheFolders)) {
         candidates.push_back(
             {paths::join(profilePath, child.name), "Chrome " + profile.name + " " + child.name});
       }

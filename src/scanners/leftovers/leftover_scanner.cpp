@@ -1,6 +1,5 @@
 #include "scanners/leftovers/leftover_scanner.h"
 
-#include <dirent.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -12,6 +11,7 @@
 #include "base/time.h"
 #include "measure/disk_sizer.h"
 #include "platform/plist.h"
+#include "scanners/folder_listing.h"
 
 namespace dw::LeftoverScanner {
 
@@ -80,31 +80,8 @@ std::string underResolvedHome(const std::string& path, const Locations& places,
   return paths::standardize(resolvedHome + path.substr(places.home.size()));
 }
 
-struct Entry {
-  std::string name;
-  mode_t type = 0;  // lstat's file type bits; links are not followed
-};
-
-// nullopt when the folder exists but cannot be listed; an empty list when it is missing.
-std::optional<std::vector<Entry>> listFolder(const std::string& folder) {
-  std::vector<Entry> entries;
-  DIR* dir = ::opendir(folder.c_str());
-  if (!dir) {
-    if (errno == ENOENT || errno == ENOTDIR) return entries;
-    return std::nullopt;
-  }
-  while (dirent* e = ::readdir(dir)) {
-    std::string_view name = e->d_name;
-    if (name == "." || name == "..") continue;
-    struct stat s {};
-    if (::lstat(paths::join(folder, name).c_str(), &s) != 0) continue;
-    entries.push_back({std::string(name), s.st_mode & S_IFMT});
-  }
-  ::closedir(dir);
-  std::sort(entries.begin(), entries.end(),
-            [](const Entry& a, const Entry& b) { return a.name < b.name; });
-  return entries;
-}
+using Entry = scanners::FolderEntry;
+using scanners::listFolder;
 
 // Folders a bundle may be reached through: real folders and links to folders (an app in
 // /Applications may be a link to one kept elsewhere; reading its Info.plist changes nothing).

@@ -11,23 +11,12 @@
 set -euo pipefail
 
 repo=$(cd "$(dirname "$0")/.." && pwd)
-runs=${RUNS:-7}
+name=measure_bench
 bench_dir=${BENCH_DIR:-${TMPDIR:-/tmp}/dustwhale-bench-measure}
 tree=$bench_dir/tree
-build_dir=${BUILD_DIR:-$repo/build/release}
-dustwhale=${DUSTWHALE:-$build_dir/src/dustwhale}
+# shellcheck source=bench/common.sh
+source "$repo/bench/common.sh"
 
-die() { echo "measure_bench: $*" >&2; exit 1; }
-
-if [ ! -x /usr/bin/time ]; then
-  DUSTWHALE_BENCH=1 "$repo/scripts/bootstrap"
-fi
-if [ ! -x "$dustwhale" ]; then
-  [ -n "${DUSTWHALE:-}" ] && die "$dustwhale is not an executable"
-  echo "building the release binary in $build_dir" >&2
-  (cd "$repo" && cmake --preset release -B "$build_dir" >/dev/null &&
-    cmake --build "$build_dir" -j2 --target dustwhale >/dev/null)
-fi
 if [ ! -d "$tree" ]; then
   echo "building the tree in $tree (about a minute)" >&2
   python3 "$repo/bench/make_measure_tree.py" "$tree" >&2
@@ -41,28 +30,12 @@ if [ "$got" != "$expected" ]; then
 fi
 echo "tree: $entries entries, $expected bytes (dustwhale and du agree)"
 
-# Microseconds of one run.
-elapsed_us() {
-  local start end
-  start=$(date +%s%N)
-  "$@" >/dev/null
-  end=$(date +%s%N)
-  echo $(((end - start) / 1000))
-}
-median() { tr ' ' '\n' | sed '/^$/d' | sort -n | awk '{ v[NR] = $1 } END { print v[int((NR + 1) / 2)] }'; }
-
-# One warm-up of each, then the two alternate so that a busy moment of the machine falls on both.
-du -sx --block-size=1 "$tree" >/dev/null
-"$dustwhale" measure "$tree" >/dev/null
-du_times="" dw_times=""
-for _ in $(seq "$runs"); do
-  du_times+=" $(elapsed_us du -sx --block-size=1 "$tree")"
-  dw_times+=" $(elapsed_us "$dustwhale" measure "$tree")"
-done
-du_us=$(echo "$du_times" | median)
-dw_us=$(echo "$dw_times" | median)
-peak_kb=$(/usr/bin/time -v "$dustwhale" measure "$tree" 2>&1 >/dev/null |
-  awk -F: '/Maximum resident set size/ { gsub(/ /, "", $2); print $2 }')
+reference() { du -sx --block-size=1 "$tree"; }
+ours() { "$dustwhale" measure "$tree"; }
+wait_for_quiet
+time_both
+du_us=$ref_us dw_us=$our_us
+peak_kb=$(peak_kib "$dustwhale" measure "$tree")
 
 awk -v du="$du_us" -v dw="$dw_us" -v kb="$peak_kb" -v runs="$runs" 'BEGIN {
   printf "du -sx            median of %d: %8.3f s\n", runs, du / 1e6

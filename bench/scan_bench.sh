@@ -14,26 +14,13 @@
 set -euo pipefail
 
 repo=$(cd "$(dirname "$0")/.." && pwd)
-runs=${RUNS:-7}
+name=scan_bench
 bench_dir=${BENCH_DIR:-${TMPDIR:-/tmp}/dustwhale-bench-scan}
 root=$bench_dir/tree
 home=$root/Users/me
-build_dir=${BUILD_DIR:-$repo/build/release}
-dustwhale=${DUSTWHALE:-$build_dir/src/dustwhale}
-max_load=${MAX_LOAD:-0.7}
-load_wait=${LOAD_WAIT:-600}
+# shellcheck source=bench/common.sh
+source "$repo/bench/common.sh"
 
-die() { echo "scan_bench: $*" >&2; exit 1; }
-
-if [ ! -x /usr/bin/time ]; then
-  DUSTWHALE_BENCH=1 "$repo/scripts/bootstrap"
-fi
-if [ ! -x "$dustwhale" ]; then
-  [ -n "${DUSTWHALE:-}" ] && die "$dustwhale is not an executable"
-  echo "building the release binary in $build_dir" >&2
-  (cd "$repo" && cmake --preset release -B "$build_dir" >/dev/null &&
-    cmake --build "$build_dir" -j2 --target dustwhale >/dev/null)
-fi
 if [ ! -d "$root" ]; then
   echo "building the tree in $root (about a minute)" >&2
   python3 "$repo/bench/make_measure_tree.py" --shape mac "$root" >&2
@@ -77,38 +64,14 @@ EOF
 entries=$(find "$home" | wc -l)
 echo "home: $entries entries; du is given ${#places[@]} places"
 
-# Microseconds of one run.
-elapsed_us() {
-  local start end
-  start=$(date +%s%N)
-  "$@" >/dev/null
-  end=$(date +%s%N)
-  echo $(((end - start) / 1000))
-}
-median() { tr ' ' '\n' | sed '/^$/d' | sort -n | awk '{ v[NR] = $1 } END { print v[int((NR + 1) / 2)] }'; }
-load1() { cut -d' ' -f1 /proc/loadavg; }
-
-waited=0
-while awk -v l="$(load1)" -v m="$max_load" 'BEGIN { exit !(l > m) }' && [ "$waited" -lt "$load_wait" ]; do
-  echo "load average $(load1) is above $max_load; waiting" >&2
-  sleep 30
-  waited=$((waited + 30))
-done
+reference() { du -sx --block-size=1 "${places[@]}"; }
+ours() { scan; }
+wait_for_quiet
 load_before=$(load1)
-
-# One warm-up of each, then the two alternate so that a busy moment of the machine falls on both.
-du -sx --block-size=1 "${places[@]}" >/dev/null
-scan >/dev/null
-du_times="" dw_times=""
-for _ in $(seq "$runs"); do
-  du_times+=" $(elapsed_us du -sx --block-size=1 "${places[@]}")"
-  dw_times+=" $(elapsed_us scan)"
-done
+time_both
 load_after=$(load1)
-du_us=$(echo "$du_times" | median)
-dw_us=$(echo "$dw_times" | median)
-peak_kb=$(/usr/bin/time -v "$dustwhale" scan --root "$root" --home "$home" --layout macos --json \
-  2>&1 >/dev/null | awk -F: '/Maximum resident set size/ { gsub(/ /, "", $2); print $2 }')
+du_us=$ref_us dw_us=$our_us
+peak_kb=$(peak_kib "$dustwhale" scan --root "$root" --home "$home" --layout macos --json)
 
 awk -v du="$du_us" -v dw="$dw_us" -v kb="$peak_kb" -v runs="$runs" \
   -v before="$load_before" -v after="$load_after" 'BEGIN {

@@ -31,7 +31,7 @@ struct LeftoverFinding {
 };
 
 struct Result {
-  std::vector<LeftoverFinding> findings;       // largest first
+  std::vector<LeftoverFinding> findings;         // largest first
   std::vector<std::string> unreadableLocations;  // "~/Library/Containers"
 };
 
@@ -55,8 +55,7 @@ bool isAllowedPath(const std::string& path, const Locations& places);
 
 // The re-check before a leftover path moves: the path passes isAllowedPath, is still a direct
 // entry of one of the Library locations, and still yields bundleID as its candidate.
-bool stillBelongsTo(const std::string& path, const std::string& bundleID,
-                    const Locations& places);
+bool stillBelongsTo(const std::string& path, const std::string& bundleID, const Locations& places);
 
 CacheFinding toCacheFinding(const LeftoverFinding& finding, const Locations& places);
 

@@ -58,10 +58,12 @@ class Session {
   void runUntil(const std::function<bool()>& done, std::function<void()> onInterrupt);
 
  private:
+  // Destroyed from the bottom up: the model first, then the dispatcher, which joins every task
+  // before the workspace the tasks read goes.
   InterruptWatcher interrupts_;
-  ThreadedDispatcher dispatcher_;
   std::unique_ptr<platform::Workspace> workspace_;
   platform::UserDefaults defaults_;
+  ThreadedDispatcher dispatcher_;
   std::unique_ptr<ScanModel> model_;
   std::function<void()> interruptAction_;
 };

@@ -47,11 +47,11 @@ ScanModel::ScanModel(Dispatcher& dispatcher, Locations places, platform::Workspa
       workspace_(workspace),
       defaults_(defaults),
       alive_(std::make_shared<ScanModel*>(this)) {
-  workspace_.setAppEventHandler([this, alive = std::weak_ptr<ScanModel*>(alive_)](
-                                    const std::string& bundleID, bool launched) {
-    if (alive.expired()) return;
-    postToModel([this, bundleID, launched] { applicationEvent(bundleID, launched); });
-  });
+  // Events come on the workspace's thread; they reach the model only on its own.
+  workspace_.setAppEventHandler(
+      [this, post = poster()](const std::string& bundleID, bool launched) {
+        post([this, bundleID, launched] { applicationEvent(bundleID, launched); });
+      });
 }
 
 ScanModel::~ScanModel() {
@@ -71,10 +71,14 @@ void ScanModel::notify(Field field) {
     observer(field);
 }
 
-void ScanModel::postToModel(std::function<void()> closure) {
-  dispatcher_.post([alive = std::weak_ptr<ScanModel*>(alive_), closure = std::move(closure)] {
+void ScanModel::Poster::operator()(std::function<void()> closure) const {
+  dispatcher->post([alive = alive, closure = std::move(closure)] {
     if (!alive.expired()) closure();
   });
+}
+
+ScanModel::Poster ScanModel::poster() const {
+  return Poster{&dispatcher_, alive_};
 }
 
 // ---- the main scan --------------------------------------------------------------------------
@@ -132,20 +136,22 @@ void ScanModel::scan() {
   progress_.reset();
   notify(Field::progress);
 
-  scanTask_ = dispatcher_.start([this, generation, places = places_,
-                                 alive = std::weak_ptr<ScanModel*>(alive_)](std::stop_token stop) {
+  // The task touches the model only through closures posted back to its thread, which run only
+  // while the model lives.
+  scanTask_ = dispatcher_.start([this, generation, places = places_, post = poster(),
+                                 &workspace = workspace_](std::stop_token stop) {
     auto announce = [&](const std::string& area) {
-      postToModel([this, area, generation] { scanAreaStarted(area, generation); });
+      post([this, area, generation] { scanAreaStarted(area, generation); });
     };
     try {
-      ScanResult result = runScanPipeline(places, workspace_, stop, announce);
-      postToModel([this, result = std::move(result), generation]() mutable {
+      ScanResult result = runScanPipeline(places, workspace, stop, announce);
+      post([this, result = std::move(result), generation]() mutable {
         finishScan(std::move(result), generation);
       });
     } catch (const Cancelled&) {
-      postToModel([this, generation] { endScanWithError(true, generation); });
+      post([this, generation] { endScanWithError(true, generation); });
     } catch (...) {
-      postToModel([this, generation] { endScanWithError(false, generation); });
+      post([this, generation] { endScanWithError(false, generation); });
     }
   });
 }
@@ -285,18 +291,17 @@ void ScanModel::clearFindings(std::optional<ConfirmScope> scope) {
   notify(Field::progress);
 
   if (clearTask_) clearTask_->cancel();
-  clearTask_ =
-      dispatcher_.start([this, items = std::move(items), places = places_](std::stop_token stop) {
-        Clearing::Outcome outcome = Clearing::clearFindings(
-            items, places, workspace_, stop, [this](const Clearing::Progress& p) {
-              postToModel([this, p] {
-                progress_ = Progress{p.done, p.total, p.current};
-                notify(Field::progress);
-              });
-            });
-        postToModel(
-            [this, outcome = std::move(outcome)]() mutable { finishClear(std::move(outcome)); });
-      });
+  clearTask_ = dispatcher_.start([this, items = std::move(items), places = places_, post = poster(),
+                                  &workspace = workspace_](std::stop_token stop) {
+    Clearing::Outcome outcome =
+        Clearing::clearFindings(items, places, workspace, stop, [&](const Clearing::Progress& p) {
+          post([this, p] {
+            progress_ = Progress{p.done, p.total, p.current};
+            notify(Field::progress);
+          });
+        });
+    post([this, outcome = std::move(outcome)]() mutable { finishClear(std::move(outcome)); });
+  });
 }
 
 void ScanModel::stopClearing() {

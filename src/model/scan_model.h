@@ -99,6 +99,7 @@ class ScanModel {
   };
 
   // Sets the initial values and listens for Chrome launching and quitting. It does not scan.
+  // The dispatcher and the workspace outlive the model and every task it started.
   ScanModel(Dispatcher& dispatcher, Locations places, platform::Workspace& workspace,
             platform::UserDefaults& defaults);
   ~ScanModel();
@@ -189,8 +190,14 @@ class ScanModel {
   void finishScan(ScanResult result, std::uint64_t generation);
   void endScanWithError(bool cancelled, std::uint64_t generation);
   void finishClear(Clearing::Outcome outcome);
-  // Posts to the model's thread a closure that runs only while this model is alive.
-  void postToModel(std::function<void()> closure);
+  // Posts to the model's thread a closure that runs only while this model is alive. A task holds
+  // a Poster, never the model itself, so it may outlive the model harmlessly.
+  struct Poster {
+    Dispatcher* dispatcher;
+    std::weak_ptr<ScanModel*> alive;
+    void operator()(std::function<void()> closure) const;
+  };
+  Poster poster() const;
 
   Dispatcher& dispatcher_;
   Locations places_;

@@ -110,7 +110,10 @@ Runner addClear(CLI::App& app) {
                      "terminal to ask on\n";
         return 1;
       }
-      if (!askToConfirm(items.size())) {
+      session.setQuitOnInterrupt(true);
+      bool confirmed = askToConfirm(items.size());
+      session.setQuitOnInterrupt(false);
+      if (!confirmed) {
         std::cout << "Nothing was moved to the Trash.\n";
         return 0;
       }

@@ -87,6 +87,10 @@ Session::Session(Locations places)
   model_ = std::make_unique<ScanModel>(dispatcher_, std::move(places), *workspace_, defaults_);
   // Ctrl-C arrives on the watcher's thread; the model is touched only on its own.
   interrupts_.onInterrupt([this] {
+    if (quitOnInterrupt_) {
+      ::write(STDERR_FILENO, "\n", 1);
+      ::_exit(130);
+    }
     dispatcher_.post([this] {
       if (interruptAction_) interruptAction_();
     });

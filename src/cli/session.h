@@ -56,6 +56,9 @@ class Session {
   bool scan();
   // Runs the model's loop until done() holds; Ctrl-C runs onInterrupt on the model's thread.
   void runUntil(const std::function<bool()>& done, std::function<void()> onInterrupt);
+  // While set (a question waits for an answer and nothing is moving), Ctrl-C ends the program
+  // at once instead of waiting for the model's loop.
+  void setQuitOnInterrupt(bool quit) { quitOnInterrupt_ = quit; }
 
  private:
   // Destroyed from the bottom up: the model first, then the dispatcher, which joins every task
@@ -66,6 +69,7 @@ class Session {
   ThreadedDispatcher dispatcher_;
   std::unique_ptr<ScanModel> model_;
   std::function<void()> interruptAction_;
+  std::atomic<bool> quitOnInterrupt_{false};
 };
 
 bool stderrIsTerminal();

@@ -88,7 +88,7 @@ Session::Session(Locations places)
   // Ctrl-C arrives on the watcher's thread; the model is touched only on its own.
   interrupts_.onInterrupt([this] {
     if (quitOnInterrupt_) {
-      ::write(STDERR_FILENO, "\n", 1);
+      [[maybe_unused]] ssize_t ignored = ::write(STDERR_FILENO, "\n", 1);
       ::_exit(130);
     }
     dispatcher_.post([this] {

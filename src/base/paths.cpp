@@ -82,6 +82,12 @@ std::string resolveSymlinks(std::string_view path) {
   }
 }
 
+std::string resolveParentSymlinks(std::string_view path) {
+  std::string standard = standardize(path);
+  if (standard == "/") return standard;
+  return join(resolveSymlinks(parent(standard)), lastComponent(standard));
+}
+
 std::string stripPrivate(std::string_view path) {
   constexpr std::string_view kPrivate = "/private";
   if (path.substr(0, kPrivate.size()) == kPrivate &&
@@ -121,6 +127,18 @@ std::string tilde(std::string_view path, std::string_view home) {
   }
   out.append(path.substr(i));
   return out;
+}
+
+std::vector<std::string_view> split(std::string_view text, char separator) {
+  std::vector<std::string_view> parts;
+  size_t i = 0;
+  while (i < text.size()) {
+    size_t j = text.find(separator, i);
+    if (j == std::string_view::npos) j = text.size();
+    if (j > i) parts.push_back(text.substr(i, j - i));
+    i = j + 1;
+  }
+  return parts;
 }
 
 std::string asciiLower(std::string_view text) {

@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace dw::paths {
 
@@ -18,6 +19,10 @@ std::string standardize(std::string_view path);
 // written, then standardises; a path that does not exist resolves as far as it exists.
 std::string resolveSymlinks(std::string_view path);
 
+// Resolves links in the parent chain only, keeping the last component as it is: a link is then
+// the item itself, not the place it points to.
+std::string resolveParentSymlinks(std::string_view path);
+
 // "/private/var/x" -> "/var/x": the same folder reached through the system's private prefix.
 std::string stripPrivate(std::string_view path);
 
@@ -27,6 +32,9 @@ bool isStrictlyWithin(std::string_view path, std::string_view folder);
 
 // The path for display: every occurrence of the home folder's path replaced by "~".
 std::string tilde(std::string_view path, std::string_view home);
+
+// The non-empty pieces between separators: "/a//b/" -> {"a", "b"}.
+std::vector<std::string_view> split(std::string_view text, char separator);
 
 std::string asciiLower(std::string_view text);
 bool containsInsensitive(std::string_view text, std::string_view word);

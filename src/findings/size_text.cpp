@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <vector>
 
+#include "base/paths.h"
+
 namespace dw {
 
 namespace {
@@ -63,14 +65,7 @@ std::string plural(std::string_view word) {
 }
 
 std::string countNoun(std::int64_t n, std::string_view noun) {
-  std::vector<std::string_view> words;
-  size_t i = 0;
-  while (i < noun.size()) {
-    size_t j = noun.find(' ', i);
-    if (j == std::string_view::npos) j = noun.size();
-    if (j > i) words.push_back(noun.substr(i, j - i));
-    i = j + 1;
-  }
+  std::vector<std::string_view> words = paths::split(noun, ' ');
   std::string out = std::to_string(n);
   for (size_t k = 0; k < words.size(); ++k) {
     out += ' ';

@@ -227,15 +227,6 @@ void writeAtomically(const std::string& logFile, const std::string& text) {
 
 // --- Put Back ----------------------------------------------------------------------------------
 
-// Symbolic links resolved in the parent chain only: a trashed link is the item itself, and a
-// link at the original place is something that exists there.
-std::string resolveItem(const std::string& path) {
-  std::string standard = paths::standardize(path);
-  if (standard == "/") return standard;
-  return paths::join(paths::resolveSymlinks(paths::parent(standard)),
-                     paths::lastComponent(standard));
-}
-
 bool allowedResolved(const std::string& trash, const std::string& original,
                      const std::string& home) {
   if (original.rfind(home + "/", 0) != 0) return false;
@@ -298,8 +289,10 @@ std::vector<Entry> load(const Locations& places) {
 bool isAllowed(const std::string& trashPath, const std::string& originalPath,
                const std::string& home) {
   if (!absolute(trashPath) || !absolute(originalPath) || !absolute(home)) return false;
-  return allowedResolved(resolveItem(trashPath), resolveItem(originalPath),
-                         paths::resolveSymlinks(home));
+  // The last components stay unresolved: a trashed link is the item itself, and a link at the
+  // original place is something that exists there.
+  return allowedResolved(paths::resolveParentSymlinks(trashPath),
+                         paths::resolveParentSymlinks(originalPath), paths::resolveSymlinks(home));
 }
 
 int status(const Entry& entry) {
@@ -327,8 +320,8 @@ Entry putBack(const Entry& entry, const Locations& places) {
   // From here on only the resolved paths are used, so the item moved is the one that was
   // checked, whatever links or ".." the record holds.
   const std::string home = paths::resolveSymlinks(places.home);
-  const std::string trash = resolveItem(entry.trashPath);
-  const std::string original = resolveItem(entry.originalPath);
+  const std::string trash = paths::resolveParentSymlinks(entry.trashPath);
+  const std::string original = paths::resolveParentSymlinks(entry.originalPath);
   if (!allowedResolved(trash, original, home)) throw PutBackError(Kind::refusedLocation);
 
   struct stat s {};

@@ -52,27 +52,6 @@ std::string homeTrashRoot(const std::string& home) {
   return paths::join(dataHome(home), "Trash");
 }
 
-// The path with symbolic links resolved in its parent chain only: a trashed symbolic link is
-// the item itself, not the place it points to.
-std::string resolveParent(std::string_view path) {
-  std::string standard = paths::standardize(path);
-  if (standard == "/") return standard;
-  return paths::join(paths::resolveSymlinks(paths::parent(standard)),
-                     paths::lastComponent(standard));
-}
-
-std::vector<std::string_view> components(std::string_view path) {
-  std::vector<std::string_view> parts;
-  size_t i = 0;
-  while (i < path.size()) {
-    size_t j = path.find('/', i);
-    if (j == std::string_view::npos) j = path.size();
-    if (j > i) parts.push_back(path.substr(i, j - i));
-    i = j + 1;
-  }
-  return parts;
-}
-
 // --- .trashinfo --------------------------------------------------------------------------------
 
 bool keptInPath(unsigned char c) {
@@ -184,7 +163,7 @@ int prepareTrash(const std::string& root, bool strict) {
 int prepareHomeTrash(const std::string& root) {
   // $XDG_DATA_HOME may not exist yet on a fresh account.
   std::string prefix;
-  for (std::string_view part : components(root)) {
+  for (std::string_view part : paths::split(root, '/')) {
     prefix += '/';
     prefix += part;
     if (int e = prepareFolder(prefix, false)) return e;
@@ -444,7 +423,7 @@ bool isInTrashFolder(const std::string& resolvedPath, const std::string& resolve
   // <topdir>/.Trash/<uid>/files/<item> or <topdir>/.Trash-<uid>/files/<item>.
   const std::string uid = uidText();
   const std::string own = ".Trash-" + uid;
-  auto parts = components(resolvedPath);
+  auto parts = paths::split(resolvedPath, '/');
   for (size_t i = 0; i < parts.size(); ++i) {
     if (parts[i] == ".Trash" && i + 3 < parts.size() && parts[i + 1] == uid &&
         parts[i + 2] == "files") {
@@ -473,7 +452,7 @@ bool trashItemMatches(const std::string& trashPath, const std::string& originalP
     full = paths::join(top, full);
   }
   return paths::standardize(full) == paths::standardize(originalPath) ||
-         resolveParent(full) == resolveParent(originalPath);
+         paths::resolveParentSymlinks(full) == paths::resolveParentSymlinks(originalPath);
 }
 
 std::string moveOutOfTrash(const std::string& trashPath, const std::string& originalPath) {

@@ -19,16 +19,6 @@ std::optional<ScanModel::ConfirmScope> scopeFor(const std::string& kind) {
   return std::nullopt;
 }
 
-bool askToConfirm(size_t count) {
-  std::cout << "Move " << countNoun(static_cast<std::int64_t>(count), "item")
-            << " to the Trash? [y/N] " << std::flush;
-  std::string answer;
-  if (!std::getline(std::cin, answer)) return false;
-  answer = paths::asciiLower(answer);
-  // Return alone means no: a move never starts from the keyboard without a word.
-  return answer == "y" || answer == "yes";
-}
-
 }  // namespace
 
 Runner addClear(CLI::App& app) {
@@ -111,7 +101,7 @@ Runner addClear(CLI::App& app) {
         return 1;
       }
       session.setQuitOnInterrupt(true);
-      bool confirmed = askToConfirm(items.size());
+      bool confirmed = askToMove(static_cast<std::int64_t>(items.size()), "item");
       session.setQuitOnInterrupt(false);
       if (!confirmed) {
         std::cout << "Nothing was moved to the Trash.\n";

@@ -9,6 +9,7 @@
 
 #include "base/paths.h"
 #include "cli/output.h"
+#include "findings/size_text.h"
 
 namespace dw::cli {
 
@@ -17,6 +18,15 @@ bool stderrIsTerminal() {
 }
 bool stdinIsTerminal() {
   return ::isatty(STDIN_FILENO) == 1;
+}
+
+bool askToMove(std::int64_t count, std::string_view noun) {
+  std::cout << "Move " << countNoun(count, noun) << " to the Trash? [y/N] " << std::flush;
+  std::string answer;
+  if (!std::getline(std::cin, answer)) return false;
+  answer = paths::asciiLower(answer);
+  // Return alone means no: a move never starts from the keyboard without a word.
+  return answer == "y" || answer == "yes";
 }
 
 void PlaceOptions::addTo(CLI::App& command) {

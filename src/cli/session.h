@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
 
 #include "model/dispatcher.h"
@@ -71,6 +72,9 @@ class Session {
   std::function<void()> interruptAction_;
   std::atomic<bool> quitOnInterrupt_{false};
 };
+
+// "Move 3 items to the Trash? [y/N] " on standard output; true only for "y" or "yes".
+bool askToMove(std::int64_t count, std::string_view noun);
 
 bool stderrIsTerminal();
 bool stdinIsTerminal();

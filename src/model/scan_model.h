@@ -176,6 +176,20 @@ class ScanModel {
   void reloadCleared();
   bool putBack(const ClearedLog::Entry& entry);
 
+  // ---- The duplicate flow (scan_model_duplicates.cpp) ----
+  void setDuplicateScope(DuplicateScanner::Scope scope);
+  // Searches duplicateScope; a new search cancels a running one, whose results never appear.
+  void findDuplicates();
+  void cancelDuplicates();
+  bool isDuplicateSearchRunning() const { return duplicateTask_ != nullptr; }
+  // The chosen copy (a file of the group) becomes the one kept and leaves the selection.
+  void keepCopy(const std::string& hashHex, const std::string& path);
+  void setDuplicateSelected(const std::string& path, bool on);
+  // Selects every copy but the kept one of each group.
+  void selectExtraCopies();
+  // Moves the selected copies to the Trash; the kept copy of a group never moves.
+  void clearDuplicates();
+
   // Chrome launched or quit (or any other app, which changes nothing).
   void applicationEvent(const std::string& bundleID, bool launched);
 
@@ -190,6 +204,10 @@ class ScanModel {
   void finishScan(ScanResult result, std::uint64_t generation);
   void endScanWithError(bool cancelled, std::uint64_t generation);
   void finishClear(Clearing::Outcome outcome);
+  // The duplicate flow.
+  void finishDuplicates(DuplicateScanner::Result result, std::uint64_t search);
+  void endDuplicatesWithError(bool cancelled, std::uint64_t search);
+  void finishDuplicateClear(Clearing::Outcome outcome);
   // Posts to the model's thread a closure that runs only while this model is alive. A task holds
   // a Poster, never the model itself, so it may outlive the model harmlessly.
   struct Poster {
@@ -243,6 +261,10 @@ class ScanModel {
   std::shared_ptr<TaskHandle> scanTask_;
   std::shared_ptr<TaskHandle> duplicateTask_;
   std::uint64_t scanGeneration_ = 0;
+  // The duplicate flow: raised at every search, so that only the newest one publishes; and the
+  // folders the shown groups came from, which a clear of copies re-checks against.
+  std::uint64_t duplicateSearch_ = 0;
+  DuplicateScanner::Scope duplicateSearchedScope_;
 };
 
 // The area texts in the order a scan announces them.

@@ -8,8 +8,9 @@
 namespace dw::platform {
 
 struct TrashMove {
-  std::string trashPath;  // where the item now is, on success
-  std::string error;      // why it stayed, otherwise ("This volume has no Trash")
+  std::string trashPath;          // where the item now is, on success
+  std::string error;              // why it stayed, otherwise ("This volume has no Trash")
+  bool permissionDenied = false;  // EACCES/EPERM: the user may not move it
   bool ok() const { return error.empty(); }
 };
 

@@ -2,12 +2,16 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <map>
+#include <system_error>
 
+#include "base/paths.h"
 #include "base/uuid.h"
 #include "findings/size_text.h"
 #include "measure/disk_sizer.h"
 #include "platform/trash.h"
 #include "scanners/caches/cache_scanner.h"
+#include "scanners/duplicates/duplicate_scanner.h"
 #include "scanners/largefiles/large_files_scanner.h"
 #include "scanners/leftovers/leftover_scanner.h"
 
@@ -107,6 +111,90 @@ void clearLeftover(const CacheFinding& item, const Locations& places, std::stop_
 }
 
 }  // namespace
+
+std::optional<MoveFailure> moveOne(const MoveRequest& request, const Locations& places,
+                                   Outcome& outcome) {
+  (void)places;
+  platform::TrashMove move = platform::moveToTrash(request.path);
+  if (!move.ok()) return MoveFailure{move.error, move.permissionDenied};
+  outcome.entries.push_back(
+      entryFor(outcome, request.path, move.trashPath, request.bytes, request.kind, request.name));
+  outcome.movedBytes = addBytes(outcome.movedBytes, request.bytes);
+  return std::nullopt;
+}
+
+namespace {
+
+// Whether the copy may still go: a copy the search would list, with the group's content, while
+// the kept copy is still in place with that same content (checked once per group and clear).
+bool copyMayMove(const DuplicateCopy& copy, const Locations& places, DuplicateScanner::Scope scope,
+                 std::stop_token stop, std::map<std::string, bool>& keptHolds) {
+  if (paths::standardize(copy.path) == paths::standardize(copy.keptPath)) return false;
+  auto matches = [&](const std::string& path) {
+    if (!DuplicateScanner::isListableCopy(path, copy.bytes, places.home, scope)) return false;
+    try {
+      return DuplicateScanner::fullDigest(path, stop) == copy.hashHex;
+    } catch (const std::system_error&) {
+      return false;
+    }
+  };
+  auto kept = keptHolds.find(copy.keptPath);
+  if (kept == keptHolds.end())
+    kept = keptHolds.emplace(copy.keptPath, matches(copy.keptPath)).first;
+  return kept->second && matches(copy.path);
+}
+
+}  // namespace
+
+Outcome clearDuplicates(const std::vector<DuplicateCopy>& copies, const Locations& places,
+                        DuplicateScanner::Scope scope, std::stop_token stop,
+                        const std::function<void(const Progress&)>& onProgress) {
+  Outcome outcome;
+  outcome.sessionID = newUuid();
+  std::map<std::string, bool> keptHolds;
+  int total = static_cast<int>(copies.size());
+  for (int i = 0; i < total; ++i) {
+    if (stop.stop_requested()) {
+      outcome.stopped = true;
+      break;
+    }
+    const DuplicateCopy& copy = copies[static_cast<size_t>(i)];
+    std::string name(paths::lastComponent(copy.path));
+    bool mayMove = false;
+    try {
+      mayMove = copyMayMove(copy, places, scope, stop, keptHolds);
+    } catch (const Cancelled&) {
+      // Stopped while reading, before anything of this copy moved.
+      outcome.stopped = true;
+      break;
+    }
+    if (!mayMove) {
+      outcome.failures.push_back({name, std::string(kNoLongerAllowed)});
+    } else if (auto failure =
+                   moveOne({copy.path, copy.bytes, "duplicate", name}, places, outcome)) {
+      outcome.failures.push_back({name, failure->reason});
+    } else {
+      outcome.movedIds.push_back(copy.path);
+    }
+    if (onProgress) onProgress({i + 1, total, name});
+  }
+  return outcome;
+}
+
+std::string duplicatesMessage(const Outcome& outcome) {
+  std::string moved = "Up to " + sizeText(outcome.movedBytes) +
+                      " moved to the Trash. Empty the Trash to get the space back.";
+  if (!outcome.failures.empty()) {
+    std::string text = "Some copies stayed in place: ";
+    for (size_t i = 0; i < outcome.failures.size(); ++i) {
+      if (i) text += ", ";
+      text += outcome.failures[i].name + " (" + outcome.failures[i].reason + ")";
+    }
+    return text + ". " + moved;
+  }
+  if (outcome.entries.empty()) return "Nothing was moved to the Trash.";
+  return moved + " Copies on APFS may free less.";
+}
 
 Outcome clearFindings(const std::vector<CacheFinding>& items, const Locations& places,
                       const platform::Workspace& workspace, std::stop_token stop,

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "findings/cache_finding.h"
 #include "platform/locations.h"
 #include "platform/workspace.h"
+#include "scanners/duplicates/duplicate_types.h"
 #include "trash/cleared_log.h"
 
 namespace dw::Clearing {
@@ -47,6 +49,41 @@ struct Progress {
 Outcome clearFindings(const std::vector<CacheFinding>& items, const Locations& places,
                       const platform::Workspace& workspace, std::stop_token stop,
                       const std::function<void(const Progress&)>& onProgress = {});
+
+// One item moved to the Trash and recorded under outcome.sessionID.
+struct MoveRequest {
+  std::string path;        // the item to move (never followed if a symlink)
+  std::int64_t bytes = 0;  // what the log records for it
+  std::string kind;        // "cache", "file", "leftover", "duplicate", "app", "app-data"
+  std::string name;        // the finding's display name
+};
+struct MoveFailure {
+  std::string reason;             // the system's text, e.g. "Permission denied"
+  bool permissionDenied = false;  // EACCES/EPERM, or a parent folder the user may not write
+};
+// Moves one item to the Trash under outcome.sessionID. On success appends the ClearedLog::Entry
+// to outcome.entries, adds bytes to outcome.movedBytes and returns nullopt; otherwise returns
+// why the item stayed (outcome unchanged).
+std::optional<MoveFailure> moveOne(const MoveRequest& request, const Locations& places,
+                                   Outcome& outcome);
+
+// One extra copy of a duplicate group, as the model hands it to the clear.
+struct DuplicateCopy {
+  std::string path;
+  std::int64_t bytes = 0;
+  std::string hashHex;   // its group's
+  std::string keptPath;  // the group's copy that stays
+};
+
+// Moves the extra copies, in order, each re-checked just before: still a copy the search
+// would list in scope, of the group's size and content, while the kept copy is still there
+// with that content; the kept copy itself never moves. A refused copy is named with "no longer
+// allowed". Entries have kind "duplicate". A stop request is honoured before the next copy.
+Outcome clearDuplicates(const std::vector<DuplicateCopy>& copies, const Locations& places,
+                        DuplicateScanner::Scope scope, std::stop_token stop,
+                        const std::function<void(const Progress&)>& onProgress = {});
+// The one status line a clear of copies ends with.
+std::string duplicatesMessage(const Outcome& outcome);
 
 // "Some items stayed in place: a (reason), b (reason)." or "" when nothing failed.
 std::string failureSummary(const std::vector<Failure>& failures);

@@ -296,7 +296,7 @@ MoveResult moveNoReplace(const std::string& from, const std::string& to, bool is
 }
 
 TrashMove failed(int error) {
-  return TrashMove{{}, systemText(error)};
+  return TrashMove{{}, systemText(error), error == EACCES || error == EPERM};
 }
 
 struct Placed {

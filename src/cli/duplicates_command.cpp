@@ -1,0 +1,197 @@
+#include <iostream>
+#include <set>
+
+#include "base/paths.h"
+#include "base/time.h"
+#include "cli/commands.h"
+#include "cli/output.h"
+#include "cli/session.h"
+#include "findings/size_text.h"
+
+namespace dw::cli {
+
+namespace {
+
+using DuplicateScanner::Scope;
+
+Scope scopeNamed(const std::vector<std::string>& names) {
+  Scope scope;
+  for (const std::string& name : names) {
+    if (name == "downloads") scope.insert(Scope::downloads);
+    if (name == "movies") scope.insert(Scope::movies);
+    if (name == "music") scope.insert(Scope::music);
+    if (name == "pictures") scope.insert(Scope::pictures);
+  }
+  return scope;
+}
+
+std::string dateText(TimePoint when) {
+  return when == DuplicateScanner::kDistantPast ? "no date" : timefmt::localDateTime(when);
+}
+
+json::Value resultJson(const ScanModel& model) {
+  json::Array groups;
+  for (const auto& group : model.duplicateGroups()) {
+    json::Array files;
+    for (const auto& file : group.files) {
+      json::Value f{json::Object{}};
+      f.set("path", file.path);
+      f.set("bytes", file.bytes);
+      f.set("modified", file.modified == DuplicateScanner::kDistantPast
+                            ? json::Value(nullptr)
+                            : json::Value(timefmt::isoUtc(file.modified)));
+      files.push_back(std::move(f));
+    }
+    json::Value g{json::Object{}};
+    g.set("hashHex", group.hashHex);
+    g.set("bytes", group.bytes);
+    g.set("files", std::move(files));
+    groups.push_back(std::move(g));
+  }
+  json::Value out{json::Object{}};
+  out.set("groups", std::move(groups));
+  out.set("skipped", json::Array(model.duplicateSkipped().begin(), model.duplicateSkipped().end()));
+  out.set("message", model.message());
+  return out;
+}
+
+void printGroups(const ScanModel& model) {
+  for (const auto& group : model.duplicateGroups()) {
+    std::cout << sizeText(group.bytes) << " · "
+              << countNoun(static_cast<std::int64_t>(group.files.size()), "copy") << '\n';
+    auto kept = model.duplicateKeepPath().find(group.hashHex);
+    for (const auto& file : group.files) {
+      bool keeps = kept != model.duplicateKeepPath().end() && kept->second == file.path;
+      std::cout << (keeps ? "  kept  " : "        ") << dateText(file.modified) << "  "
+                << displayText(file.path) << '\n';
+    }
+  }
+  for (const auto& path : model.duplicateSkipped())
+    std::cout << "Skipped (not allowed to read): " << displayText(path) << '\n';
+}
+
+}  // namespace
+
+Runner addDuplicates(CLI::App& app) {
+  struct Options {
+    PlaceOptions places;
+    std::vector<std::string> scope;
+    bool json = false;
+    bool clear = false;
+    bool keepOldest = false;
+    bool dryRun = false;
+    bool yes = false;
+  };
+  auto options = std::make_shared<Options>();
+  CLI::App* cmd = app.add_subcommand(
+      "duplicates", "Find byte-identical copies in Downloads, Movies, Music and Pictures");
+  options->places.addTo(*cmd);
+  cmd->add_option("--scope", options->scope, "Folders to search (default: all four)")
+      ->delimiter(',')
+      ->check(CLI::IsMember({"downloads", "movies", "music", "pictures"}));
+  auto* json = cmd->add_flag("--json", options->json, "Print one JSON object");
+  auto* clear = cmd->add_flag(
+      "--clear", options->clear,
+      "Move every extra copy to the Trash (one copy of each file stays; never deletes)");
+  cmd->add_flag("--keep-oldest", options->keepOldest, "Keep the oldest copy instead of the newest")
+      ->needs(clear);
+  cmd->add_flag("--dry-run", options->dryRun, "List what would move; move nothing")->needs(clear);
+  cmd->add_flag("--yes", options->yes, "Do not ask (needed without a terminal)")->needs(clear);
+  json->excludes(clear);
+
+  return [options] {
+    Session session(options->places.locations());
+    ScanModel& model = session.model();
+    if (!options->scope.empty()) model.setDuplicateScope(scopeNamed(options->scope));
+
+    bool progress = stderrIsTerminal();
+    bool finished = false;
+    model.addObserver([&](ScanModel::Field field) {
+      if (field == ScanModel::Field::duplicateGroups) finished = true;
+      if (progress && field == ScanModel::Field::duplicateProgress && model.duplicateProgress())
+        std::cerr << "\r\033[K" << displayText(*model.duplicateProgress()) << std::flush;
+    });
+    model.findDuplicates();
+    session.runUntil([&] { return !model.isDuplicateSearchRunning(); },
+                     [&model] { model.cancelDuplicates(); });
+    if (progress) std::cerr << "\r\033[K" << std::flush;
+    if (!finished) {
+      std::cerr << model.message() << '\n';
+      return 130;
+    }
+
+    if (!options->clear) {
+      if (options->json) {
+        printJson(resultJson(model));
+      } else {
+        printGroups(model);
+        std::cout << model.message() << '\n';
+      }
+      return 0;
+    }
+
+    if (options->keepOldest) {
+      for (const auto& group : model.duplicateGroups())
+        model.keepCopy(group.hashHex, group.files.back().path);
+    }
+    model.selectExtraCopies();
+    const std::set<std::string>& chosen = model.duplicateSelected();
+    if (chosen.empty()) {
+      std::cout << model.message() << '\n';
+      return 0;
+    }
+    std::int64_t total = 0;
+    for (const auto& group : model.duplicateGroups()) {
+      for (const auto& file : group.files) {
+        if (chosen.count(file.path)) total = Clearing::addBytes(total, file.bytes);
+      }
+    }
+    std::cout << "To move to the Trash: "
+              << countNoun(static_cast<std::int64_t>(chosen.size()), "copy") << " · "
+              << sizeText(total) << '\n';
+    for (const auto& group : model.duplicateGroups()) {
+      auto kept = model.duplicateKeepPath().find(group.hashHex);
+      if (kept != model.duplicateKeepPath().end())
+        std::cout << "  keep  " << displayText(kept->second) << '\n';
+      for (const auto& file : group.files) {
+        if (chosen.count(file.path)) std::cout << "  move  " << displayText(file.path) << '\n';
+      }
+    }
+    if (options->dryRun) {
+      std::cout << "Dry run: nothing was moved.\n";
+      return 0;
+    }
+    if (!options->yes) {
+      if (!stdinIsTerminal()) {
+        std::cerr << "dustwhale: nothing was moved; confirm with --yes when there is no "
+                     "terminal to ask on\n";
+        return 1;
+      }
+      session.setQuitOnInterrupt(true);
+      bool confirmed = askToMove(static_cast<std::int64_t>(chosen.size()), "copy");
+      session.setQuitOnInterrupt(false);
+      if (!confirmed) {
+        std::cout << "Nothing was moved to the Trash.\n";
+        return 0;
+      }
+    }
+
+    if (progress) {
+      model.addObserver([&model](ScanModel::Field field) {
+        if (field == ScanModel::Field::progress && model.progress() && model.progress()->done > 0)
+          std::cerr << "\r\033[K" << model.progress()->done << " of " << model.progress()->total
+                    << " · " << displayText(model.progress()->current) << std::flush;
+        if (field == ScanModel::Field::message && model.isClearRunning())
+          std::cerr << "\r\033[K" << model.message() << std::flush;
+      });
+    }
+    model.clearDuplicates();
+    session.runUntil([&] { return !model.isClearRunning(); }, [&model] { model.stopClearing(); });
+    if (progress) std::cerr << "\r\033[K" << std::flush;
+    std::cout << model.message() << '\n';
+    // Moved copies leave the selection; whatever is still selected stayed in place.
+    return model.duplicateSelected().empty() ? 0 : 1;
+  };
+}
+
+}  // namespace dw::cli

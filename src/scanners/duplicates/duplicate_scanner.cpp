@@ -1,0 +1,405 @@
+#include "scanners/duplicates/duplicate_scanner.h"
+
+#include <fcntl.h>
+#include <fts.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <optional>
+#include <system_error>
+#include <thread>
+
+#include "base/paths.h"
+#include "base/sha256.h"
+#include "measure/project_folders.h"
+#include "measure/protected_libraries.h"
+#include "platform/package.h"
+#include "scanners/duplicates/content_classes.h"
+
+namespace dw::DuplicateScanner {
+
+namespace {
+
+struct Member {
+  std::int64_t bit;
+  std::string_view folder;
+};
+constexpr std::array<Member, 4> kMembers = {{{Scope::downloads, "Downloads"},
+                                             {Scope::movies, "Movies"},
+                                             {Scope::music, "Music"},
+                                             {Scope::pictures, "Pictures"}}};
+
+constexpr std::size_t kCancelEvery = 500;
+
+// Per folder of the walk, in fts_number: what its entries inherit.
+constexpr long kInProjectFolder = 1;  // some component of its path is a project folder name
+constexpr long kInPackage = 2;        // it or a folder above it is a package
+
+bool isPermissionError(int error) {
+  return error == EACCES || error == EPERM;
+}
+
+// The ancestor-is-a-package test, from folder upwards: folders of at least two components.
+bool packageAtOrAbove(std::string_view folder) {
+  while (folder != "/" && paths::split(folder, '/').size() >= 2) {
+    if (platform::isPackage(folder)) return true;
+    std::string_view up = paths::parent(folder);
+    if (up == folder || up.empty()) break;
+    folder = up;
+  }
+  return false;
+}
+
+bool anyProjectComponent(std::string_view path) {
+  for (std::string_view part : paths::split(path, '/')) {
+    if (isProjectFolderName(part)) return true;
+  }
+  return false;
+}
+
+int byName(const FTSENT** a, const FTSENT** b) {
+  return std::strcmp((*a)->fts_name, (*b)->fts_name);
+}
+
+struct FtsCloser {
+  FTS* fts;
+  ~FtsCloser() {
+    if (fts) fts_close(fts);
+  }
+};
+
+TimePoint modifiedOf(const struct stat& s) {
+  return TimePoint(std::chrono::duration_cast<Clock::duration>(
+      std::chrono::seconds(s.st_mtim.tv_sec) + std::chrono::nanoseconds(s.st_mtim.tv_nsec)));
+}
+
+class Descriptor {
+ public:
+  explicit Descriptor(const std::string& path)
+      : fd_(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW)) {
+    if (fd_ < 0) throw std::system_error(errno, std::generic_category(), path);
+  }
+  ~Descriptor() { ::close(fd_); }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  int fd() const { return fd_; }
+
+ private:
+  int fd_;
+};
+
+// Runs work(i, buffers) for i in 0..count-1 on up to four threads (the calling one among them),
+// handing out indexes in the given order. Every index runs unless the search is cancelled;
+// then Cancelled is thrown once all threads have stopped.
+void runInParallel(const std::vector<size_t>& order, std::stop_token stop,
+                   const std::function<void(size_t, detail::Buffers&)>& work) {
+  unsigned cores = std::max(1u, std::min(4u, std::thread::hardware_concurrency()));
+  size_t threads = std::min<size_t>(cores, order.size());
+  std::atomic<size_t> next{0};
+  std::atomic<bool> cancelled{false};
+  auto worker = [&] {
+    detail::Buffers buffers;
+    try {
+      for (size_t k = next++; k < order.size() && !cancelled; k = next++)
+        work(order[k], buffers);
+    } catch (const Cancelled&) {
+      cancelled = true;
+    }
+  };
+  {
+    std::vector<std::jthread> helpers;
+    for (size_t t = 1; t < threads; ++t)
+      helpers.emplace_back(worker);
+    worker();
+  }
+  if (cancelled) throw Cancelled{};
+  throwIfCancelled(stop);
+}
+
+}  // namespace
+
+std::vector<std::string> searchRoots(const std::string& home, Scope scope) {
+  std::vector<std::string> roots;
+  for (const Member& m : kMembers) {
+    if (!scope.contains(m.bit)) continue;
+    std::string folder = paths::join(home, m.folder);
+    struct stat s {};
+    if (::stat(folder.c_str(), &s) == 0 && S_ISDIR(s.st_mode)) roots.push_back(folder);
+  }
+  return roots;
+}
+
+Candidates collectCandidates(const std::string& root, const std::string& home,
+                             std::stop_token stop) {
+  Candidates out;
+  ProtectedLibraries libraries(home);
+  std::string rootPath = paths::standardize(root);
+  char* roots[] = {rootPath.data(), nullptr};
+  // Links are never followed below the root; the root itself may be one.
+  FTS* fts = fts_open(roots, FTS_PHYSICAL | FTS_COMFOLLOW | FTS_NOCHDIR, byName);
+  if (!fts) return out;
+  FtsCloser closer{fts};
+
+  std::size_t count = 0;
+  while (FTSENT* e = fts_read(fts)) {
+    if (e->fts_info == FTS_DP) continue;
+    if (e->fts_info == FTS_DNR) {
+      // A folder the walk was refused: the only errors worth telling the user about.
+      if (isPermissionError(e->fts_errno)) out.skipped.emplace_back(e->fts_path, e->fts_pathlen);
+      continue;
+    }
+    if (e->fts_level == FTS_ROOTLEVEL) {
+      e->fts_number = (anyProjectComponent(rootPath) ? kInProjectFolder : 0) |
+                      (packageAtOrAbove(rootPath) ? kInPackage : 0);
+      continue;
+    }
+    // Hidden entries are not listed, nor entered.
+    if (e->fts_name[0] == '.') {
+      if (e->fts_info == FTS_D) fts_set(fts, e, FTS_SKIP);
+      continue;
+    }
+    if (++count % kCancelEvery == 0) throwIfCancelled(stop);
+
+    bool folder = e->fts_info == FTS_D;
+    std::string_view path(e->fts_path, e->fts_pathlen);
+    long inherited = e->fts_parent->fts_number;
+    if (libraries.contains(path) || (inherited & kInPackage)) {
+      if (folder) fts_set(fts, e, FTS_SKIP);
+      continue;
+    }
+    bool isPackage = folder && platform::isPackage(path);
+    if ((inherited & kInProjectFolder) ||
+        isProjectFolderName(std::string_view(e->fts_name, e->fts_namelen))) {
+      // Passed over but still walked: everything below carries the same name in its path.
+      if (folder) e->fts_number = kInProjectFolder | (isPackage ? kInPackage : 0);
+      continue;
+    }
+    if (folder) {
+      if (isPackage) fts_set(fts, e, FTS_SKIP);
+      e->fts_number = 0;
+      continue;
+    }
+    if (e->fts_info != FTS_F) continue;  // links, unreadable entries
+    const struct stat& s = *e->fts_statp;
+    if (s.st_size < kMinimumBytes) continue;
+    out.files.push_back({std::string(path), static_cast<std::int64_t>(s.st_size), modifiedOf(s)});
+  }
+  return out;
+}
+
+Digest partialDigest(const std::string& path) {
+  Descriptor file(path);
+  struct stat s {};
+  if (::fstat(file.fd(), &s) != 0) throw std::system_error(errno, std::generic_category(), path);
+  std::int64_t size = s.st_size;
+  unsigned char buffer[kSampleBytes];
+  Sha256 hash;
+  std::int64_t head = detail::readAt(file.fd(), buffer, kSampleBytes, 0);
+  if (head < 0) throw std::system_error(errno, std::generic_category(), path);
+  hash.update(buffer, static_cast<size_t>(head));
+  if (size > kSampleBytes) {
+    std::int64_t tail = detail::readAt(file.fd(), buffer, kSampleBytes, size - kSampleBytes);
+    if (tail < 0) throw std::system_error(errno, std::generic_category(), path);
+    hash.update(buffer, static_cast<size_t>(tail));
+  }
+  unsigned char sizeBytes[8];
+  for (int i = 0; i < 8; ++i)
+    sizeBytes[i] = static_cast<unsigned char>(static_cast<std::uint64_t>(size) >> (56 - 8 * i));
+  hash.update(sizeBytes, sizeof sizeBytes);
+  return hash.finish();
+}
+
+std::string fullDigest(const std::string& path, std::stop_token stop) {
+  Descriptor file(path);
+  std::vector<unsigned char> buffer(static_cast<size_t>(kChunkBytes));
+  Sha256 hash;
+  throwIfCancelled(stop);
+  while (true) {
+    ssize_t n = ::read(file.fd(), buffer.data(), buffer.size());
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      throw std::system_error(errno, std::generic_category(), path);
+    }
+    if (n == 0) break;
+    hash.update(buffer.data(), static_cast<size_t>(n));
+    throwIfCancelled(stop);
+  }
+  return Sha256::hex(hash.finish());
+}
+
+std::int64_t wastedBytes(const Group& group) {
+  std::int64_t waste = 0;
+  auto extra = static_cast<std::int64_t>(group.files.size()) - 1;
+  if (__builtin_mul_overflow(group.bytes, extra, &waste)) {
+    std::fputs("dustwhale: duplicate waste overflow\n", stderr);
+    std::abort();
+  }
+  return waste;
+}
+
+void orderGroups(std::vector<Group>& groups) {
+  for (Group& g : groups) {
+    std::stable_sort(g.files.begin(), g.files.end(),
+                     [](const FileRef& a, const FileRef& b) { return a.modified > b.modified; });
+  }
+  std::vector<std::pair<std::int64_t, Group>> keyed;
+  keyed.reserve(groups.size());
+  for (Group& g : groups)
+    keyed.emplace_back(wastedBytes(g), std::move(g));
+  std::stable_sort(keyed.begin(), keyed.end(),
+                   [](const auto& a, const auto& b) { return a.first > b.first; });
+  for (size_t i = 0; i < keyed.size(); ++i)
+    groups[i] = std::move(keyed[i].second);
+}
+
+Result scan(const std::string& home, Scope scope, std::stop_token stop,
+            const ProgressFn& progress) {
+  auto say = [&](std::string_view text) {
+    if (progress) progress(std::string(text));
+  };
+  throwIfCancelled(stop);
+  std::vector<std::string> roots = searchRoots(home, scope);
+  say(kListingFiles);
+  Result result;
+  std::vector<FileRef> files;
+  for (const std::string& root : roots) {
+    throwIfCancelled(stop);
+    say(std::string(kListingPrefix) + std::string(paths::lastComponent(root)));
+    Candidates found = collectCandidates(root, home, stop);
+    files.insert(files.end(), std::make_move_iterator(found.files.begin()),
+                 std::make_move_iterator(found.files.end()));
+    result.skipped.insert(result.skipped.end(), found.skipped.begin(), found.skipped.end());
+  }
+
+  throwIfCancelled(stop);
+  // Size buckets, smallest size first; a size shared by one file costs no reading.
+  std::map<std::int64_t, std::vector<size_t>> bySize;
+  for (size_t i = 0; i < files.size(); ++i) {
+    if (files[i].bytes >= kMinimumBytes) bySize[files[i].bytes].push_back(i);
+  }
+  std::erase_if(bySize, [](const auto& bucket) { return bucket.second.size() < 2; });
+
+  say(kSamplingFiles);
+  std::vector<size_t> sampled;
+  for (const auto& [size, members] : bySize)
+    sampled.insert(sampled.end(), members.begin(), members.end());
+  std::vector<std::optional<Digest>> samples(files.size());
+  std::vector<size_t> sampleOrder(sampled.size());
+  for (size_t k = 0; k < sampled.size(); ++k)
+    sampleOrder[k] = k;
+  runInParallel(sampleOrder, stop, [&](size_t k, detail::Buffers&) {
+    throwIfCancelled(stop);
+    size_t i = sampled[k];
+    try {
+      samples[i] = partialDigest(files[i].path);
+    } catch (const std::system_error&) {
+      // Vanished or unreadable since the listing: dropped without a word.
+    }
+  });
+
+  // Within each size, the files whose samples agree, in listing order of their first file.
+  struct Unit {
+    std::int64_t size;
+    std::vector<size_t> files;
+    std::vector<detail::Identical> classes;
+  };
+  std::vector<Unit> units;
+  for (const auto& [size, members] : bySize) {
+    std::vector<std::pair<Digest, std::vector<size_t>>> bySample;
+    std::map<Digest, size_t> indexOf;
+    for (size_t i : members) {
+      if (!samples[i]) continue;
+      auto [it, fresh] = indexOf.try_emplace(*samples[i], bySample.size());
+      if (fresh) bySample.push_back({*samples[i], {}});
+      bySample[it->second].second.push_back(i);
+    }
+    for (auto& [digest, same] : bySample) {
+      if (same.size() >= 2) units.push_back({size, std::move(same), {}});
+    }
+  }
+
+  say(kHashingDuplicates);
+  // The biggest work first, so that the two cores finish together.
+  std::vector<size_t> order(units.size());
+  for (size_t k = 0; k < units.size(); ++k)
+    order[k] = k;
+  std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) {
+    return units[a].size * static_cast<std::int64_t>(units[a].files.size()) >
+           units[b].size * static_cast<std::int64_t>(units[b].files.size());
+  });
+  runInParallel(order, stop, [&](size_t k, detail::Buffers& buffers) {
+    Unit& unit = units[k];
+    std::vector<std::string> paths;
+    paths.reserve(unit.files.size());
+    for (size_t i : unit.files)
+      paths.push_back(files[i].path);
+    unit.classes = detail::identicalClasses(paths, buffers, stop);
+  });
+
+  // Grouped by (size, digest) as hashing every file would group them: per size, groups in the
+  // listing order of their first file.
+  for (size_t k = 0; k < units.size();) {
+    std::int64_t size = units[k].size;
+    std::vector<std::pair<std::string, std::vector<size_t>>> groups;
+    for (; k < units.size() && units[k].size == size; ++k) {
+      for (const detail::Identical& c : units[k].classes) {
+        std::vector<size_t> members;
+        for (size_t m : c.members)
+          members.push_back(units[k].files[m]);
+        auto same = std::find_if(groups.begin(), groups.end(),
+                                 [&](const auto& g) { return g.first == c.hashHex; });
+        if (same == groups.end()) {
+          groups.emplace_back(c.hashHex, std::move(members));
+        } else {
+          // Equal content behind unequal samples: only when a file changed in between.
+          same->second.insert(same->second.end(), members.begin(), members.end());
+          std::sort(same->second.begin(), same->second.end());
+        }
+      }
+    }
+    std::stable_sort(groups.begin(), groups.end(),
+                     [](const auto& a, const auto& b) { return a.second[0] < b.second[0]; });
+    for (auto& [hex, members] : groups) {
+      Group g{hex, size, {}};
+      for (size_t i : members)
+        g.files.push_back(files[i]);
+      result.groups.push_back(std::move(g));
+    }
+  }
+  orderGroups(result.groups);
+  say(kDone);
+  return result;
+}
+
+bool isListableCopy(const std::string& path, std::int64_t bytes, const std::string& home,
+                    Scope scope) {
+  struct stat s {};
+  if (::lstat(path.c_str(), &s) != 0 || !S_ISREG(s.st_mode) || s.st_size != bytes ||
+      bytes < kMinimumBytes) {
+    return false;
+  }
+  std::string standard = paths::standardize(path);
+  std::string real = paths::resolveParentSymlinks(standard);
+  for (const std::string& root : searchRoots(home, scope)) {
+    std::string base = paths::standardize(root);
+    if (!paths::isStrictlyWithin(standard, base)) continue;
+    // No folder on the way swapped for a link that leads elsewhere.
+    if (!paths::isStrictlyWithin(real, paths::resolveSymlinks(base))) return false;
+    std::string_view below = std::string_view(standard).substr(base.size() + 1);
+    for (std::string_view part : paths::split(below, '/')) {
+      if (part.front() == '.') return false;
+    }
+    return !anyProjectComponent(standard) && !packageAtOrAbove(paths::parent(standard)) &&
+           !ProtectedLibraries(home).contains(standard);
+  }
+  return false;
+}
+
+}  // namespace dw::DuplicateScanner

@@ -1,0 +1,73 @@
+#pragma once
+// Byte-identical files of 1 MiB or more in the four media folders of a home. Stateless and
+// read-only: it returns groups of identical files, the group that wastes most first and the
+// newest copy first in each, beside the folders it was refused.
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <stop_token>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "scanners/duplicates/duplicate_types.h"
+
+namespace dw::DuplicateScanner {
+
+inline constexpr std::int64_t kMinimumBytes = 1'048'576;
+inline constexpr std::int64_t kSampleBytes = 65'536;
+inline constexpr std::int64_t kChunkBytes = 1'048'576;
+
+// The stage texts, in the order a search reports them.
+inline constexpr std::string_view kListingFiles = "Listing files";
+inline constexpr std::string_view kListingPrefix = "Listing ";
+inline constexpr std::string_view kSamplingFiles = "Sampling files";
+inline constexpr std::string_view kHashingDuplicates = "Hashing duplicates";
+inline constexpr std::string_view kDone = "Done";
+
+struct Candidates {
+  std::vector<FileRef> files;  // in listing order
+  std::vector<std::string> skipped;
+};
+
+using Digest = std::array<unsigned char, 32>;
+using ProgressFn = std::function<void(const std::string&)>;
+
+// The whole search. Throws Cancelled and nothing else; a cancelled search returns no groups.
+// The result is exactly that of hashing every candidate of a shared sample in full, one after
+// another: groups come by size (smallest first) and then by their first copy in listing order
+// before the two stable sorts. progress is called on the calling thread.
+Result scan(const std::string& home, Scope scope, std::stop_token stop = {},
+            const ProgressFn& progress = {});
+
+// home/Downloads, home/Movies, home/Music, home/Pictures for the members of scope, in that
+// order, keeping only those that are folders (links to folders count).
+std::vector<std::string> searchRoots(const std::string& home, Scope scope);
+
+// The files of one root that may be duplicates: regular, at least 1 MiB, not hidden, not
+// behind a link, not in a package, a protected library or a project folder. Folders the
+// system refuses to list come back as skipped. Throws Cancelled (checked every 500 entries).
+Candidates collectCandidates(const std::string& root, const std::string& home,
+                             std::stop_token stop = {});
+
+// SHA-256 of the first and last 64 KiB and the size as 8 big-endian bytes. Throws
+// std::system_error when the file cannot be opened, measured or read.
+Digest partialDigest(const std::string& path);
+
+// SHA-256 of the whole content in lower-case hex, read in 1 MiB chunks. Throws
+// std::system_error when the file cannot be read, and Cancelled.
+std::string fullDigest(const std::string& path, std::stop_token stop = {});
+
+// The two stable sorts: each group's files newest first (undated last), then the groups by
+// waste, bytes × (copies − 1), largest first. An overflowing waste ends the program.
+void orderGroups(std::vector<Group>& groups);
+std::int64_t wastedBytes(const Group& group);
+
+// The re-check before a copy moves: still a regular file (not a link) of the group's size,
+// inside one of the scope's folders, and one the search would list (not hidden, not in a
+// package, a protected library or a project folder).
+bool isListableCopy(const std::string& path, std::int64_t bytes, const std::string& home,
+                    Scope scope);
+
+}  // namespace dw::DuplicateScanner

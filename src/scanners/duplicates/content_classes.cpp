@@ -1,6 +1,7 @@
 #include "scanners/duplicates/content_classes.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -52,7 +53,7 @@ struct Class {
   Sha256 hash;
 };
 
-constexpr std::int64_t kChunk = kChunkBytes;
+constexpr std::int64_t kChunk = kCompareChunkBytes;
 
 // The rest of one file hashed from offset on, continuing the hash of what came before;
 // nullopt when it cannot be read.
@@ -159,7 +160,54 @@ void step(Class& c, std::int64_t offset, Buffers& buffers, std::stop_token stop,
   }
 }
 
+constexpr std::uint64_t kPrime1 = 0x9E3779B185EBCA87ULL;
+constexpr std::uint64_t kPrime2 = 0xC2B2AE3D27D4EB4FULL;
+
+std::uint64_t rotl(std::uint64_t x, int r) {
+  return (x << r) | (x >> (64 - r));
+}
+
+// Four independent multiply-rotate lanes over 8-byte words, mixed at the end.
+std::uint64_t foldBytes(const unsigned char* data, size_t size, std::uint64_t seed) {
+  std::uint64_t lane[4] = {seed + kPrime1, seed ^ kPrime2, seed - kPrime1, ~seed};
+  size_t i = 0;
+  for (; i + 32 <= size; i += 32) {
+    for (int k = 0; k < 4; ++k) {
+      std::uint64_t word;
+      std::memcpy(&word, data + i + 8 * k, 8);
+      lane[k] = rotl(lane[k] + word * kPrime2, 31) * kPrime1;
+    }
+  }
+  std::uint64_t h = rotl(lane[0], 1) + rotl(lane[1], 7) + rotl(lane[2], 12) + rotl(lane[3], 18);
+  for (; i < size; ++i)
+    h = rotl(h ^ (data[i] * kPrime1), 11) * kPrime2;
+  h ^= size;
+  h ^= h >> 33;
+  h *= kPrime2;
+  h ^= h >> 29;
+  return h;
+}
+
 }  // namespace
+
+std::optional<std::uint64_t> sampleKey(const std::string& path, unsigned char* buffer) {
+  int fd = openForReading(path);
+  if (fd < 0) return std::nullopt;
+  OpenFile file(0, fd);
+  struct stat s {};
+  if (::fstat(fd, &s) != 0) return std::nullopt;
+  std::int64_t size = s.st_size;
+  std::int64_t head = readAt(fd, buffer, kSampleBytes, 0);
+  if (head < 0) return std::nullopt;
+  std::uint64_t key =
+      foldBytes(buffer, static_cast<size_t>(head), static_cast<std::uint64_t>(size));
+  if (size > kSampleBytes) {
+    std::int64_t tail = readAt(fd, buffer, kSampleBytes, size - kSampleBytes);
+    if (tail < 0) return std::nullopt;
+    key = foldBytes(buffer, static_cast<size_t>(tail), key);
+  }
+  return key;
+}
 
 unsigned char* Buffers::get(size_t index) {
   while (chunks_.size() <= index)

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -23,6 +24,16 @@ class Buffers {
  private:
   std::vector<std::unique_ptr<unsigned char[]>> chunks_;
 };
+
+// Files are compared in chunks this big: small enough that two of them stay in the core's
+// cache while one is compared with the other and hashed.
+inline constexpr std::int64_t kCompareChunkBytes = 262'144;
+
+// The sample of a file (its first and last 64 KiB) and its size folded into 64 bits, for
+// splitting a size bucket before any file is read in full. Unlike the sample's SHA-256 it is not
+// collision-free, and need not be: files that share a key are compared byte for byte. nullopt
+// when the file cannot be opened or read.
+std::optional<std::uint64_t> sampleKey(const std::string& path, unsigned char* buffer);
 
 // How many ways one class may split in one chunk before it is hashed file by file instead, and
 // how many files are read side by side at most (each holds a descriptor).

@@ -290,18 +290,15 @@ Result scan(const std::string& home, Scope scope, std::stop_token stop,
   std::vector<size_t> sampled;
   for (const auto& [size, members] : bySize)
     sampled.insert(sampled.end(), members.begin(), members.end());
-  std::vector<std::optional<Digest>> samples(files.size());
+  std::vector<std::optional<std::uint64_t>> samples(files.size());
   std::vector<size_t> sampleOrder(sampled.size());
   for (size_t k = 0; k < sampled.size(); ++k)
     sampleOrder[k] = k;
-  runInParallel(sampleOrder, stop, [&](size_t k, detail::Buffers&) {
+  runInParallel(sampleOrder, stop, [&](size_t k, detail::Buffers& buffers) {
     throwIfCancelled(stop);
     size_t i = sampled[k];
-    try {
-      samples[i] = partialDigest(files[i].path);
-    } catch (const std::system_error&) {
-      // Vanished or unreadable since the listing: dropped without a word.
-    }
+    // Vanished or unreadable since the listing: dropped without a word.
+    samples[i] = detail::sampleKey(files[i].path, buffers.get(0));
   });
 
   // Within each size, the files whose samples agree, in listing order of their first file.
@@ -312,8 +309,8 @@ Result scan(const std::string& home, Scope scope, std::stop_token stop,
   };
   std::vector<Unit> units;
   for (const auto& [size, members] : bySize) {
-    std::vector<std::pair<Digest, std::vector<size_t>>> bySample;
-    std::map<Digest, size_t> indexOf;
+    std::vector<std::pair<std::uint64_t, std::vector<size_t>>> bySample;
+    std::map<std::uint64_t, size_t> indexOf;
     for (size_t i : members) {
       if (!samples[i]) continue;
       auto [it, fresh] = indexOf.try_emplace(*samples[i], bySample.size());

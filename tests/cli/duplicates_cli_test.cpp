@@ -1,0 +1,122 @@
+// The duplicates command end to end: the listing, its JSON, and a clear that leaves exactly one
+// copy of each file and logs the rest for Put Back.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "base/json.h"
+#include "support/command.h"
+#include "support/home_builder.h"
+#include "support/temp_dir.h"
+
+namespace dw {
+namespace {
+
+using ::testing::HasSubstr;
+
+class DuplicatesCli : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    test::writeSized(a1 = mac.inHome("Downloads/a.bin"), 2 * kMiB, 'a');
+    test::writeSized(a2 = mac.inHome("Pictures/a.bin"), 2 * kMiB, 'a');
+    test::writeSized(a3 = mac.inHome("Movies/old a.bin"), 2 * kMiB, 'a');
+    test::writeSized(b1 = mac.inHome("Music/b.bin"), kMiB, 'b');
+    test::writeSized(b2 = mac.inHome("Downloads/b.bin"), kMiB, 'b');
+    date(a1, 3000);
+    date(a2, 2000);
+    date(a3, 1000);
+    date(b1, 2000);
+    date(b2, 1000);
+    before = test::snapshot(mac.home());
+  }
+  static void date(const std::string& path, std::int64_t seconds) {
+    struct timespec times[2] = {{seconds, 0}, {seconds, 0}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+  }
+  test::CommandResult run(std::vector<std::string> extra = {}) {
+    std::vector<std::string> args{"duplicates", "--root",   mac.root(), "--home",
+                                  mac.home(),   "--layout", "macos"};
+    args.insert(args.end(), extra.begin(), extra.end());
+    return test::dustwhale(args);
+  }
+
+  static constexpr std::int64_t kMiB = 1'048'576;
+  test::TempHome trashHome;
+  test::ScopedEnv utc{"TZ", "UTC"};  // dates are shown in local time
+  test::HomeBuilder mac;
+  std::string a1, a2, a3, b1, b2;
+  std::vector<std::string> before;
+};
+
+TEST_F(DuplicatesCli, ListsGroupsAsTextAndJson) {
+  auto text = run();
+  ASSERT_EQ(text.status, 0) << text.err;
+  EXPECT_EQ(text.out, "2 MB · 3 copies\n  kept  1970-01-01 00:50:00  " + a1 +
+                          "\n        1970-01-01 00:33:20  " + a2 +
+                          "\n        1970-01-01 00:16:40  " + a3 +
+                          "\n1 MB · 2 copies\n  kept  1970-01-01 00:33:20  " + b1 +
+                          "\n        1970-01-01 00:16:40  " + b2 +
+                          "\nUp to 5 MB in extra copies. At least one copy of each file stays.\n");
+  EXPECT_EQ(text.err, "");  // progress only on a terminal
+
+  auto out = run({"--json", "--scope", "downloads,pictures"});
+  ASSERT_EQ(out.status, 0) << out.err;
+  auto value = json::parse(out.out);
+  ASSERT_TRUE(value && value->isObject()) << out.out;
+  const auto& groups = value->find("groups")->array();
+  ASSERT_EQ(groups.size(), 1u);
+  EXPECT_EQ(groups[0].find("hashHex")->string(),
+            test::runCommand({"sha256sum", a1}).out.substr(0, 64));
+  EXPECT_EQ(groups[0].find("bytes")->integer(), 2 * kMiB);
+  const auto& files = groups[0].find("files")->array();
+  ASSERT_EQ(files.size(), 2u);
+  EXPECT_EQ(files[0].find("path")->string(), a1);
+  EXPECT_EQ(files[0].find("bytes")->integer(), 2 * kMiB);
+  EXPECT_EQ(files[0].find("modified")->string(), "1970-01-01T00:50:00Z");
+  EXPECT_TRUE(value->find("skipped")->array().empty());
+  EXPECT_EQ(value->find("message")->string(),
+            "Up to 2 MB in extra copies. At least one copy of each file stays.");
+
+  EXPECT_EQ(run({"--scope", "desktop"}).status, 2);
+  EXPECT_EQ(run({"--json", "--clear"}).status, 2);
+  EXPECT_EQ(test::snapshot(mac.home()), before);
+}
+
+TEST_F(DuplicatesCli, ClearLeavesOneCopyOfEachAndLogsTheRest) {
+  // Without a terminal to ask on, nothing moves unless --yes says so; a dry run moves nothing.
+  auto refused = run({"--clear"});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_THAT(refused.err, HasSubstr("nothing was moved"));
+  auto dry = run({"--clear", "--keep-oldest", "--dry-run"});
+  EXPECT_EQ(dry.status, 0);
+  EXPECT_THAT(dry.out, HasSubstr("To move to the Trash: 3 copies · 5 MB\n  keep  " + a3 +
+                                 "\n  move  " + a1 + "\n  move  " + a2 + "\n"));
+  EXPECT_EQ(test::snapshot(mac.home()), before);
+
+  auto clear = run({"--clear", "--keep-oldest", "--yes"});
+  ASSERT_EQ(clear.status, 0) << clear.out << clear.err;
+  EXPECT_THAT(clear.out, HasSubstr("Up to 5 MB moved to the Trash. Empty the Trash to get the "
+                                   "space back. Copies on APFS may free less.\n"));
+  EXPECT_TRUE(test::exists(a3));
+  EXPECT_TRUE(test::exists(b2));
+  for (const auto& gone : {a1, a2, b1})
+    EXPECT_FALSE(test::exists(gone)) << gone;
+  auto again = run();
+  EXPECT_THAT(again.out, HasSubstr("No duplicates found in the chosen folders."));
+
+  auto history = json::parse(test::dustwhale({"history", "--json"}).out);
+  ASSERT_TRUE(history && history->isArray());
+  ASSERT_EQ(history->array().size(), 3u);
+  for (const auto& e : history->array()) {
+    EXPECT_EQ(e.find("kind")->string(), "duplicate");
+    auto back = test::dustwhale({"put-back", "--root", mac.root(), "--home", mac.home(), "--layout",
+                                 "macos", e.find("id")->string()});
+    EXPECT_EQ(back.status, 0) << back.err;
+  }
+  EXPECT_EQ(test::snapshot(mac.home()), before);
+}
+
+}  // namespace
+}  // namespace dw

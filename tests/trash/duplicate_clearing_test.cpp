@@ -1,0 +1,87 @@
+// The clear of duplicate copies below the model: re-checks, a refused move, and its messages.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+#include "platform/linux/syscalls.h"
+#include "scanners/duplicates/duplicate_scanner.h"
+#include "support/home_builder.h"
+#include "support/temp_dir.h"
+#include "trash/clearing.h"
+
+namespace dw {
+namespace {
+
+namespace sys = platform::sys;
+using ::testing::ElementsAre;
+constexpr std::int64_t kMiB = 1'048'576;
+
+TEST(DuplicateClearing, MovesCopiesOneByOneAndNamesWhatStayed) {
+  test::TempHome trashHome;
+  test::HomeBuilder mac;
+  Locations places = mac.locations();
+  std::string kept = mac.inHome("Downloads/song.mp3");
+  std::string copy1 = mac.inHome("Music/song.mp3");
+  std::string copy2 = mac.inHome("Pictures/song copy.mp3");
+  std::string locked = mac.inHome("Movies/song.mp3");
+  for (const auto& path : {kept, copy1, copy2, locked})
+    test::writeSized(path, kMiB + 3, 's');
+  std::string hash = DuplicateScanner::fullDigest(kept);
+  auto copyOf = [&](const std::string& path) {
+    return Clearing::DuplicateCopy{path, kMiB + 3, hash, kept};
+  };
+
+  // The system refuses one move; the copy stays and its reason is the system's.
+  sys::setFaultHook([&](sys::Step step, const std::string& path) {
+    return step == sys::Step::rename && path == locked ? EACCES : 0;
+  });
+  std::shared_ptr<void> reset(nullptr, [](void*) { sys::setFaultHook({}); });
+  std::vector<std::string> progress;
+  Clearing::Outcome out = Clearing::clearDuplicates(
+      {copyOf(copy1), copyOf(locked), copyOf(kept), copyOf(copy2)}, places,
+      DuplicateScanner::Scope::all(), {},
+      [&](const Clearing::Progress& p) { progress.push_back(p.current); });
+  EXPECT_THAT(progress, ElementsAre("song.mp3", "song.mp3", "song.mp3", "song copy.mp3"));
+  EXPECT_TRUE(test::exists(kept));
+  EXPECT_TRUE(test::exists(locked));
+  EXPECT_FALSE(test::exists(copy1));
+  EXPECT_FALSE(test::exists(copy2));
+  ASSERT_EQ(out.entries.size(), 2u);
+  EXPECT_EQ(out.entries[0].originalPath, copy1);
+  EXPECT_EQ(out.entries[1].name, "song copy.mp3");
+  EXPECT_EQ(out.entries[1].kind, "duplicate");
+  EXPECT_EQ(out.entries[0].sessionID, out.sessionID);
+  EXPECT_EQ(out.movedBytes, 2 * (kMiB + 3));
+  EXPECT_EQ(Clearing::duplicatesMessage(out),
+            "Some copies stayed in place: song.mp3 (Permission denied), song.mp3 (no longer "
+            "allowed). Up to 2 MB moved to the Trash. Empty the Trash to get the space back.");
+
+  // The one move of the seam says why it failed.
+  Clearing::Outcome single;
+  auto failure = Clearing::moveOne({locked, 1, "duplicate", "song.mp3"}, places, single);
+  ASSERT_TRUE(failure);
+  EXPECT_EQ(failure->reason, "Permission denied");
+  EXPECT_TRUE(failure->permissionDenied);
+  EXPECT_TRUE(single.entries.empty());
+
+  // The other two messages.
+  sys::setFaultHook({});
+  EXPECT_EQ(Clearing::duplicatesMessage(Clearing::Outcome{}), "Nothing was moved to the Trash.");
+  Clearing::Outcome moved =
+      Clearing::clearDuplicates({copyOf(locked)}, places, DuplicateScanner::Scope::all(), {});
+  EXPECT_EQ(Clearing::duplicatesMessage(moved),
+            "Up to 1 MB moved to the Trash. Empty the Trash to get the space back. Copies on "
+            "APFS may free less.");
+  // A stop before the first copy moves nothing.
+  std::stop_source stop;
+  stop.request_stop();
+  Clearing::Outcome stopped = Clearing::clearDuplicates(
+      {copyOf(copy1)}, places, DuplicateScanner::Scope::all(), stop.get_token());
+  EXPECT_TRUE(stopped.stopped);
+  EXPECT_TRUE(stopped.entries.empty());
+}
+
+}  // namespace
+}  // namespace dw

@@ -232,11 +232,24 @@ TEST_F(PutBackTest, FailuresAfterTheChecksAreReported) {
   EXPECT_THROW(putBack(c, places), std::system_error);
   EXPECT_EQ(readFile(c.trashPath), "c");
 
-  // The log cannot be written after the move: reported, and the item is back all the same.
-  test::ScopedImmutable frozen(fs::path(places.logFile).parent_path());
-  if (!frozen.set()) GTEST_SKIP() << frozen.error();
+  // The log cannot be written after the move: reported, and the item is back all the same; the
+  // journal keeps the Put Back until the log can take it.
+  platform::sys::setFaultHook([](platform::sys::Step step, const std::string&) {
+    return step == platform::sys::Step::replaceLog ? EIO : 0;
+  });
   EXPECT_THROW(putBack(b, places), std::system_error);
   EXPECT_EQ(readFile(home / "b.txt"), "b");
+  EXPECT_TRUE(load(places).back().putBackAt);  // read from the journal
+  platform::sys::setFaultHook({});
+  recover(places);
+  EXPECT_TRUE(decode(readFile(places.logFile)).value().front().putBackAt);
+
+  // The journal cannot be opened: nothing moves without its record.
+  Entry d = cleared("d.txt", "d");
+  test::ScopedImmutable frozen(fs::path(places.logFile).parent_path());
+  if (!frozen.set()) GTEST_SKIP() << frozen.error();
+  EXPECT_THROW(putBack(d, places), std::system_error);
+  EXPECT_EQ(statusText(d), "In the Trash");
 }
 
 #endif  // __linux__

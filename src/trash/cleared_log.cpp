@@ -254,7 +254,7 @@ struct Record {
 struct LogFile {
   bool exists = false;
   bool isFolder = false;
-  bool whole = true;  // read as a whole as an array of entries
+  bool whole = true;  // an array whose every record can be written back as it is
   std::string bytes;
   std::vector<Record> records;
   int unreadable = 0;
@@ -334,11 +334,13 @@ LogFile readLog(const std::string& logFile) {
   if (!log.exists) return log;
   for (std::string_view item : splitArray(log.bytes, log.whole)) {
     Record record;
-    if (std::optional<json::Value> value = json::parse(item)) record.entry = fromJson(*value);
+    std::optional<json::Value> value = json::parse(item);
+    if (value) record.entry = fromJson(*value);
     if (!record.entry) {
       record.raw = std::string(item);
       ++log.unreadable;
-      log.whole = false;
+      // A record that is JSON is written back as it is; a fragment that is not cannot be.
+      if (!value) log.whole = false;
     }
     log.records.push_back(std::move(record));
   }
@@ -386,7 +388,8 @@ void writeAll(int fd, std::string_view rest, int& error) {
 }
 
 // Keeps the bytes of a log that did not read as a whole beside it, under a name never used
-// before, before anything replaces it.
+// before, before anything replaces it. (A log whose unreadable records are JSON needs no copy:
+// they are written back byte for byte.)
 void keepDamaged(const std::string& logFile, const std::string& bytes) {
   const std::string base = logFile + ".damaged-" + utcStamp();
   for (int n = 1; n < 1000; ++n) {
@@ -745,8 +748,8 @@ Reading read(const Locations& places) {
   reading.unreadable = log.unreadable;
   if (log.isFolder) {
     reading.problem = places.logFile + " is a folder, not a log; nothing was read from it.";
-  } else if (log.exists && !log.whole && log.unreadable == 0) {
-    reading.problem = "The end of the log could not be read.";
+  } else if (log.exists && !log.whole) {
+    reading.problem = "Part of the log could not be read; its bytes are kept beside it.";
   }
   // Moves and Put Backs not yet merged (another process is merging, or the log cannot be
   // written) are shown as they will be recorded.

@@ -360,9 +360,24 @@ std::optional<Trash> trashHolding(const std::string& resolvedPath) {
   return rootName == uid ? sharedTrash(top, topdir, false) : ownTrash(top, topdir, false, error);
 }
 
-// The decoded Path= of the [Trash Info] group, as written (absolute or relative).
-std::optional<std::string> infoPath(const Trash& trash, const std::string& name,
-                                    struct stat* written = nullptr) {
+struct InfoRecord {
+  std::string path;  // the decoded Path=, as written (absolute or relative)
+  std::optional<TimePoint> deleted;
+};
+
+std::optional<TimePoint> parseDeletionDate(std::string_view text) {
+  std::tm parts{};
+  std::string value(text);
+  const char* end = ::strptime(value.c_str(), "%Y-%m-%dT%H:%M:%S", &parts);
+  if (!end) return std::nullopt;
+  parts.tm_isdst = -1;
+  std::time_t when = std::mktime(&parts);
+  if (when == -1) return std::nullopt;
+  return Clock::from_time_t(when);
+}
+
+// The [Trash Info] group of an item's record.
+std::optional<InfoRecord> infoRecord(const Trash& trash, const std::string& name) {
   int fd = ::openat(trash.info.fd(), (name + std::string(kInfoSuffix)).c_str(),
                     O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) return std::nullopt;
@@ -371,29 +386,35 @@ std::optional<std::string> infoPath(const Trash& trash, const std::string& name,
   if (::fstat(fd, &s) != 0 || !S_ISREG(s.st_mode) || s.st_size > kMaxInfoSize) {
     return std::nullopt;
   }
-  if (written) *written = s;
   std::string text(static_cast<size_t>(s.st_size), '\0');
   ssize_t n = ::pread(fd, text.data(), text.size(), 0);
   if (n < 0) return std::nullopt;
   text.resize(static_cast<size_t>(n));
   bool inGroup = false;
+  std::optional<std::string> path;
+  std::optional<TimePoint> deleted;
   for (std::string_view line : paths::split(text, '\n')) {
     if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
     if (!line.empty() && line.front() == '[') {
       inGroup = line == "[Trash Info]";
       continue;
     }
-    if (inGroup && line.substr(0, 5) == "Path=") return percentDecode(line.substr(5));
+    if (inGroup && line.substr(0, 5) == "Path=" && !path) path = percentDecode(line.substr(5));
+    if (inGroup && line.substr(0, 13) == "DeletionDate=" && !deleted) {
+      deleted = parseDeletionDate(line.substr(13));
+    }
   }
-  return std::nullopt;
+  if (!path) return std::nullopt;
+  return InfoRecord{*path, deleted};
 }
 
 // Whether the record of name in this Trash names originalPath.
 bool infoNames(const Trash& trash, const std::string& name, const std::string& originalPath,
-               struct stat* written = nullptr) {
-  std::optional<std::string> recorded = infoPath(trash, name, written);
-  if (!recorded || recorded->empty()) return false;
-  std::string full = *recorded;
+               std::optional<TimePoint>* deleted = nullptr) {
+  std::optional<InfoRecord> record = infoRecord(trash, name);
+  if (!record || record->path.empty()) return false;
+  if (deleted) *deleted = record->deleted;
+  std::string full = record->path;
   if (full.front() != '/') {
     if (trash.topdir.empty()) return false;
     full = paths::join(trash.topdir, full);
@@ -660,13 +681,21 @@ bool dropStaleRecord(const std::string& trashPath, const std::string& originalPa
   const std::string name(paths::lastComponent(resolved));
   struct stat s {};
   if (::fstatat(trash->files.fd(), name.c_str(), &s, AT_SYMLINK_NOFOLLOW) == 0) return false;
-  struct stat written {};
-  if (!infoNames(*trash, name, originalPath, &written)) return false;
-  // Written by the move that recorded notBefore, not an older record of the same path (the
-  // clock of a file's time may lag by a second or two).
-  auto writtenAt = Clock::from_time_t(written.st_mtim.tv_sec);
-  if (writtenAt + std::chrono::seconds(2) < notBefore) return false;
   const std::string infoName = name + std::string(kInfoSuffix);
+  std::optional<TimePoint> deleted;
+  if (!infoNames(*trash, name, originalPath, &deleted)) {
+    // Reserved and never written: an empty record made no earlier than the move's intent.
+    struct stat s {};
+    if (::fstatat(trash->info.fd(), infoName.c_str(), &s, AT_SYMLINK_NOFOLLOW) != 0 ||
+        !S_ISREG(s.st_mode) || s.st_size != 0 ||
+        Clock::from_time_t(s.st_mtim.tv_sec) + std::chrono::seconds(2) < notBefore) {
+      return false;
+    }
+    return sys::dropInfo(trash->info.fd(), infoName, trash->root + "/info/" + infoName) == 0;
+  }
+  // Written by the move that recorded notBefore, not an older record of the same path (its
+  // date is kept to the second).
+  if (!deleted || *deleted + std::chrono::seconds(2) < notBefore) return false;
   // A .trashinfo of this program's own move, whose item never arrived or has gone back.
   return sys::dropInfo(trash->info.fd(), infoName, trash->root + "/info/" + infoName) == 0;
 }

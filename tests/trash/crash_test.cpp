@@ -152,7 +152,7 @@ TEST_F(CrashTest, APutBackKilledOrFailingAtAnyStepLosesNoRecordAndLeavesNoOrphan
   }
 }
 
-TEST_F(CrashTest, ARecordOfOursIsDroppedButNeverAnotherProgramsOrAnOldOne) {
+TEST_F(CrashTest, RecoveryKeepsARecordThatNoRecentIntentOfOursWrote) {
   // Another program's record of the same item, and an old record of ours: neither is named in
   // a recent intent of this program, so recovery keeps them.
   writeFile(home.trashInfo() + "/movie.mkv.trashinfo",
@@ -170,14 +170,15 @@ TEST_F(CrashTest, ARecordOfOursIsDroppedButNeverAnotherProgramsOrAnOldOne) {
 struct SwapTest : CrashTest {
   // At the first call of this step, folder becomes folder + ".real" and a link to outside.
   void swapAt(sys::Step when, const std::string& folder) {
-    sys::setFaultHook([=, done = false](sys::Step step, const std::string&) mutable {
-      if (step == when && !done) {
-        done = true;
-        fs::rename(folder, folder + ".real");
-        fs::create_directory_symlink(outside.path(), folder);
-      }
-      return 0;
-    });
+    sys::setFaultHook(
+        [this, when, folder, done = false](sys::Step step, const std::string&) mutable {
+          if (step == when && !done) {
+            done = true;
+            fs::rename(folder, folder + ".real");
+            fs::create_directory_symlink(outside.path(), folder);
+          }
+          return 0;
+        });
   }
 };
 

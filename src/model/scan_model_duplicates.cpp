@@ -43,7 +43,7 @@ void ScanModel::findDuplicates() {
   duplicateProgress_ = "Looking for duplicates…";
   notify(Field::duplicateProgress);
 
-  duplicateTask_ = dispatcher_.start([this, search, home = places_.home, scope = duplicateScope_,
+  duplicateTask_ = dispatcher_.start([this, search, places = places_, scope = duplicateScope_,
                                       post = poster()](std::stop_token stop) {
     auto progress = [&](const std::string& text) {
       post([this, text, search] {
@@ -53,7 +53,7 @@ void ScanModel::findDuplicates() {
       });
     };
     try {
-      DuplicateScanner::Result result = DuplicateScanner::scan(home, scope, stop, progress);
+      DuplicateScanner::Result result = DuplicateScanner::scan(places, scope, stop, progress);
       post([this, result = std::move(result), search, scope]() mutable {
         duplicateSearchedScope_ = scope;
         finishDuplicates(std::move(result), search);

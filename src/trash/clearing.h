@@ -44,13 +44,6 @@ struct Progress {
   std::string current;
 };
 
-// Re-checks and moves every item. A stop request is honoured before the next item (and, in a
-// leftover, before the next path): the one in hand always finishes.
-Outcome clearFindings(const std::vector<CacheFinding>& items, const Locations& places,
-                      const platform::Workspace& workspace, std::stop_token stop,
-                      const std::function<void(const Progress&)>& onProgress = {});
-
-// One item moved to the Trash and recorded under outcome.sessionID.
 struct MoveRequest {
   std::string path;        // the item to move (never followed if a symlink)
   std::int64_t bytes = 0;  // what the log records for it
@@ -61,11 +54,19 @@ struct MoveFailure {
   std::string reason;             // the system's text, e.g. "Permission denied"
   bool permissionDenied = false;  // EACCES/EPERM, or a parent folder the user may not write
 };
-// Moves one item to the Trash under outcome.sessionID. On success appends the ClearedLog::Entry
-// to outcome.entries, adds bytes to outcome.movedBytes and returns nullopt; otherwise returns
-// why the item stayed (outcome unchanged).
+// Moves one item to the Trash under outcome.sessionID and records it durably (journal before and
+// after the rename). On success appends the ClearedLog::Entry to outcome.entries, adds bytes to
+// outcome.movedBytes and returns nullopt; otherwise returns why the item stayed (outcome
+// unchanged). The program's own ground (a Trash, the log's folder, the settings) never moves:
+// that is refused as "no longer allowed".
 std::optional<MoveFailure> moveOne(const MoveRequest& request, const Locations& places,
                                    Outcome& outcome);
+
+// Re-checks and moves every item. A stop request is honoured before the next item (and, in a
+// leftover, before the next path): the one in hand always finishes.
+Outcome clearFindings(const std::vector<CacheFinding>& items, const Locations& places,
+                      const platform::Workspace& workspace, std::stop_token stop,
+                      const std::function<void(const Progress&)>& onProgress = {});
 
 // One extra copy of a duplicate group, as the model hands it to the clear.
 struct DuplicateCopy {

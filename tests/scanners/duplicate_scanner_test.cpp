@@ -54,11 +54,11 @@ std::vector<std::vector<std::string>> pathsOf(const std::vector<Group>& groups) 
 // The search as its rules read: every candidate of a shared sample hashed in full, one after
 // another, grouped by size and digest (per size in the listing order of each group's first
 // file), then the two sorts.
-Result hashingEverything(const std::string& home, Scope scope) {
+Result hashingEverything(const Locations& places, Scope scope) {
   Result r;
   std::vector<FileRef> files;
-  for (const std::string& root : searchRoots(home, scope)) {
-    Candidates c = collectCandidates(root, home);
+  for (const std::string& root : searchRoots(places.home, scope)) {
+    Candidates c = collectCandidates(root, places);
     files.insert(files.end(), c.files.begin(), c.files.end());
     r.skipped.insert(r.skipped.end(), c.skipped.begin(), c.skipped.end());
   }
@@ -147,7 +147,8 @@ TEST(DuplicateScanner, FindsCopiesFrom1MiBAcrossFoldersWithExactDigests) {
   setModified(a2, 1'700'000'100);
 
   std::vector<std::string> progress;
-  Result r = scan(b.home(), Scope::all(), {}, [&](const std::string& t) { progress.push_back(t); });
+  Result r =
+      scan(b.locations(), Scope::all(), {}, [&](const std::string& t) { progress.push_back(t); });
   EXPECT_THAT(progress,
               ElementsAre("Listing files", "Listing Downloads", "Listing Movies",
                           "Listing Pictures", "Sampling files", "Hashing duplicates", "Done"));
@@ -167,8 +168,8 @@ TEST(DuplicateScanner, FindsCopiesFrom1MiBAcrossFoldersWithExactDigests) {
   EXPECT_EQ(Sha256::hex(partialDigest(a)), sample.out.substr(0, 64));
 
   // Only the folders in scope are searched.
-  EXPECT_THAT(scan(b.home(), Scope{Scope::downloads}).groups, IsEmpty());
-  EXPECT_EQ(scan(b.home(), Scope::of({Scope::downloads, Scope::pictures})).groups, r.groups);
+  EXPECT_THAT(scan(b.locations(), Scope{Scope::downloads}).groups, IsEmpty());
+  EXPECT_EQ(scan(b.locations(), Scope::of({Scope::downloads, Scope::pictures})).groups, r.groups);
 }
 
 TEST(DuplicateScanner, NeverListsLibrariesPackagesProjectFoldersHiddenEntriesOrLinks) {
@@ -187,7 +188,7 @@ TEST(DuplicateScanner, NeverListsLibrariesPackagesProjectFoldersHiddenEntriesOrL
   // A link is never a candidate; its target is, where it lies in a searched folder.
   b.symlink(kept, b.inHome("Pictures/link.bin"));
   b.symlink(b.inHome("Downloads"), b.inHome("Pictures/linked folder"));
-  Result r = scan(b.home(), Scope::all());
+  Result r = scan(b.locations(), Scope::all());
   EXPECT_THAT(pathsOf(r.groups), ElementsAre(ElementsAre(kept, kept2)));
   EXPECT_THAT(r.skipped, IsEmpty());
 
@@ -198,16 +199,31 @@ TEST(DuplicateScanner, NeverListsLibrariesPackagesProjectFoldersHiddenEntriesOrL
   EXPECT_TRUE(isProtectedLibrary("/elsewhere/Photo Booth Library", b.home()));
 
   // The copy re-check before a move applies the same rules.
-  EXPECT_TRUE(isListableCopy(kept, 2 * kMiB, b.home(), Scope::all()));
-  EXPECT_FALSE(isListableCopy(kept, 2 * kMiB + 1, b.home(), Scope::all()));
-  EXPECT_FALSE(isListableCopy(kept, 2 * kMiB, b.home(), Scope{Scope::movies}));
-  EXPECT_FALSE(isListableCopy(b.inHome("Pictures/link.bin"), 2 * kMiB, b.home(), Scope::all()));
-  EXPECT_FALSE(isListableCopy(b.inHome("Movies/TV/x.mov"), 2 * kMiB, b.home(), Scope::all()));
-  EXPECT_FALSE(isListableCopy(b.inHome("Movies/ios/x.bin"), 2 * kMiB, b.home(), Scope::all()));
+  EXPECT_TRUE(isListableCopy(kept, 2 * kMiB, b.locations(), Scope::all()));
+  EXPECT_FALSE(isListableCopy(kept, 2 * kMiB + 1, b.locations(), Scope::all()));
+  EXPECT_FALSE(isListableCopy(kept, 2 * kMiB, b.locations(), Scope{Scope::movies}));
   EXPECT_FALSE(
-      isListableCopy(b.inHome("Downloads/.cache/x.bin"), 2 * kMiB, b.home(), Scope::all()));
-  EXPECT_FALSE(isListableCopy(b.inHome("Downloads/Tool.app/Contents/x.bin"), 2 * kMiB, b.home(),
-                              Scope::all()));
+      isListableCopy(b.inHome("Pictures/link.bin"), 2 * kMiB, b.locations(), Scope::all()));
+  EXPECT_FALSE(isListableCopy(b.inHome("Movies/TV/x.mov"), 2 * kMiB, b.locations(), Scope::all()));
+  EXPECT_FALSE(isListableCopy(b.inHome("Movies/ios/x.bin"), 2 * kMiB, b.locations(), Scope::all()));
+  EXPECT_FALSE(
+      isListableCopy(b.inHome("Downloads/.cache/x.bin"), 2 * kMiB, b.locations(), Scope::all()));
+  EXPECT_FALSE(isListableCopy(b.inHome("Downloads/Tool.app/Contents/x.bin"), 2 * kMiB,
+                              b.locations(), Scope::all()));
+}
+
+TEST(DuplicateScanner, NeverListsTheProgramsOwnGroundButWalksAFolderHoldingIt) {
+  test::HomeBuilder b;
+  test::ScopedEnv data("XDG_DATA_HOME", b.inHome("Downloads/data"));
+  Locations places = b.locations();
+  std::string a = fileWith(b, "Downloads/a", 2 * kMiB, {{1, 'a'}});
+  std::string a2 = fileWith(b, "Movies/a", 2 * kMiB, {{1, 'a'}});
+  std::string trashed = fileWith(b, "Downloads/data/Trash/files/a", 2 * kMiB, {{1, 'a'}});
+  fileWith(b, "Downloads/data/com.dustwhale.Dustwhale/a", 2 * kMiB, {{1, 'a'}});
+  EXPECT_THAT(pathsOf(scan(places, Scope::all()).groups),
+              ElementsAre(::testing::UnorderedElementsAre(a, a2)));
+  EXPECT_FALSE(isListableCopy(trashed, 2 * kMiB, places, Scope::all()));
+  EXPECT_TRUE(isListableCopy(a, 2 * kMiB, places, Scope::all()));
 }
 
 TEST(DuplicateScanner, AHomeBelowAProjectFolderNameYieldsNothing) {
@@ -216,9 +232,10 @@ TEST(DuplicateScanner, AHomeBelowAProjectFolderNameYieldsNothing) {
   test::makeDirs(home + "/Downloads/locked");
   test::writeSized(home + "/Downloads/a.bin", kMiB, 'a');
   test::writeSized(home + "/Downloads/b.bin", kMiB, 'a');
-  Candidates c = collectCandidates(home + "/Downloads", home);
+  Locations places = Locations::macos(dir.path(), home);
+  Candidates c = collectCandidates(home + "/Downloads", places);
   EXPECT_THAT(c.files, IsEmpty());
-  EXPECT_THAT(scan(home, Scope::all()).groups, IsEmpty());
+  EXPECT_THAT(scan(places, Scope::all()).groups, IsEmpty());
 }
 
 TEST(DuplicateScanner, SplitsSharedSamplesByWholeContentExactlyAsHashingEverything) {
@@ -251,8 +268,8 @@ TEST(DuplicateScanner, SplitsSharedSamplesByWholeContentExactlyAsHashingEverythi
   fileWith(b, "Music/end2", 5 * kMiB, {{5 * kMiB - 1, 'e'}});
   fileWith(b, "Movies/end3", 5 * kMiB, {{5 * kMiB - 1, 'f'}});
 
-  Result r = scan(b.home(), Scope::all());
-  EXPECT_EQ(r.groups, hashingEverything(b.home(), Scope::all()).groups);
+  Result r = scan(b.locations(), Scope::all());
+  EXPECT_EQ(r.groups, hashingEverything(b.locations(), Scope::all()).groups);
   std::vector<std::vector<std::string>> groups = pathsOf(r.groups);
   EXPECT_THAT(groups, ::testing::Contains(::testing::UnorderedElementsAre(x1, x2)));
   EXPECT_THAT(groups, ::testing::Contains(::testing::UnorderedElementsAre(y1, y2)));
@@ -274,7 +291,7 @@ TEST(DuplicateScanner, OrdersGroupsByWasteAndCopiesNewestFirstWithUndatedLast) {
   setModified(ten[0], 1000);
   setModified(ten[1], 3000);
   setModified(ten[2], 2000);
-  Result r = scan(b.home(), Scope::all());
+  Result r = scan(b.locations(), Scope::all());
   // 3 × 10 MB wastes 20 MB, more than 2 × 15 MB.
   EXPECT_THAT(pathsOf(r.groups), ElementsAre(ElementsAre(ten[1], ten[2], ten[0]),
                                              ::testing::UnorderedElementsAreArray(fifteen)));
@@ -298,7 +315,7 @@ TEST(DuplicateScanner, SkipsUnreadableFoldersAndDropsFilesThatChangeOnTheWay) {
   fileWith(b, "Downloads/locked/a", 2 * kMiB, {{1, 'a'}});
   ASSERT_EQ(::chmod(b.inHome("Downloads/locked").c_str(), 0), 0);
   auto out = b.runUnprivileged([&] {
-    Result r = scan(b.home(), Scope::all());
+    Result r = scan(b.locations(), Scope::all());
     std::string text;
     for (const auto& s : r.skipped)
       text += "skipped " + s + ";";
@@ -312,7 +329,7 @@ TEST(DuplicateScanner, SkipsUnreadableFoldersAndDropsFilesThatChangeOnTheWay) {
   // One copy disappears after the listing, another shrinks after the sampling: both drop out.
   std::string gone = fileWith(b, "Movies/gone", 2 * kMiB, {{1, 'a'}});
   std::string shrinks = fileWith(b, "Music/shrinks", 2 * kMiB, {{1, 'a'}});
-  Result r = scan(b.home(), Scope::all(), {}, [&](const std::string& stage) {
+  Result r = scan(b.locations(), Scope::all(), {}, [&](const std::string& stage) {
     if (stage == kSamplingFiles) ASSERT_EQ(::unlink(gone.c_str()), 0);
     if (stage == kHashingDuplicates) ASSERT_EQ(::truncate(shrinks.c_str(), kMiB), 0);
   });
@@ -331,7 +348,7 @@ TEST(DuplicateScanner, CancellationAtAnyStageReturnsNoGroups) {
   for (std::string_view stage :
        {kListingFiles, std::string_view("Listing Music"), kSamplingFiles, kHashingDuplicates}) {
     std::stop_source source;
-    EXPECT_THROW(scan(b.home(), Scope::all(), source.get_token(),
+    EXPECT_THROW(scan(b.locations(), Scope::all(), source.get_token(),
                       [&](const std::string& text) {
                         if (text == stage) source.request_stop();
                       }),
@@ -341,7 +358,7 @@ TEST(DuplicateScanner, CancellationAtAnyStageReturnsNoGroups) {
   // The walk itself notices within 500 entries.
   std::stop_source source;
   source.request_stop();
-  EXPECT_THROW(collectCandidates(b.inHome("Music"), b.home(), source.get_token()), Cancelled);
+  EXPECT_THROW(collectCandidates(b.inHome("Music"), b.locations(), source.get_token()), Cancelled);
   EXPECT_THROW(fullDigest(b.inHome("Movies/a"), source.get_token()), Cancelled);
 }
 

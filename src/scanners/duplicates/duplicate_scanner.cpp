@@ -20,6 +20,7 @@
 #include "base/sha256.h"
 #include "measure/project_folders.h"
 #include "measure/protected_libraries.h"
+#include "platform/own_ground.h"
 #include "platform/package.h"
 #include "scanners/duplicates/content_classes.h"
 
@@ -136,10 +137,13 @@ std::vector<std::string> searchRoots(const std::string& home, Scope scope) {
   return roots;
 }
 
-Candidates collectCandidates(const std::string& root, const std::string& home,
+Candidates collectCandidates(const std::string& root, const Locations& places,
                              std::stop_token stop) {
   Candidates out;
-  ProtectedLibraries libraries(home);
+  ProtectedLibraries libraries(places.home);
+  // A Trash, the log's folder or the settings: never entered. (A folder that merely holds one is
+  // walked; what lies in our ground is not.)
+  if (OwnGround::contains(root, places)) return out;
   std::string rootPath = paths::standardize(root);
   char* roots[] = {rootPath.data(), nullptr};
   // Links are never followed below the root; the root itself may be one.
@@ -182,7 +186,8 @@ Candidates collectCandidates(const std::string& root, const std::string& home,
       continue;
     }
     if (folder) {
-      if (isPackage) fts_set(fts, e, FTS_SKIP);
+      // A file lies in our own ground only inside a folder that does.
+      if (isPackage || OwnGround::contains(std::string(path), places)) fts_set(fts, e, FTS_SKIP);
       e->fts_number = 0;
       continue;
     }
@@ -259,8 +264,9 @@ void orderGroups(std::vector<Group>& groups) {
     groups[i] = std::move(keyed[i].second);
 }
 
-Result scan(const std::string& home, Scope scope, std::stop_token stop,
+Result scan(const Locations& places, Scope scope, std::stop_token stop,
             const ProgressFn& progress) {
+  const std::string& home = places.home;
   auto say = [&](std::string_view text) {
     if (progress) progress(std::string(text));
   };
@@ -272,7 +278,7 @@ Result scan(const std::string& home, Scope scope, std::stop_token stop,
   for (const std::string& root : roots) {
     throwIfCancelled(stop);
     say(std::string(kListingPrefix) + std::string(paths::lastComponent(root)));
-    Candidates found = collectCandidates(root, home, stop);
+    Candidates found = collectCandidates(root, places, stop);
     files.insert(files.end(), std::make_move_iterator(found.files.begin()),
                  std::make_move_iterator(found.files.end()));
     result.skipped.insert(result.skipped.end(), found.skipped.begin(), found.skipped.end());
@@ -375,8 +381,9 @@ Result scan(const std::string& home, Scope scope, std::stop_token stop,
   return result;
 }
 
-bool isListableCopy(const std::string& path, std::int64_t bytes, const std::string& home,
+bool isListableCopy(const std::string& path, std::int64_t bytes, const Locations& places,
                     Scope scope) {
+  const std::string& home = places.home;
   struct stat s {};
   if (::lstat(path.c_str(), &s) != 0 || !S_ISREG(s.st_mode) || s.st_size != bytes ||
       bytes < kMinimumBytes) {
@@ -394,7 +401,7 @@ bool isListableCopy(const std::string& path, std::int64_t bytes, const std::stri
       if (part.front() == '.') return false;
     }
     return !anyProjectComponent(standard) && !packageAtOrAbove(paths::parent(standard)) &&
-           !ProtectedLibraries(home).contains(standard);
+           !ProtectedLibraries(home).contains(standard) && !OwnGround::excludes(path, places);
   }
   return false;
 }

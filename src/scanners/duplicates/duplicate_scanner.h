@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/locations.h"
 #include "scanners/duplicates/duplicate_types.h"
 
 namespace dw::DuplicateScanner {
@@ -38,7 +39,7 @@ using ProgressFn = std::function<void(const std::string&)>;
 // The result is exactly that of hashing every candidate of a shared sample in full, one after
 // another: groups come by size (smallest first) and then by their first copy in listing order
 // before the two stable sorts. progress is called on the calling thread.
-Result scan(const std::string& home, Scope scope, std::stop_token stop = {},
+Result scan(const Locations& places, Scope scope, std::stop_token stop = {},
             const ProgressFn& progress = {});
 
 // home/Downloads, home/Movies, home/Music, home/Pictures for the members of scope, in that
@@ -46,9 +47,10 @@ Result scan(const std::string& home, Scope scope, std::stop_token stop = {},
 std::vector<std::string> searchRoots(const std::string& home, Scope scope);
 
 // The files of one root that may be duplicates: regular, at least 1 MiB, not hidden, not
-// behind a link, not in a package, a protected library or a project folder. Folders the
-// system refuses to list come back as skipped. Throws Cancelled (checked every 500 entries).
-Candidates collectCandidates(const std::string& root, const std::string& home,
+// behind a link, not in a package, a protected library, a project folder or the program's own
+// ground. Folders the system refuses to list come back as skipped. Throws Cancelled (checked
+// every 500 entries).
+Candidates collectCandidates(const std::string& root, const Locations& places,
                              std::stop_token stop = {});
 
 // SHA-256 of the first and last 64 KiB and the size as 8 big-endian bytes. Throws
@@ -66,8 +68,8 @@ std::int64_t wastedBytes(const Group& group);
 
 // The re-check before a copy moves: still a regular file (not a link) of the group's size,
 // inside one of the scope's folders, and one the search would list (not hidden, not in a
-// package, a protected library or a project folder).
-bool isListableCopy(const std::string& path, std::int64_t bytes, const std::string& home,
+// package, a protected library, a project folder or the program's own ground).
+bool isListableCopy(const std::string& path, std::int64_t bytes, const Locations& places,
                     Scope scope);
 
 }  // namespace dw::DuplicateScanner

@@ -55,7 +55,8 @@ void ScanModel::findDuplicates() {
     try {
       DuplicateScanner::Result result = DuplicateScanner::scan(places, scope, stop, progress);
       post([this, result = std::move(result), search, scope]() mutable {
-        duplicateSearchedScope_ = scope;
+        // The folders these groups came from: a clear of their copies checks against them.
+        if (search == duplicateSearch_) duplicateSearchedScope_ = scope;
         finishDuplicates(std::move(result), search);
       });
     } catch (const Cancelled&) {

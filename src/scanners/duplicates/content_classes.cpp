@@ -211,7 +211,7 @@ std::optional<std::uint64_t> sampleKey(const std::string& path, unsigned char* b
 
 unsigned char* Buffers::get(size_t index) {
   while (chunks_.size() <= index)
-    chunks_.push_back(std::make_unique<unsigned char[]>(static_cast<size_t>(kChunk)));
+    chunks_.push_back(std::make_unique_for_overwrite<unsigned char[]>(static_cast<size_t>(kChunk)));
   return chunks_[index].get();
 }
 

@@ -35,15 +35,16 @@ bool dropFolder(std::string_view& path, std::string_view folder) {
 }  // namespace
 
 ProtectedLibraries::ProtectedLibraries(std::string_view home)
-    : home_(paths::resolveSymlinks(home)) {
+    : home_(paths::resolveSymlinks(home)), homeWritten_(paths::standardize(home)) {
   if (startsWith(home_, kPrivate)) homeNoPrivate_ = home_.substr(kPrivate.size());
 }
 
 bool ProtectedLibraries::contains(std::string_view rawPath) const {
   std::string standard = paths::standardize(rawPath);
   std::string_view r = standard;
-  // Relative to the home, reached directly, without the system's "/private", or through it.
-  if (!dropFolder(r, home_) && !dropFolder(r, homeNoPrivate_)) {
+  // Relative to the home, reached directly, without the system's "/private", or through it; or
+  // through the home as written, when that is a link.
+  if (!dropFolder(r, home_) && !dropFolder(r, homeNoPrivate_) && !dropFolder(r, homeWritten_)) {
     std::string_view rest = r;
     if (startsWith(rest, kPrivate)) {
       rest.remove_prefix(kPrivate.size());

@@ -18,6 +18,7 @@ class ProtectedLibraries {
  private:
   std::string home_;           // links resolved, standardised
   std::string homeNoPrivate_;  // the same without a leading "/private", when it had one
+  std::string homeWritten_;    // as given, standardised: a walk's paths start with it
 };
 
 bool isProtectedLibrary(std::string_view path, std::string_view home);

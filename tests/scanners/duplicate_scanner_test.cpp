@@ -197,6 +197,8 @@ TEST(DuplicateScanner, NeverListsLibrariesPackagesProjectFoldersHiddenEntriesOrL
   EXPECT_TRUE(isProtectedLibrary(b.home() + "/Music/Music", b.home()));
   EXPECT_FALSE(isProtectedLibrary(b.home() + "/Music/Musical/x", b.home()));
   EXPECT_TRUE(isProtectedLibrary("/elsewhere/Photo Booth Library", b.home()));
+  std::string linkedHome = b.symlink(b.home(), b.inRoot("linked home"));
+  EXPECT_TRUE(isProtectedLibrary(linkedHome + "/Music/iTunes/x", linkedHome));
 
   // The copy re-check before a move applies the same rules.
   EXPECT_TRUE(isListableCopy(kept, 2 * kMiB, b.locations(), Scope::all()));

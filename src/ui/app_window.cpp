@@ -19,8 +19,10 @@ void chooseDisplayBackend(bool forceOffscreen) {
 }
 
 AppWindow openAppWindow(const Locations& places, const QString& appearance) {
-  // Our own controls draw every part of themselves; the Basic style only lends behaviour.
-  QQuickStyle::setStyle("Basic");
+  // Our own controls draw every part of themselves; the Basic style only lends behaviour. The
+  // style can be chosen once, before the first window.
+  static const bool styled = (QQuickStyle::setStyle("Basic"), true);
+  (void)styled;
   AppWindow w;
   w.bridge = std::make_unique<AppBridge>(places);
   w.engine = std::make_unique<QQmlApplicationEngine>();

@@ -122,6 +122,7 @@ Item {
                     reuseItems: true
                     ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
                     delegate: FindingRow {
+                        objectName: "findingRow"
                         required property int index
                         required property string findingId
                         required name

@@ -15,6 +15,10 @@ bool openUrl(const std::string& url);
 // enclosing folder). False when nothing could show it.
 bool revealInFileManager(const std::string& path);
 
+// Opens the user's Trash in the file manager (Linux: the home Trash's files folder; macOS:
+// ~/.Trash). home is the user's home folder.
+bool openTrashFolder(const std::string& home);
+
 // The label of the button that does revealInFileManager.
 std::string_view revealActionTitle();
 

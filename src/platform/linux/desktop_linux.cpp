@@ -81,6 +81,12 @@ bool revealInFileManager(const std::string& path) {
   return openUrl(fileUri(parent));
 }
 
+bool openTrashFolder(const std::string& home) {
+  const char* data = std::getenv("XDG_DATA_HOME");
+  std::string base = data && *data == '/' ? std::string(data) : home + "/.local/share";
+  return openUrl(fileUri(base + "/Trash/files"));
+}
+
 std::string_view revealActionTitle() {
   return "Show in Folder";
 }

@@ -17,6 +17,11 @@ bool revealInFileManager(const std::string& path) {
   return true;
 }
 
+bool openTrashFolder(const std::string& home) {
+  NSString* trash = [NSString stringWithUTF8String:(home + "/.Trash").c_str()];
+  return [[NSWorkspace sharedWorkspace] openURL:[NSURL fileURLWithPath:trash]];
+}
+
 std::string_view revealActionTitle() {
   return "Reveal in Finder";
 }

@@ -3,10 +3,15 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include <QDateTime>
+#include <QLocale>
+
 #include "base/time.h"
+#include "findings/dashboard.h"
 #include "findings/page_texts.h"
 #include "findings/size_text.h"
 #include "platform/desktop.h"
+#include "trash/cleared_groups.h"
 
 namespace dw::ui {
 
@@ -75,6 +80,12 @@ void AppBridge::fieldChanged(ScanModel::Field field) {
       if (!clearing()) stopping_ = false;
       emit phaseChanged();
       emit progressChanged();
+      emit dashboardChanged();
+      break;
+    case F::volume:
+    case F::volumeName:
+    case F::duplicateGroups:
+      emit dashboardChanged();
       break;
     case F::lastScannedAt:
       emit scannedTextChanged();
@@ -89,6 +100,7 @@ void AppBridge::fieldChanged(ScanModel::Field field) {
     case F::confirmScope:
     case F::selected:
     case F::caches:
+      if (field == F::caches) emit dashboardChanged();
       // The sheet lists what the clear would move now; while it moves, the list stands.
       if (model_->confirm() && !clearing()) {
         confirmItems_.reset(model_->itemsToClear(model_->confirmScope()));
@@ -218,6 +230,135 @@ QString AppBridge::confirmMoreText() const {
 }
 QString AppBridge::stoppingText() const {
   return q(pagetexts::kStoppingText);
+}
+
+namespace {
+// The locale's short time; a locale whose short form still shows seconds ("C") loses them.
+QString shortTime(const QTime& time) {
+  QString format = QLocale().timeFormat(QLocale::ShortFormat);
+  format.remove(":ss");
+  return QLocale().toString(time, format);
+}
+}  // namespace
+
+QString AppBridge::dateText(TimePoint when, TimePoint now) {
+  auto toQt = [](TimePoint t) {
+    return QDateTime::fromMSecsSinceEpoch(
+        std::chrono::duration_cast<std::chrono::milliseconds>(t.time_since_epoch()).count());
+  };
+  QDateTime at = toQt(when), today = toQt(now);
+  QLocale locale;
+  if (at.date() == today.date()) {
+    return "Today, " + shortTime(at.time());
+  }
+  if (at.date().year() == today.date().year()) return locale.toString(at.date(), "MMM d");
+  return locale.toString(at.date(), "MMM d, yyyy");
+}
+
+QVariantList AppBridge::clearedGroups() const {
+  QVariantList groups;
+  TimePoint now = Clock::now();
+  for (const auto& group : ClearedLog::groupBySession(model_->clearedEntries())) {
+    QVariantList entries;
+    for (const auto& e : group.entries) {
+      int status = ClearedLog::status(e);
+      QString statusText;
+      if (status == 1) {
+        statusText =
+            e.putBackAt
+                ? "Put back " +
+                      shortTime(
+                          QDateTime::fromSecsSinceEpoch(Clock::to_time_t(*e.putBackAt)).time())
+                : QString("Already put back");
+      } else if (status == 2) {
+        statusText = "Trash emptied";
+      }
+      entries.append(QVariantMap{{"id", QString::fromStdString(e.id)},
+                                 {"name", QString::fromStdString(e.name)},
+                                 {"from", QString::fromStdString(e.originalPath)},
+                                 {"sizeText", QString::fromStdString(sizeText(e.bytes))},
+                                 {"statusText", statusText},
+                                 {"canPutBack", status == 0}});
+    }
+    QString date = dateText(group.latest, now);
+    groups.append(QVariantMap{
+        {"dateText", date},
+        {"header", date + " · " +
+                       QString::fromStdString(
+                           countNoun(static_cast<std::int64_t>(group.entries.size()), "item") +
+                           " · " + sizeText(group.bytes))},
+        {"entries", entries}});
+  }
+  return groups;
+}
+
+QString AppBridge::failureText() const {
+  return QString::fromStdString(model_->phase().text());
+}
+
+QVariantMap AppBridge::storage() const {
+  dashboard::StorageAmounts a = dashboard::storageAmounts(model_->volume(), model_->caches());
+  auto part = [&](std::int64_t bytes) {
+    return a.total > 0 ? static_cast<double>(bytes) / static_cast<double>(a.total) : 0.0;
+  };
+  return QVariantMap{
+      {"used", part(a.used)},
+      {"ready", part(a.ready)},
+      {"held", part(a.held)},
+      {"free", part(a.free)},
+      {"totalText", QString::fromStdString(sizeText(a.total) + " total")},
+      {"summary", QString::fromStdString(dashboard::storageSummary(a))},
+      {"explanation", QString::fromUtf8(dashboard::kHeldExplanation)},
+      {"readyHeading", QString::fromStdString(dashboard::readyHeading(a.ready))},
+      {"readyLine", QString::fromUtf8(dashboard::kReadyLine)},
+      {"reviewTitle", QString::fromStdString(dashboard::reviewButton(a.ready))},
+  };
+}
+
+QVariantList AppBridge::cards() const {
+  std::optional<std::int64_t> files;
+  std::int64_t bytes = 0;
+  if (!model_->duplicateGroups().empty()) {
+    files = 0;
+    for (const auto& g : model_->duplicateGroups()) {
+      auto extra = static_cast<std::int64_t>(g.files.size()) - 1;
+      *files += extra;
+      bytes += extra * g.bytes;
+    }
+  }
+  QVariantList out;
+  for (const auto& c : dashboard::cards(model_->caches(), scanning(), files, bytes)) {
+    out.append(QVariantMap{{"title", QString::fromStdString(c.title)},
+                           {"symbol", QString::fromStdString(c.symbol)},
+                           {"value", QString::fromStdString(c.value)},
+                           {"detail", QString::fromStdString(c.detail)},
+                           {"badge", QString::fromStdString(c.badge)},
+                           {"badgeKind", QString::fromStdString(c.badgeKind)},
+                           {"page", QString::fromStdString(c.page)}});
+  }
+  return out;
+}
+
+QString AppBridge::clearedTitle() const {
+  std::int64_t bytes = 0;
+  for (const auto& e : model_->clearedEntries()) {
+    if (ClearedLog::status(e) == 0) bytes += e.bytes;
+  }
+  return QString::fromStdString(sizeText(bytes) + " moved to the Trash");
+}
+
+void AppBridge::openTrash() {
+  platform::openTrashFolder(model_->places().home);
+}
+
+void AppBridge::putBack(const QString& id) {
+  for (const auto& e : model_->clearedEntries()) {
+    if (QString::fromStdString(e.id) == id) {
+      ClearedLog::Entry entry = e;  // the model reloads the list it lives in
+      model_->putBack(entry);
+      return;
+    }
+  }
 }
 
 void AppBridge::openUrl(const QString& url) {

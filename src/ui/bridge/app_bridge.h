@@ -7,6 +7,8 @@
 #include <QObject>
 #include <QString>
 #include <QTimer>
+#include <QVariantList>
+#include <QVariantMap>
 #include <memory>
 #include <vector>
 
@@ -61,6 +63,12 @@ class AppBridge : public QObject {
   Q_PROPERTY(bool updatesConfigured READ updatesConfigured CONSTANT)
   Q_PROPERTY(QString versionLine READ versionLine CONSTANT)
   Q_PROPERTY(int clearedCount READ clearedCount NOTIFY clearedChanged)
+  Q_PROPERTY(QVariantList clearedGroups READ clearedGroups NOTIFY clearedChanged)
+  Q_PROPERTY(QString clearedTitle READ clearedTitle NOTIFY clearedChanged)
+  Q_PROPERTY(QString failureText READ failureText NOTIFY phaseChanged)
+  Q_PROPERTY(QString volumeName READ volumeName NOTIFY dashboardChanged)
+  Q_PROPERTY(QVariantMap storage READ storage NOTIFY dashboardChanged)
+  Q_PROPERTY(QVariantList cards READ cards NOTIFY dashboardChanged)
   Q_PROPERTY(QObject* caches READ caches CONSTANT)
   Q_PROPERTY(QObject* leftovers READ leftovers CONSTANT)
   Q_PROPERTY(QObject* files READ files CONSTANT)
@@ -102,6 +110,20 @@ class AppBridge : public QObject {
   bool updatesConfigured() const { return false; }
   QString versionLine() const;
   int clearedCount() const { return static_cast<int>(model_->clearedEntries().size()); }
+  // One map per clear: dateText, header, entries (name, from, sizeText, statusText, canPutBack,
+  // id), newest clear first.
+  QVariantList clearedGroups() const;
+  // What is still in the Trash of what the log lists: "1.2 GB moved to the Trash".
+  QString clearedTitle() const;
+  // "Today, 14:05", "Mar 4" this year, "Mar 4, 2024" before, in the user's locale.
+  static QString dateText(TimePoint when, TimePoint now);
+  QString failureText() const;
+  QString volumeName() const { return QString::fromStdString(model_->volumeName()); }
+  // The storage bar: fractions (used, ready, held, free), totalText, summary, explanation,
+  // readyHeading, readyLine, reviewTitle.
+  QVariantMap storage() const;
+  // The four category cards: title, symbol, value, detail, badge, badgeKind, page.
+  QVariantList cards() const;
   QObject* caches() { return caches_.get(); }
   QObject* leftovers() { return leftovers_.get(); }
   QObject* files() { return files_.get(); }
@@ -124,6 +146,9 @@ class AppBridge : public QObject {
   Q_INVOKABLE void finishOnboarding(bool openSettings);
   Q_INVOKABLE void presentOnboarding();
   Q_INVOKABLE void openUrl(const QString& url);
+  Q_INVOKABLE void openTrash();
+  // Put Back of the log entry with this id; the outcome goes to the status line.
+  Q_INVOKABLE void putBack(const QString& id);
   // The confirmation of a given list, as its footer button asks.
   Q_INVOKABLE void requestConfirm(const QString& scope);
 
@@ -139,6 +164,7 @@ class AppBridge : public QObject {
   void showFullDiskAccessPromptChanged();
   void onboardingPresentedChanged();
   void clearedChanged();
+  void dashboardChanged();
 
  private:
   void fieldChanged(ScanModel::Field field);

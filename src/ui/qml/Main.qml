@@ -40,7 +40,10 @@ ApplicationWindow {
         : aboutPresented ? "about" : ""
 
     // A search never carries over from one page to another.
-    onPageChanged: query = ""
+    onPageChanged: {
+        query = ""
+        if (pages[page].key === "recentlyCleared") dw.reloadCleared()
+    }
 
     Component.onCompleted: {
         Theme.dark = startsDark
@@ -211,7 +214,7 @@ ApplicationWindow {
                     Layout.topMargin: 16
                     currentIndex: window.page
 
-                    PendingPage { symbol: "square.grid.2x2"; title: "Overview" }
+                    DashboardPage { objectName: "page.dashboard"; onOpenPage: (key) => window.showPage(key) }
                     CleanListPage {
                         objectName: "page.review"
                         list: dw.caches
@@ -233,7 +236,7 @@ ApplicationWindow {
                     }
                     PendingPage { symbol: "rectangle.split.3x3"; title: "Space Map" }
                     PendingPage { symbol: "minus.square"; title: "Uninstaller" }
-                    PendingPage { symbol: "clock.arrow.circlepath"; title: "Recently Cleared" }
+                    RecentlyClearedPage { objectName: "page.recentlyCleared" }
                 }
             }
         }

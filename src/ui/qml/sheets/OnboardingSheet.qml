@@ -81,7 +81,7 @@ Sheet {
                     model: ["Only the Trash. Nothing is permanently deleted.",
                             "Put Back stays available from Recently Cleared.",
                             "Documents, the Desktop, and projects stay.",
-                            "No data leaves this Mac."]
+                            dw.fullDiskAccessSetting ? "No data leaves this Mac." : "No data leaves this computer."]
                     Row {
                         required property string modelData
                         spacing: 10

@@ -4,8 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <QDateTime>
 #include <QDir>
+#include <QLocale>
 #include <QQuickItem>
+#include <algorithm>
+#include <filesystem>
+#include <set>
 
 #include "findings/size_text.h"
 #include "platform/defaults.h"
@@ -225,6 +230,91 @@ TEST_F(AppUiTest, OnboardingRemembersItsEndAndWelcomeReopensIt) {
   ui.waitFor([&] { return ui.shows("onboarding.title"); }, 2000);
   EXPECT_EQ(ui.text("onboarding.title"), "Big space back. Nothing lost.");
   EXPECT_TRUE(defaults.boolValue(platform::kOnboardingShownKey));
+}
+
+TEST_F(AppUiTest, OverviewCardsAndRecentlyClearedWithPutBack) {
+  skipOnboarding();
+  std::string a = mac.cache("com.example.a", 12 * kMiB);
+  std::string b = mac.cache("com.example.b", 11 * kMiB);
+  std::string c = mac.cache("com.example.c", 10 * kMiB);
+  mac.folderOfSize(mac.inHome("Library/Application Support/com.gone.App"), 4 * kMiB);
+  mac.preference("com.gone.App");
+  test::UiDriver ui(places);
+
+  ui.page("dashboard");
+  // The four cards stand in one row at the default width: left to right.
+  auto cards = ui.all("card.detail");
+  std::sort(cards.begin(), cards.end(), [](QQuickItem* x, QQuickItem* y) {
+    return x->mapToScene({0, 0}).x() < y->mapToScene({0, 0}).x();
+  });
+  std::vector<QString> details;
+  for (QQuickItem* item : cards)
+    details.push_back(item->property("text").toString());
+  ASSERT_EQ(details.size(), 4u);
+  EXPECT_EQ(details[0], "3 folders apps rebuild on their own");
+  EXPECT_EQ(details[1], "From 1 app no longer installed");
+  EXPECT_EQ(details[2], "Find extra copies in Downloads and media folders.");
+  EXPECT_EQ(details[3], "0 files over 200 MB, never pre-selected");
+  EXPECT_TRUE(ui.text("storage.summary").contains(" ready to clear, "));
+  EXPECT_EQ(ui.text("ready.heading").left(15), "Ready to clear ");
+
+  // Nothing cleared yet.
+  ui.page("recentlyCleared");
+  EXPECT_EQ(ui.text("emptyState.title"), "Nothing cleared yet");
+  EXPECT_FALSE(ui.shows("cleared.openTrash"));
+
+  // Two clears: two cards, newest first, counted.
+  ScanModel& model = ui.bridge().model();
+  auto clear = [&](std::set<std::string> ids) {
+    model.select(std::move(ids));
+    model.requestConfirm(ScanModel::ConfirmScope::caches);
+    ui.bridge().confirmMove();
+    ASSERT_TRUE(ui.waitFor([&] { return !ui.bridge().clearing(); }));
+    ui.click("confirm.done");
+  };
+  clear({a});
+  clear({b, c});
+  ui.page("review");
+  ui.page("recentlyCleared");
+  auto headers = ui.all("cleared.groupHeader");
+  ASSERT_EQ(headers.size(), 2u);
+  EXPECT_TRUE(headers[0]->property("text").toString().startsWith("Today, "));
+  EXPECT_TRUE(headers[0]->property("text").toString().endsWith(" · 2 items · 21 MB"));
+  EXPECT_TRUE(headers[1]->property("text").toString().endsWith(" · 1 item · 12 MB"));
+  EXPECT_EQ(ui.text("cleared.title"), "33 MB moved to the Trash");
+  ASSERT_EQ(ui.all("cleared.putBack").size(), 3u);
+
+  // Put Back of the first row: it is home again, and its row says so with no button.
+  auto rows = ui.all("cleared.row");
+  ASSERT_EQ(rows.size(), 3u);
+  QString firstName = field(rows[0], "cleared.name");
+  ui.click(ui.all("cleared.putBack")[0]);
+  EXPECT_EQ(ui.text("statusLine"), firstName + " was put back.");
+  rows = ui.all("cleared.row");
+  EXPECT_TRUE(field(rows[0], "cleared.status").startsWith("Put back "));
+  EXPECT_EQ(ui.all("cleared.putBack").size(), 2u);
+
+  // A Trash copy that is gone: "Trash emptied", no button. (The test empties its own Trash.)
+  std::filesystem::remove_all(trashHome.trashFiles() + "/com.example.a");
+  ui.bridge().reloadCleared();
+  ui.waitFor([&] { return ui.all("cleared.putBack").size() == 1; }, 2000);
+  rows = ui.all("cleared.row");
+  EXPECT_EQ(field(rows[2], "cleared.status"), "Trash emptied");
+  EXPECT_EQ(ui.all("cleared.putBack").size(), 1u);
+}
+
+TEST(ClearedDates, TodayThisYearAndEarlier) {
+  // A fixed clock: noon, June 15th 2026, local time.
+  QDateTime noon(QDate(2026, 6, 15), QTime(12, 0));
+  auto at = [](const QDateTime& t) {
+    return TimePoint(std::chrono::milliseconds(t.toMSecsSinceEpoch()));
+  };
+  TimePoint now = at(noon);
+  EXPECT_TRUE(ui::AppBridge::dateText(at(noon.addSecs(-3600)), now).startsWith("Today, 11"));
+  EXPECT_EQ(ui::AppBridge::dateText(at(QDateTime(QDate(2026, 3, 4), QTime(9, 0))), now),
+            QLocale().toString(QDate(2026, 3, 4), "MMM d"));
+  EXPECT_EQ(ui::AppBridge::dateText(at(QDateTime(QDate(2024, 3, 4), QTime(9, 0))), now),
+            QLocale().toString(QDate(2024, 3, 4), "MMM d, yyyy"));
 }
 
 }  // namespace

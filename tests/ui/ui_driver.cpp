@@ -33,7 +33,8 @@ std::vector<QQuickItem*> UiDriver::all(const QString& name) const {
   std::vector<QQuickItem*> out;
   collect(window()->contentItem(), name, true, out);
   std::stable_sort(out.begin(), out.end(), [](QQuickItem* a, QQuickItem* b) {
-    return a->mapToScene({0, 0}).y() < b->mapToScene({0, 0}).y();
+    QPointF pa = a->mapToScene({0, 0}), pb = b->mapToScene({0, 0});
+    return pa.y() != pb.y() ? pa.y() < pb.y() : pa.x() < pb.x();
   });
   return out;
 }

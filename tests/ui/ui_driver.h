@@ -29,7 +29,7 @@ class UiDriver {
   QQuickWindow* window() const;
   QObject* root() const { return app_.root; }
 
-  // Visible items with this objectName, top to bottom.
+  // Visible items with this objectName, top to bottom, then left to right.
   std::vector<QQuickItem*> all(const QString& name) const;
   // The first of them; fails the test when there is none.
   QQuickItem* one(const QString& name) const;

@@ -9,6 +9,7 @@
 
 #include "base/paths.h"
 #include "cli/output.h"
+#include "trash/cleared_log.h"
 
 namespace dw::cli {
 
@@ -29,6 +30,15 @@ void PlaceOptions::addTo(CLI::App& command) {
 
 Locations PlaceOptions::locations() const {
   return Locations::resolve(root, home, layout);
+}
+
+void recoverClearedLog(const Locations& places) {
+  try {
+    ClearedLog::recover(places);
+  } catch (const std::exception& e) {
+    std::cerr << "dustwhale: Recently Cleared could not be brought up to date: " << e.what()
+              << '\n';
+  }
 }
 
 InterruptWatcher::InterruptWatcher() {

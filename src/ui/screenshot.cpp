@@ -6,6 +6,7 @@
 #include <QQuickWindow>
 #include <QThread>
 #include <cstdio>
+#include <string_view>
 
 namespace dw::ui {
 
@@ -87,6 +88,18 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
       s.call("showPage", page[0]);
       s.shoot(page[1]);
     }
+
+    // The smallest window the user can make.
+    auto* quick = qobject_cast<QQuickWindow*>(window.root);
+    QSize normal = quick->size();
+    quick->resize(quick->minimumSize());
+    for (const char* page : {"dashboard", "review", "recentlyCleared"}) {
+      s.call("showPage", page);
+      s.shoot(QString("smallest-") + (page == std::string_view("dashboard") ? "overview"
+                                      : page == std::string_view("review")  ? "caches"
+                                                                            : "recently-cleared"));
+    }
+    quick->resize(normal);
 
     s.call("showPage", "review");
     for (int step = 0; step < 3; ++step) {

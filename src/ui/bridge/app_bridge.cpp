@@ -205,7 +205,8 @@ QString AppBridge::revealTitle() const {
 }
 
 QString AppBridge::versionLine() const {
-  return QStringLiteral("Dustwhale " DUSTWHALE_VERSION);
+  // "Dustwhale <version> (<build>)"; this build carries no build number, shown as "—".
+  return QStringLiteral("Dustwhale " DUSTWHALE_VERSION " (—)");
 }
 
 QString AppBridge::confirmPutBackLine() const {

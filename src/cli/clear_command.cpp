@@ -6,6 +6,7 @@
 #include "cli/findings_output.h"
 #include "cli/output.h"
 #include "cli/session.h"
+#include "findings/page_texts.h"
 #include "findings/size_text.h"
 
 namespace dw::cli {
@@ -88,7 +89,7 @@ Runner addClear(CLI::App& app) {
               << sizeText(total) << '\n';
     for (const auto& item : items) {
       std::cout << "  " << displayText(item.name) << " · " << sizeText(item.bytes) << " · "
-                << kindWord(item.kind) << '\n';
+                << pagetexts::kindWord(item.kind) << '\n';
     }
     if (options->dryRun) {
       std::cout << "Dry run: nothing was moved.\n";
@@ -101,7 +102,7 @@ Runner addClear(CLI::App& app) {
         return 1;
       }
       session.setQuitOnInterrupt(true);
-      bool confirmed = askToMove(static_cast<std::int64_t>(items.size()), "item");
+      bool confirmed = askToMove(pagetexts::confirmTitle(static_cast<std::int64_t>(items.size())));
       session.setQuitOnInterrupt(false);
       if (!confirmed) {
         std::cout << "Nothing was moved to the Trash.\n";

@@ -168,7 +168,8 @@ Runner addDuplicates(CLI::App& app) {
         return 1;
       }
       session.setQuitOnInterrupt(true);
-      bool confirmed = askToMove(static_cast<std::int64_t>(chosen.size()), "copy");
+      bool confirmed = askToMove(
+          "Move " + countNoun(static_cast<std::int64_t>(chosen.size()), "copy") + " to the Trash?");
       session.setQuitOnInterrupt(false);
       if (!confirmed) {
         std::cout << "Nothing was moved to the Trash.\n";

@@ -9,7 +9,6 @@
 
 #include "base/paths.h"
 #include "cli/output.h"
-#include "findings/size_text.h"
 #include "trash/cleared_log.h"
 
 namespace dw::cli {
@@ -21,8 +20,8 @@ bool stdinIsTerminal() {
   return ::isatty(STDIN_FILENO) == 1;
 }
 
-bool askToMove(std::int64_t count, std::string_view noun) {
-  std::cout << "Move " << countNoun(count, noun) << " to the Trash? [y/N] " << std::flush;
+bool askToMove(std::string_view question) {
+  std::cout << question << " [y/N] " << std::flush;
   std::string answer;
   if (!std::getline(std::cin, answer)) return false;
   answer = paths::asciiLower(answer);
@@ -39,23 +38,7 @@ void PlaceOptions::addTo(CLI::App& command) {
 }
 
 Locations PlaceOptions::locations() const {
-  std::string h = home.empty() ? currentHome() : home;
-  if (h.empty() || h.front() != '/') {
-    char cwd[4096];
-    if (!::getcwd(cwd, sizeof cwd)) throw std::invalid_argument("cannot read the current folder");
-    h = paths::join(cwd, h);
-  }
-  std::string r = root.empty() ? "/" : root;
-  if (r.front() != '/') {
-    char cwd[4096];
-    if (!::getcwd(cwd, sizeof cwd)) throw std::invalid_argument("cannot read the current folder");
-    r = paths::join(cwd, r);
-  }
-  if (::access(h.c_str(), F_OK) != 0) throw std::invalid_argument(h + ": no such home folder");
-  if (!layout.empty() && !Locations::layoutNamed(layout))
-    throw std::invalid_argument("unknown layout " + layout);
-  if (home.empty() && (r == "/") && layout.empty()) return Locations::platformDefault(h);
-  return Locations::macos(r, h);
+  return Locations::resolve(root, home, layout);
 }
 
 void recoverClearedLog(const Locations& places) {

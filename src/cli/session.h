@@ -73,8 +73,9 @@ class Session {
   std::atomic<bool> quitOnInterrupt_{false};
 };
 
-// "Move 3 items to the Trash? [y/N] " on standard output; true only for "y" or "yes".
-bool askToMove(std::int64_t count, std::string_view noun);
+// The question ("Move 3 items to the Trash?") and " [y/N] " on standard output; true only for
+// an answer of "y" or "yes".
+bool askToMove(std::string_view question);
 // Finishes the bookkeeping of an interrupted clear or Put Back before a command reads the log
 // (the model does the same when it is made); a failure is reported on standard error.
 void recoverClearedLog(const Locations& places);

@@ -332,8 +332,12 @@ TEST(DuplicateScanner, SkipsUnreadableFoldersAndDropsFilesThatChangeOnTheWay) {
   std::string gone = fileWith(b, "Movies/gone", 2 * kMiB, {{1, 'a'}});
   std::string shrinks = fileWith(b, "Music/shrinks", 2 * kMiB, {{1, 'a'}});
   Result r = scan(b.locations(), Scope::all(), {}, [&](const std::string& stage) {
-    if (stage == kSamplingFiles) ASSERT_EQ(::unlink(gone.c_str()), 0);
-    if (stage == kHashingDuplicates) ASSERT_EQ(::truncate(shrinks.c_str(), kMiB), 0);
+    if (stage == kSamplingFiles) {
+      ASSERT_EQ(::unlink(gone.c_str()), 0);
+    }
+    if (stage == kHashingDuplicates) {
+      ASSERT_EQ(::truncate(shrinks.c_str(), kMiB), 0);
+    }
   });
   EXPECT_THAT(pathsOf(r.groups),
               ElementsAre(::testing::UnorderedElementsAre(a, b.inHome("Downloads/locked/a"), a2)));

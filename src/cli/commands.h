@@ -14,5 +14,6 @@ Runner addScan(CLI::App& app);
 Runner addClear(CLI::App& app);
 Runner addHistory(CLI::App& app);
 Runner addPutBack(CLI::App& app);
+Runner addSpaceMap(CLI::App& app);
 
 }  // namespace dw::cli

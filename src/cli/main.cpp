@@ -20,6 +20,7 @@ int main(int argc, char** argv) {
   runners["history"] = dw::cli::addHistory(app);
   runners["put-back"] = dw::cli::addPutBack(app);
   runners["measure"] = dw::cli::addMeasure(app);
+  runners["space-map"] = dw::cli::addSpaceMap(app);
 
   try {
     app.parse(argc, argv);

@@ -215,7 +215,11 @@ class Worker final : public Walk {
     if (shared_.failed.load(std::memory_order_relaxed)) throw Abandoned{};
     if (counter_ % 1000 == 0 && shared_.stop.stop_requested()) throw Cancelled{};
     ++counter_;
-    if (counter_ == shared_.options.secondThreadAfter && onBigTree) onBigTree();
+    if (onBigTree && counter_ > shared_.options.secondThreadAfter) {
+      auto join = std::move(onBigTree);
+      onBigTree = nullptr;
+      join();
+    }
   }
 
   void closeFrame(Frame& f) {

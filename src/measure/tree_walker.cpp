@@ -2,7 +2,9 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#ifdef __linux__
 #include <sys/syscall.h>
+#endif
 #include <unistd.h>
 
 #include <atomic>
@@ -34,6 +36,7 @@ constexpr int kDirFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 constexpr size_t kListingBuffer = 128 * 1024;
 
 // The fixed part of a getdents64 record; the name follows d_type.
+#ifdef __linux__
 struct LinuxDirent64 {
   ino64_t d_ino;
   off64_t d_off;
@@ -41,6 +44,7 @@ struct LinuxDirent64 {
   unsigned char d_type;
 };
 constexpr size_t kNameOffset = offsetof(LinuxDirent64, d_type) + 1;
+#endif
 
 // A directory handed from one thread to another, already open.
 struct Task {
@@ -276,6 +280,14 @@ class Worker final : public Walk {
     return fd;
   }
 
+  static void keep(Frame& f, const char* name, unsigned char type) {
+    if (name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0))) return;
+    f.listing += static_cast<char>(type);
+    f.listing.append(name);
+    f.listing += '\0';
+  }
+
+#ifdef __linux__
   void readListing(Frame& f) {
     if (!buffer_) buffer_ = std::make_unique<char[]>(kListingBuffer);
     while (true) {
@@ -285,16 +297,25 @@ class Worker final : public Walk {
       if (n <= 0) break;
       for (long at = 0; at < n;) {
         auto* d = reinterpret_cast<LinuxDirent64*>(buffer_.get() + at);
-        const char* name = buffer_.get() + at + kNameOffset;
-        unsigned char type = d->d_type;
+        keep(f, buffer_.get() + at + kNameOffset, d->d_type);
         at += d->d_reclen;
-        if (name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0))) continue;
-        f.listing += static_cast<char>(type);
-        f.listing.append(name);
-        f.listing += '\0';
       }
     }
   }
+#else
+  // Elsewhere through the C library, on a copy of the descriptor that the stream may close.
+  void readListing(Frame& f) {
+    int copy = ::dup(f.fd);
+    DIR* dir = copy >= 0 ? ::fdopendir(copy) : nullptr;
+    if (!dir) {
+      if (copy >= 0) ::close(copy);
+      return;
+    }
+    while (dirent* d = ::readdir(dir))
+      keep(f, d->d_name, d->d_type);
+    ::closedir(dir);
+  }
+#endif
 
   void visitEntry(size_t top, int dfd, unsigned char type, std::string_view name,
                   std::uint32_t index) {

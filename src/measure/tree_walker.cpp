@@ -34,6 +34,7 @@ namespace {
 
 constexpr int kDirFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 constexpr size_t kListingBuffer = 128 * 1024;
+constexpr std::uint32_t kWorthHandingOver = 8;
 
 // The fixed part of a getdents64 record; the name follows d_type.
 #ifdef __linux__
@@ -54,6 +55,8 @@ struct Task {
   std::uint64_t tag = 0;
   dev_t dev = 0;
   ino_t ino = 0;
+  std::string listing;  // read by the thread that found it
+  bool listed = false;
 };
 
 // Thrown inside a thread whose partner failed, to unwind it quietly.
@@ -148,6 +151,7 @@ struct Frame {
   int level = 0;
   std::uint64_t tag = 0;
   std::string listing;  // entries packed as: d_type byte, name, '\0'
+  std::uint32_t entries = 0;
   size_t next = 0;
   std::uint32_t index = 0;
 };
@@ -184,9 +188,10 @@ class Worker final : public Walk {
     base.ino = task.ino;
     base.level = task.level;
     base.tag = task.tag;
+    base.listing = std::move(task.listing);
     frames_.clear();
     held_ = 1;
-    readListing(base);
+    if (!task.listed) readListing(base);
     frames_.push_back(std::move(base));
 
     while (!frames_.empty()) {
@@ -285,6 +290,7 @@ class Worker final : public Walk {
     f.listing += static_cast<char>(type);
     f.listing.append(name);
     f.listing += '\0';
+    ++f.entries;
   }
 
 #ifdef __linux__
@@ -359,10 +365,6 @@ class Worker final : public Walk {
       if (fd >= 0) ::close(fd);
       return;
     }
-    if (shared_.hungry()) {
-      shared_.give(Task{fd, pathOf(item), level, tag, s.st_dev, s.st_ino});
-      return;
-    }
     Frame child;
     child.fd = fd;
     child.name = std::string(name);
@@ -370,8 +372,14 @@ class Worker final : public Walk {
     child.ino = s.st_ino;
     child.level = level;
     child.tag = tag;
-    ++held_;
     readListing(child);
+    // A waiting thread gets folders with enough in them to be worth the hand-over.
+    if (child.entries >= kWorthHandingOver && shared_.hungry()) {
+      shared_.give(
+          Task{fd, pathOf(item), level, tag, s.st_dev, s.st_ino, std::move(child.listing), true});
+      return;
+    }
+    ++held_;
     frames_.push_back(std::move(child));
     if (held_ > shared_.options.heldDirectories) releaseOne(frames_.size() - 1);
   }

@@ -111,19 +111,22 @@ Node nodeOf(const Table& table, size_t id, std::string path, std::string name, i
   Node node{std::move(name), std::move(path), table.bytes[id], {}};
   // Depth counts from 0 for the root's children: the root and maxDepth levels below it.
   if (depth + 1 >= maxDepth) return node;
-  for (size_t child : table.children[id]) {
-    const std::string& childName = table.records[child]->name;
-    node.children.push_back(nodeOf(table, child, childPath(node.path, childName), childName,
+  // Largest first; equal sizes keep the walk order, so one thread or two give one tree. Only
+  // the children that stay are built; the rest are one sum.
+  std::vector<size_t> order = table.children[id];
+  std::stable_sort(order.begin(), order.end(),
+                   [&](size_t a, size_t b) { return table.bytes[a] > table.bytes[b]; });
+  size_t kept = std::min(order.size(), childLimit);
+  node.children.reserve(kept + 1);
+  for (size_t i = 0; i < kept; ++i) {
+    const std::string& childName = table.records[order[i]]->name;
+    node.children.push_back(nodeOf(table, order[i], childPath(node.path, childName), childName,
                                    depth + 1, maxDepth, childLimit));
   }
-  // Largest first; equal sizes keep the walk order, so one thread or two give one tree.
-  std::stable_sort(node.children.begin(), node.children.end(),
-                   [](const Node& a, const Node& b) { return a.bytes > b.bytes; });
-  if (node.children.size() > childLimit) {
+  if (order.size() > kept) {
     Node other{"Other", node.path + "/.other", 0, {}};
-    for (size_t i = childLimit; i < node.children.size(); ++i)
-      other.bytes += node.children[i].bytes;
-    node.children.resize(childLimit);
+    for (size_t i = kept; i < order.size(); ++i)
+      other.bytes += table.bytes[order[i]];
     node.children.push_back(std::move(other));
   }
   return node;

@@ -56,3 +56,16 @@ time_both() {
   ref_us=$(echo "$ref_times" | median)
   our_us=$(echo "$our_times" | median)
 }
+
+# Like time_both for any number of commands, each a function name: every one runs once to warm
+# the cache, then all of them in turn, RUNS times. Sets median_us[name] for each.
+declare -A median_us
+time_all() {
+  local f
+  declare -A times
+  for f in "$@"; do "$f" >/dev/null 2>&1; done
+  for _ in $(seq "$runs"); do
+    for f in "$@"; do times[$f]+=" $(elapsed_us "$f")"; done
+  done
+  for f in "$@"; do median_us[$f]=$(echo "${times[$f]}" | median); done
+}

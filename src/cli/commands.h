@@ -15,5 +15,6 @@ Runner addClear(CLI::App& app);
 Runner addHistory(CLI::App& app);
 Runner addPutBack(CLI::App& app);
 Runner addDuplicates(CLI::App& app);
+Runner addSpaceMap(CLI::App& app);
 
 }  // namespace dw::cli

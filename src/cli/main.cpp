@@ -21,6 +21,7 @@ int main(int argc, char** argv) {
   runners["put-back"] = dw::cli::addPutBack(app);
   runners["measure"] = dw::cli::addMeasure(app);
   runners["duplicates"] = dw::cli::addDuplicates(app);
+  runners["space-map"] = dw::cli::addSpaceMap(app);
 
   try {
     app.parse(argc, argv);

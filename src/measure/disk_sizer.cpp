@@ -8,6 +8,7 @@
 
 #include "base/paths.h"
 #include "measure/project_folders.h"
+#include "measure/tree_walker.h"
 #include "platform/package.h"
 
 namespace dw::DiskSizer {
@@ -19,7 +20,7 @@ size_t InodeKeyHash::operator()(const InodeKey& key) const noexcept {
 
 namespace {
 
-// Closes the walk on every way out, cancellation included.
+// Closes the listing walk on every way out, cancellation included.
 struct FtsCloser {
   FTS* fts;
   ~FtsCloser() {
@@ -27,53 +28,99 @@ struct FtsCloser {
   }
 };
 
-constexpr std::int64_t allocated(const struct stat* s) {
-  return static_cast<std::int64_t>(s->st_blocks) * 512;
-}
-
-// Keeps the largest regular files a walk passes, by the rules of listLargeFiles(root, 1, depth).
-class LargestKeeper {
+// The totals of one thread of a measuring walk.
+class SizeVisitor : public TreeWalker::Visitor {
  public:
-  LargestKeeper(size_t count, int maxDepth) : count_(count), maxDepth_(maxDepth) {}
+  explicit SizeVisitor(TreeWalker::LinkSet& links) : links_(links) {}
 
-  // Called for every pre-order folder visit; fts_number marks a folder listLargeFiles would not
-  // enter, and everything below it.
-  void folder(FTSENT* e, dev_t rootDevice) {
-    if (e->fts_level == FTS_ROOTLEVEL) {
-      e->fts_number = 0;
-      return;
-    }
-    std::string_view name(e->fts_name, e->fts_namelen);
-    e->fts_number = e->fts_parent->fts_number || e->fts_level > maxDepth_ ||
-                    isProjectFolderName(name) || platform::isPackage(e->fts_path);
-    // The measuring walk stays on its volume; the listing does not, so another volume mounted
-    // here is listed on its own.
-    if (!e->fts_number && e->fts_statp->st_dev != rootDevice) {
-      mounts_.emplace_back(e->fts_path, e->fts_pathlen);
-      mountLevels_.push_back(e->fts_level);
-    }
+  bool directory(const TreeWalker::Item& item, std::uint64_t&) override {
+    // Each folder once, on its way in; one where another volume is mounted counts its own
+    // entry and nothing inside it.
+    total += TreeWalker::allocated(*item.stat);
+    return true;
   }
 
-  void file(const FTSENT* e) {
-    const struct stat* s = e->fts_statp;
-    // The listing never reports its starting point itself, only what is below it.
-    if (e->fts_level == FTS_ROOTLEVEL || s->st_size < 1 || e->fts_parent->fts_number) return;
-    offer({std::string(e->fts_path, e->fts_pathlen), static_cast<std::int64_t>(s->st_size),
-           TimePoint(std::chrono::seconds(s->st_mtim.tv_sec))});
+  void entry(const TreeWalker::Item& item) override {
+    const struct stat& s = *item.stat;
+    if (item.kind == TreeWalker::Kind::symlink) {
+      total += TreeWalker::allocated(s);  // the link itself; its target is never measured
+      return;
+    }
+    // Counted once: every link of a file is the same blocks. A file with one link never
+    // touches the shared set.
+    if (s.st_nlink >= 2 && !links_.first(s.st_dev, s.st_ino)) return;
+    // Devices, sockets and pipes count as files do: their blocks and their dates.
+    total += TreeWalker::allocated(s);
+    anyFile = true;
+    newest = std::max<std::int64_t>(newest, s.st_mtim.tv_sec);
+  }
+
+  void add(const SizeVisitor& other) {
+    total += other.total;
+    anyFile = anyFile || other.anyFile;
+    newest = std::max(newest, other.newest);
+  }
+
+  SizeReading reading() const {
+    SizeReading r{total, std::nullopt};
+    if (anyFile) r.newest = TimePoint(std::chrono::seconds(newest));
+    return r;
+  }
+
+  std::int64_t total = 0;
+  std::int64_t newest = 0;
+  bool anyFile = false;
+
+ private:
+  TreeWalker::LinkSet& links_;
+};
+
+// A measuring walk that also keeps the largest regular files listLargeFiles(root, 1, depth)
+// would list. It runs on one thread, so that ties keep the walk order.
+class LargestVisitor final : public SizeVisitor {
+ public:
+  LargestVisitor(TreeWalker::LinkSet& links, size_t count, int maxDepth)
+      : SizeVisitor(links), count_(count), maxDepth_(maxDepth) {}
+
+  // The tag marks a folder listLargeFiles would not enter, and everything below it.
+  bool directory(const TreeWalker::Item& item, std::uint64_t& tag) override {
+    if (item.level > 0) {
+      tag = item.parentTag || item.level > maxDepth_ || isProjectFolderName(item.name) ||
+            platform::isPackage(item.path());
+      // The measuring walk stays on its volume; the listing does not, so another volume
+      // mounted here is listed on its own.
+      if (!tag && item.otherVolume) mounts_.emplace_back(item.path(), item.level);
+    }
+    return SizeVisitor::directory(item, tag);
+  }
+
+  void entry(const TreeWalker::Item& item) override {
+    const struct stat& s = *item.stat;
+    // Every link of a file is listed, as listLargeFiles lists them; only regular files, and
+    // never the starting point itself.
+    if (item.kind == TreeWalker::Kind::file && item.level > 0 && s.st_size >= 1 &&
+        !item.parentTag && wouldKeep(s.st_size)) {
+      offer({item.path(), static_cast<std::int64_t>(s.st_size),
+             TimePoint(std::chrono::seconds(s.st_mtim.tv_sec))});
+    }
+    SizeVisitor::entry(item);
   }
 
   std::vector<LargeFile> finish(const std::stop_token& stop) {
-    for (size_t i = 0; i < mounts_.size(); ++i) {
-      for (LargeFile& f : listLargeFiles(mounts_[i], 1, maxDepth_ - mountLevels_[i], stop))
+    for (const auto& [path, level] : mounts_) {
+      for (LargeFile& f : listLargeFiles(path, 1, maxDepth_ - level, stop))
         offer(std::move(f));
     }
     return std::move(largest_);
   }
 
  private:
+  bool wouldKeep(std::int64_t bytes) const {
+    return count_ > 0 && (largest_.size() < count_ || largest_.back().bytes < bytes);
+  }
+
   void offer(LargeFile f) {
-    if (count_ == 0) return;
-    if (largest_.size() == count_ && largest_.back().bytes >= f.bytes) return;
+    if (!wouldKeep(f.bytes)) return;
     // After every equal one, so that ties keep the walk order.
     auto at =
         std::upper_bound(largest_.begin(), largest_.end(), f.bytes,
@@ -85,72 +132,28 @@ class LargestKeeper {
   size_t count_;
   int maxDepth_;
   std::vector<LargeFile> largest_;
-  std::vector<std::string> mounts_;
-  std::vector<int> mountLevels_;
+  std::vector<std::pair<std::string, int>> mounts_;
 };
-
-Walk walk(const std::string& path, const std::stop_token& stop, LargestKeeper* keeper) {
-  char* roots[] = {const_cast<char*>(path.c_str()), nullptr};
-  // Physical (links not followed), no chdir, and never onto another mounted volume.
-  FTS* fts = fts_open(roots, FTS_PHYSICAL | FTS_NOCHDIR | FTS_XDEV, nullptr);
-  if (!fts) return {};
-  FtsCloser closer{fts};
-
-  std::int64_t total = 0;
-  std::unordered_set<InodeKey, InodeKeyHash> seen;
-  std::int64_t newest = 0;
-  bool anyFile = false;
-  std::uint64_t counter = 1;
-  dev_t rootDevice = 0;
-
-  while (FTSENT* e = fts_read(fts)) {
-    if (counter % 1000 == 0 && stop.stop_requested()) throw Cancelled{};
-    ++counter;
-    switch (e->fts_info) {
-      case FTS_D:  // pre-order only; the post-order FTS_DP visit adds nothing
-        if (e->fts_level == FTS_ROOTLEVEL) rootDevice = e->fts_statp->st_dev;
-        if (keeper) keeper->folder(e, rootDevice);
-        total += allocated(e->fts_statp);
-        break;
-      case FTS_SL:
-      case FTS_SLNONE:
-        total += allocated(e->fts_statp);
-        break;
-      case FTS_F:
-      case FTS_DEFAULT: {
-        const struct stat* s = e->fts_statp;
-        // Every link of a file is listed, as listLargeFiles lists them; only regular files.
-        if (keeper && e->fts_info == FTS_F) keeper->file(e);
-        if (s->st_nlink >= 2) {
-          // Counted once: every link is the same blocks.
-          InodeKey key{static_cast<std::int32_t>(s->st_dev), static_cast<std::uint64_t>(s->st_ino)};
-          if (!seen.insert(key).second) break;
-        }
-        // Devices, sockets and pipes count as files do: their blocks and their dates.
-        total += allocated(s);
-        anyFile = true;
-        newest = std::max<std::int64_t>(newest, s->st_mtim.tv_sec);
-        break;
-      }
-      default:  // unreadable folders, errors, cycles, entries without stat: nothing
-        break;
-    }
-  }
-  Walk result{{total, std::nullopt}, {}};
-  if (anyFile) result.reading.newest = TimePoint(std::chrono::seconds(newest));
-  if (keeper) result.largest = keeper->finish(stop);
-  return result;
-}
 
 }  // namespace
 
 SizeReading measure(const std::string& path, std::stop_token stop) {
-  return walk(path, stop, nullptr).reading;
+  TreeWalker::LinkSet links;
+  SizeVisitor first(links), second(links);
+  TreeWalker::walk(path, {&first, &second}, TreeWalker::Options{}, stop);
+  first.add(second);
+  return first.reading();
 }
 
 Walk measureWithLargest(const std::string& path, size_t count, int maxDepth, std::stop_token stop) {
-  LargestKeeper keeper(count, maxDepth);
-  return walk(path, stop, &keeper);
+  TreeWalker::LinkSet links;
+  LargestVisitor visitor(links, count, maxDepth);
+  TreeWalker::Options options;
+  options.threads = 1;
+  TreeWalker::walk(path, {&visitor}, options, stop);
+  Walk result{visitor.reading(), {}};
+  result.largest = visitor.finish(stop);
+  return result;
 }
 
 std::vector<LargeFile> listLargeFiles(const std::string& folder, std::int64_t minimumBytes,

@@ -67,6 +67,7 @@ ScanModel::~ScanModel() {
   if (scanTask_) scanTask_->cancel();
   if (clearTask_) clearTask_->cancel();
   if (duplicateTask_) duplicateTask_->cancel();
+  if (spaceTask_) spaceTask_->cancel();
 }
 
 void ScanModel::addObserver(Observer observer) {

@@ -195,6 +195,20 @@ class ScanModel {
   // Moves the selected copies to the Trash; the kept copy of a group never moves.
   void clearDuplicates();
 
+  // The space map (scan_model_space.cpp). buildSpaceMap maps the home folder on a task of its
+  // own; a second call replaces a build still running. Navigation: spacePath lists the paths of
+  // the nodes stepped into, from the root's child down; spaceSelected is the selected cell.
+  void buildSpaceMap();
+  void cancelSpaceMap();
+  bool isSpaceMapRunning() const { return spaceTask_ != nullptr; }
+  // The node whose children the page shows: the last one stepped into, else the root.
+  const SpaceMap::Node* spaceCurrent() const;
+  void selectSpaceNode(const std::optional<std::string>& path);
+  // Steps into a child of the current node that has children of its own; false otherwise.
+  bool enterSpaceNode(const std::string& path);
+  // Back to the level given (0 is the root).
+  void leaveSpaceNodes(size_t level);
+
   // Chrome launched or quit (or any other app, which changes nothing).
   void applicationEvent(const std::string& bundleID, bool launched);
 
@@ -265,6 +279,12 @@ class ScanModel {
   std::shared_ptr<TaskHandle> clearTask_;
   std::shared_ptr<TaskHandle> scanTask_;
   std::shared_ptr<TaskHandle> duplicateTask_;
+
+  // The space map.
+  void finishSpaceMap(SpaceMap::Node root, double seconds, std::uint64_t build);
+  void endSpaceMapWithError(std::uint64_t build);
+  std::shared_ptr<TaskHandle> spaceTask_;
+  std::uint64_t spaceBuild_ = 0;
   std::uint64_t scanGeneration_ = 0;
   // The duplicate flow: raised at every search, so that only the newest one publishes; and the
   // folders the shown groups came from, which a clear of copies re-checks against.

@@ -64,12 +64,14 @@ std::vector<std::string> processNames(const std::string& pidFolder) {
   return names;
 }
 
-// The bundle identifiers of the known applications that have a process right now.
-std::set<std::string> runningKnownApps() {
+// The bundle identifiers of the known applications that have a process right now. A poller
+// being stopped leaves off at once: its answer is not wanted any more.
+std::set<std::string> runningKnownApps(const std::stop_token& stop = {}) {
   std::set<std::string> running;
   DIR* proc = ::opendir("/proc");
   if (!proc) return running;
   while (dirent* entry = ::readdir(proc)) {
+    if (stop.stop_requested()) break;
     std::string_view name = entry->d_name;
     if (name.empty() || name.find_first_not_of("0123456789") != std::string_view::npos) continue;
     for (const std::string& processName : processNames("/proc/" + std::string(name))) {
@@ -126,7 +128,7 @@ class ProcWorkspace final : public Workspace {
   }
 
   void poll(std::stop_token stop) {
-    std::set<std::string> before = runningKnownApps();
+    std::set<std::string> before = runningKnownApps(stop);
     while (true) {
       {
         std::unique_lock lock(mutex_);
@@ -134,7 +136,8 @@ class ProcWorkspace final : public Workspace {
         wake_.wait_for(lock, stop, kPollInterval, [] { return false; });
       }
       if (stop.stop_requested()) return;
-      std::set<std::string> now = runningKnownApps();
+      std::set<std::string> now = runningKnownApps(stop);
+      if (stop.stop_requested()) return;
       AppEventHandler handler;
       {
         std::lock_guard lock(mutex_);

@@ -1,0 +1,222 @@
+#include "scanners/spacemap/space_map.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "base/core.h"
+#include "scanners/spacemap/space_map_labels.h"
+#include "support/command.h"
+#include "support/temp_dir.h"
+
+namespace dw {
+namespace {
+
+using SpaceMap::Node;
+using test::TempDir;
+using test::writeSized;
+
+std::int64_t blocksOf(const std::string& path) {
+  struct stat s {};
+  EXPECT_EQ(::lstat(path.c_str(), &s), 0) << path;
+  return static_cast<std::int64_t>(s.st_blocks) * 512;
+}
+
+// The same pruned walk, done by find: every entry down to three levels, links of a file once.
+std::int64_t prunedFind(const std::string& root) {
+  std::string out =
+      test::runCommand({"find", root, "-xdev", "-maxdepth", "3", "-printf", "%b %n %i %y\n"}).out;
+  std::int64_t total = 0;
+  std::set<std::string> seen;
+  std::istringstream lines(out);
+  std::int64_t blocks;
+  int links;
+  std::string inode, type;
+  while (lines >> blocks >> links >> inode >> type) {
+    if (type != "d" && links > 1 && !seen.insert(inode).second) continue;
+    total += blocks * 512;
+  }
+  return total;
+}
+
+const Node* child(const Node& node, const std::string& name) {
+  for (const Node& c : node.children)
+    if (c.name == name) return &c;
+  return nullptr;
+}
+
+TEST(SpaceMap, TwentyFoldersFoldIntoSixteenAndOther) {
+  TempDir t;
+  const std::string home = t / "me";
+  for (int i = 1; i <= 20; ++i)
+    writeSized(home + "/folder" + std::to_string(i) + "/data", i * 40960);
+  Node root = SpaceMap::build(home);
+  EXPECT_EQ(root.name, "me");
+  EXPECT_EQ(root.path, home);
+  EXPECT_EQ(root.bytes, prunedFind(home));
+  ASSERT_EQ(root.children.size(), 17u);
+  for (size_t i = 0; i < 16; ++i) {
+    EXPECT_EQ(root.children[i].name, "folder" + std::to_string(20 - i));
+    EXPECT_EQ(root.children[i].path, home + "/folder" + std::to_string(20 - i));
+  }
+  const Node& other = root.children[16];
+  EXPECT_EQ(other.name, "Other");
+  EXPECT_EQ(other.path, home + "/.other");
+  EXPECT_TRUE(other.children.empty());
+  std::int64_t smallest = 0;
+  for (int i = 1; i <= 4; ++i)
+    smallest += SpaceMap::build(home + "/folder" + std::to_string(i)).bytes;
+  EXPECT_EQ(other.bytes, smallest);
+  // Each folder holds its file: the tree goes on below the top level.
+  ASSERT_EQ(root.children[0].children.size(), 1u);
+  EXPECT_EQ(root.children[0].children[0].path, home + "/folder20/data");
+}
+
+TEST(SpaceMap, ThreeLevelsCountedAndNothingBelow) {
+  TempDir t;
+  const std::string home = t / "me";
+  writeSized(home + "/a/b/c/deep", 1 << 20);  // four levels down: counts nothing
+  writeSized(home + "/a/b/shallow", 8192);    // three levels down: counts
+  writeSized(home + "/a/b/twin-source", 65536);
+  ASSERT_EQ(::link((home + "/a/b/twin-source").c_str(), (home + "/a/twin").c_str()), 0);
+  ASSERT_EQ(::link((home + "/a/b/twin-source").c_str(), (home + "/top-twin").c_str()), 0);
+  test::makeDirs(home + "/hollow/x");  // entries of 0 bytes; still nodes
+  test::writeFile(home + "/hollow/empty-file", "");
+  ASSERT_EQ(::symlink("/nowhere", (home + "/a/dangling").c_str()), 0);
+
+  Node root = SpaceMap::build(home);
+  EXPECT_EQ(root.bytes, prunedFind(home));
+  const Node* a = child(root, "a");
+  ASSERT_TRUE(a);
+  const Node* b = child(*a, "b");
+  ASSERT_TRUE(b);
+  const Node* c = child(*b, "c");
+  ASSERT_TRUE(c);
+  // The third level counts only its own directory entry, and shows no children.
+  EXPECT_EQ(c->bytes, blocksOf(home + "/a/b/c"));
+  EXPECT_TRUE(c->children.empty());
+  // The hard-linked file counts once, under the name the walk met first: one of the three.
+  int twins = (child(*b, "twin-source") != nullptr) + (child(*a, "twin") != nullptr) +
+              (child(root, "top-twin") != nullptr);
+  EXPECT_EQ(twins, 1);
+  const Node* hollow = child(root, "hollow");
+  ASSERT_TRUE(hollow);
+  EXPECT_EQ(hollow->bytes, blocksOf(home + "/hollow") + blocksOf(home + "/hollow/x"));
+  EXPECT_TRUE(child(*hollow, "x"));
+  EXPECT_FALSE(child(*hollow, "empty-file")) << "a file of 0 bytes is no node";
+  // Sizes add up: every node is its own entry plus its children.
+  std::function<void(const Node&)> check = [&](const Node& n) {
+    std::int64_t sum = 0;
+    for (const Node& k : n.children) {
+      EXPECT_GE(k.bytes, 0);
+      sum += k.bytes;
+      check(k);
+    }
+    if (!n.children.empty()) EXPECT_EQ(n.bytes - sum, blocksOf(n.path)) << n.path;
+  };
+  check(root);
+
+  // The same tree from one thread and from two, and from a root that cannot be opened.
+  EXPECT_EQ(SpaceMap::build(home, 3, 16, {}, 1), root);
+  Node none = SpaceMap::build(t / "missing");
+  EXPECT_EQ(none, (Node{"missing", t / "missing", 0, {}}));
+}
+
+TEST(SpaceMap, OneOrTwoThreadsGiveOneTreeAndCancellationStopsIt) {
+  TempDir t;
+  const std::string home = t / "me";
+  for (int i = 0; i < 6000; ++i) {
+    std::string dir = home + "/d" + std::to_string(i % 7) + "/e" + std::to_string(i % 23);
+    test::writeFile(dir + "/f" + std::to_string(i),
+                    std::string(static_cast<size_t>(i % 5000), 'z'));
+  }
+  writeSized(home + "/d1/e1/linked", 40960);
+  for (int i = 2; i < 7; ++i)
+    ASSERT_EQ(::link((home + "/d1/e1/linked").c_str(),
+                     (home + "/d" + std::to_string(i) + "/e3/linked").c_str()),
+              0);
+  Node one = SpaceMap::build(home, 3, 16, {}, 1);
+  EXPECT_EQ(one.bytes, prunedFind(home));
+  for (int round = 0; round < 4; ++round)
+    EXPECT_EQ(SpaceMap::build(home, 3, 16, {}, 2), one) << "round " << round;
+
+  std::stop_source source;
+  source.request_stop();
+  EXPECT_THROW(SpaceMap::build(home, 3, 16, source.get_token()), Cancelled);
+}
+
+TEST(SpaceMap, RowLayout) {
+  Node parent{"p", "/p", 0, {}};
+  parent.children = {
+      {"big", "/p/big", 999'000, {}}, {"tiny", "/p/tiny", 1'000, {}}, {"none", "/p/none", 0, {}}};
+  std::vector<SpaceMap::Cell> row = SpaceMap::layoutRow(parent, 600);
+  ASSERT_EQ(row.size(), 2u) << "a child of 0 bytes gets no cell";
+  EXPECT_EQ(row[0].node, &parent.children[0]);
+  EXPECT_DOUBLE_EQ(row[0].width, 600 * 0.999);
+  EXPECT_DOUBLE_EQ(row[1].width, 36) << "one thousandth still gets the minimum";
+  EXPECT_DOUBLE_EQ(row[1].x, 600 * 0.999 + 3);  // not scaled back: wider than the area
+
+  Node single{"s", "/s", 5, {{"only", "/s/only", 5, {}}}};
+  row = SpaceMap::layoutRow(single, 420);
+  ASSERT_EQ(row.size(), 1u);
+  EXPECT_DOUBLE_EQ(row[0].x, 0);
+  EXPECT_DOUBLE_EQ(row[0].width, 420);
+  EXPECT_TRUE(SpaceMap::layoutRow(Node{"e", "/e", 0, {{"z", "/e/z", 0, {}}}}, 100).empty());
+}
+
+TEST(SpaceMapLabels, TheTableItsOrderAndTheFallbacks) {
+  const std::string home = "/Users/me";
+  auto title = [&](const std::string& relative) {
+    return SpaceMapLabels::advice(home + relative, home).title;
+  };
+  SpaceMapLabels::Advice caches = SpaceMapLabels::advice(home + "/Library/Caches/com.x.y", home);
+  EXPECT_EQ(caches, (SpaceMapLabels::Advice{"Caches", "Unused caches can be reviewed.", "review"}));
+  EXPECT_EQ(title("/Library/Developer/Xcode/DerivedData/App-abc"), "Xcode build data");
+  EXPECT_EQ(SpaceMapLabels::advice(home + "/Library/Developer/Xcode/DerivedData", home).detail,
+            "Xcode recreates this. Dustwhale does not remove project builds.");
+  SpaceMapLabels::Advice archives =
+      SpaceMapLabels::advice(home + "/Library/Developer/Xcode/Archives", home);
+  EXPECT_EQ(archives, (SpaceMapLabels::Advice{
+                          "Developer files",
+                          "Tools such as Xcode keep build data here. Dustwhale does not remove "
+                          "project builds.",
+                          std::nullopt}));
+  EXPECT_EQ(title("/Library/Developer/CoreSimulator/Devices"), "Xcode simulators");
+  EXPECT_EQ(title("/Pictures/Photos Library.photoslibrary/originals"), "Photos library");
+  EXPECT_EQ(title("/Pictures/Photos Library.photoslibrary-old"), "Photos library");
+  EXPECT_EQ(title("/Pictures/Other.photoslibrary"), "Pictures");
+  EXPECT_EQ(title("/Backup/Other.photoslibrary"), "Photos library");
+  EXPECT_EQ(
+      SpaceMapLabels::advice(home + "/Library", home),
+      (SpaceMapLabels::Advice{"Library", "App data and settings. Mostly managed by apps and macOS.",
+                              std::nullopt}));
+  SpaceMapLabels::Advice unknown = SpaceMapLabels::advice(home + "/Library/Preferences", home);
+  EXPECT_EQ(unknown, (SpaceMapLabels::Advice{
+                         "Not identified",
+                         "Dustwhale does not remove this. Reveal in Finder to look yourself.",
+                         std::nullopt}));
+  EXPECT_EQ(SpaceMapLabels::advice(home, home), unknown);
+  EXPECT_EQ(SpaceMapLabels::advice(home + "/.other", home), unknown);
+  EXPECT_EQ(title("/Library/Caches/.other"), "Caches");
+  EXPECT_EQ(
+      SpaceMapLabels::advice(home + "/Documents/report.pdf", home),
+      (SpaceMapLabels::Advice{"Documents", "Your documents. Dustwhale never moves anything here.",
+                              std::nullopt}));
+  EXPECT_EQ(SpaceMapLabels::advice(home + "/Library/Application Support/Old", home).linkedPage,
+            "leftovers");
+  EXPECT_EQ(title("/Downloads"), "Downloads");
+  EXPECT_EQ(title("/Movies/clip.mov"), "Movies");
+  EXPECT_EQ(title("/Music"), "Music");
+  EXPECT_EQ(title("/Desktop/x"), "Desktop");
+  EXPECT_EQ(title("/Library/Mail/V10"), "Mail downloads");
+  EXPECT_EQ(title("/Library/Containers/com.a.b"), "App containers");
+  EXPECT_EQ(title("/Downloadsextra"), "Not identified") << "a row matches a whole name only";
+  // A plain prefix: a sibling whose name begins like the home's is made "relative" too.
+  EXPECT_EQ(SpaceMapLabels::advice("/Users/meg/Movies", home).title, "Not identified");
+  EXPECT_EQ(SpaceMapLabels::advice("/Users/me2/Movies", "/Users/me2").title, "Movies");
+}
+
+}  // namespace
+}  // namespace dw

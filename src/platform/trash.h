@@ -10,6 +10,9 @@ namespace dw::platform {
 struct TrashMove {
   std::string trashPath;  // where the item now is, on success
   std::string error;      // why it stayed, otherwise ("This volume has no Trash")
+  // It stayed for lack of rights: the system refused the rename (EACCES, EPERM), or the user
+  // may not write the folder that holds it. Someone with more rights could move it.
+  bool permissionDenied = false;
   bool ok() const { return error.empty(); }
 };
 

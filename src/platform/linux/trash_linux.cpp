@@ -299,10 +299,37 @@ TrashMove failed(int error) {
   return TrashMove{{}, systemText(error)};
 }
 
+bool isRightsError(int error) {
+  return error == EACCES || error == EPERM;
+}
+
+// The item could not move because of who the user is, not because of the Trash.
+TrashMove refused(int error) {
+  return TrashMove{{}, systemText(error), true};
+}
+
+// Moving needs write access to the folder that holds the item and, for a folder, to the folder
+// itself (its ".." changes). Asked up front so that lack of rights is told apart from any
+// trouble with the Trash.
+int rightsToMove(const std::string& folder, const std::string& source, bool isFolder) {
+  if (::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0 && isRightsError(errno))
+    return errno;
+  if (isFolder && ::faccessat(AT_FDCWD, source.c_str(), W_OK, AT_EACCESS) != 0 &&
+      isRightsError(errno))
+    return errno;
+  return 0;
+}
+
 struct Placed {
   std::string trashPath;
   int error = 0;
+  bool atRename = false;  // the error came from moving the item itself
 };
+
+TrashMove failedPlacing(const Placed& placed) {
+  return placed.atRename && isRightsError(placed.error) ? refused(placed.error)
+                                                        : failed(placed.error);
+}
 
 // Reserves a name in this Trash with its .trashinfo on disk first, then renames the item in.
 // Every way out leaves the item either where it was or in the Trash with its .trashinfo.
@@ -357,7 +384,7 @@ Placed moveInto(const Trash& trash, const std::string& source, std::string_view 
     } else if (moved.error == ENAMETOOLONG && limit > 16) {
       limit -= limit / 4;
     } else {
-      return {{}, moved.error};
+      return {{}, moved.error, true};
     }
   }
   return {{}, EEXIST};
@@ -397,6 +424,7 @@ TrashMove moveToTrash(const std::string& path) {
   const std::string source = paths::join(folder, name);
   struct stat parent {};
   if (::stat(folder.c_str(), &parent) != 0) return failed(errno);
+  if (int e = rightsToMove(folder, source, isFolder)) return refused(e);
 
   const std::string homeRoot = homeTrashRoot(currentHome());
   if (deviceOf(homeRoot) == parent.st_dev) {
@@ -404,7 +432,7 @@ TrashMove moveToTrash(const std::string& path) {
     Placed placed = moveInto(Trash{homeRoot, {}}, source, name, isFolder, absolute);
     if (placed.error == 0) return TrashMove{placed.trashPath, {}};
     // The same device can still be another mount (a bind mount), whose own Trash may take it.
-    if (placed.error != EXDEV) return failed(placed.error);
+    if (placed.error != EXDEV) return failedPlacing(placed);
   }
 
   const std::string topdir = mountPointOf(folder, parent.st_dev);
@@ -412,7 +440,7 @@ TrashMove moveToTrash(const std::string& path) {
   if (!trash) return TrashMove{{}, std::string(kNoTrash)};
   std::string relative = source.substr(topdir == "/" ? 1 : topdir.size() + 1);
   Placed placed = moveInto(*trash, source, name, isFolder, relative);
-  if (placed.error != 0) return failed(placed.error);
+  if (placed.error != 0) return failedPlacing(placed);
   return TrashMove{placed.trashPath, {}};
 }
 

@@ -7,6 +7,8 @@
 
 #include <unistd.h>
 
+#include <cerrno>
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,6 +28,18 @@ std::string describe(NSError* error) {
   return std::string(text.UTF8String ?: "The item could not be moved.");
 }
 
+// The system refused for lack of rights: the Finder would ask for an administrator here.
+bool isRightsError(NSError* error) {
+  if (error == nil) return false;
+  if ([error.domain isEqualToString:NSCocoaErrorDomain] &&
+      (error.code == NSFileWriteNoPermissionError || error.code == NSFileReadNoPermissionError))
+    return true;
+  NSError* underlying = error.userInfo[NSUnderlyingErrorKey];
+  NSError* posix = [error.domain isEqualToString:NSPOSIXErrorDomain] ? error : underlying;
+  return posix != nil && [posix.domain isEqualToString:NSPOSIXErrorDomain] &&
+         (posix.code == EACCES || posix.code == EPERM);
+}
+
 }  // namespace
 
 TrashMove moveToTrash(const std::string& path) {
@@ -35,7 +49,7 @@ TrashMove moveToTrash(const std::string& path) {
     BOOL moved = [[NSFileManager defaultManager] trashItemAtURL:fileURL(path)
                                                resultingItemURL:&resulting
                                                           error:&error];
-    if (!moved || resulting == nil) return TrashMove{{}, describe(error)};
+    if (!moved || resulting == nil) return TrashMove{{}, describe(error), isRightsError(error)};
     return TrashMove{resulting.path.fileSystemRepresentation, {}};
   }
 }

@@ -67,11 +67,12 @@ void clearPathItem(const CacheFinding& item, const Locations& places,
 }
 
 // A leftover: every path of the vanished app, each re-checked on its own.
-void clearLeftover(const CacheFinding& item, const Locations& places, std::stop_token stop,
-                   Outcome& outcome) {
+void clearLeftover(const CacheFinding& item, const Locations& places,
+                   const platform::Workspace& workspace, std::stop_token stop, Outcome& outcome) {
   std::string bundleID =
       item.id.substr(item.id.rfind(kLeftoverIdPrefix, 0) == 0 ? kLeftoverIdPrefix.size() : 0);
-  if (LeftoverScanner::isAccountedFor(bundleID, LeftoverScanner::installedBundleIDs(places))) {
+  if (LeftoverScanner::isAccountedFor(bundleID,
+                                      LeftoverScanner::installedBundleIDs(places, workspace))) {
     outcome.failures.push_back({item.name, std::string(kInstalledAgain)});
     return;
   }
@@ -108,6 +109,16 @@ void clearLeftover(const CacheFinding& item, const Locations& places, std::stop_
 
 }  // namespace
 
+std::optional<MoveFailure> moveOne(const MoveRequest& request, const Locations&, Outcome& outcome) {
+  platform::TrashMove move = platform::moveToTrash(request.path);
+  if (!move.ok()) return MoveFailure{move.error, move.permissionDenied};
+  std::int64_t total = addBytes(outcome.movedBytes, request.bytes);
+  outcome.entries.push_back(
+      entryFor(outcome, request.path, move.trashPath, request.bytes, request.kind, request.name));
+  outcome.movedBytes = total;
+  return std::nullopt;
+}
+
 Outcome clearFindings(const std::vector<CacheFinding>& items, const Locations& places,
                       const platform::Workspace& workspace, std::stop_token stop,
                       const std::function<void(const Progress&)>& onProgress) {
@@ -121,7 +132,7 @@ Outcome clearFindings(const std::vector<CacheFinding>& items, const Locations& p
     }
     const CacheFinding& item = items[static_cast<size_t>(i)];
     if (item.kind == CacheFinding::Kind::leftover) {
-      clearLeftover(item, places, stop, outcome);
+      clearLeftover(item, places, workspace, stop, outcome);
     } else {
       clearPathItem(item, places, workspace, outcome);
     }

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -35,6 +36,22 @@ struct Outcome {
   std::vector<std::string> notes;
   bool stopped = false;
 };
+
+struct MoveRequest {
+  std::string path;        // the item to move (never followed if a symlink)
+  std::int64_t bytes = 0;  // what the log records for it
+  std::string kind;        // "cache", "file", "leftover", "duplicate", "app", "app-data"
+  std::string name;        // the finding's display name
+};
+struct MoveFailure {
+  std::string reason;             // the system's text, e.g. "Permission denied"
+  bool permissionDenied = false;  // EACCES/EPERM, or a parent folder the user may not write
+};
+// Moves one item to the Trash under outcome.sessionID and records it. On success appends the
+// ClearedLog::Entry to outcome.entries, adds bytes to outcome.movedBytes and returns nullopt;
+// otherwise returns why the item stayed (outcome unchanged).
+std::optional<MoveFailure> moveOne(const MoveRequest& request, const Locations& places,
+                                   Outcome& outcome);
 
 struct Progress {
   int done = 0;

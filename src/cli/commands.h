@@ -14,5 +14,7 @@ Runner addScan(CLI::App& app);
 Runner addClear(CLI::App& app);
 Runner addHistory(CLI::App& app);
 Runner addPutBack(CLI::App& app);
+Runner addApps(CLI::App& app);
+Runner addUninstall(CLI::App& app);
 
 }  // namespace dw::cli

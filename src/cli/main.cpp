@@ -20,6 +20,8 @@ int main(int argc, char** argv) {
   runners["history"] = dw::cli::addHistory(app);
   runners["put-back"] = dw::cli::addPutBack(app);
   runners["measure"] = dw::cli::addMeasure(app);
+  runners["apps"] = dw::cli::addApps(app);
+  runners["uninstall"] = dw::cli::addUninstall(app);
 
   try {
     app.parse(argc, argv);

@@ -42,7 +42,16 @@ Runner addHistory(CLI::App& app) {
 
   return [options] {
     Locations places = options->places.locations();
-    std::vector<ClearedLog::Entry> entries = ClearedLog::load(places);  // newest first
+    recoverClearedLog(places);
+    ClearedLog::Reading reading = ClearedLog::read(places);
+    std::vector<ClearedLog::Entry> entries(reading.entries.rbegin(), reading.entries.rend());
+    // Said plainly; with --json on standard error, so that the output stays one value.
+    std::ostream& note = options->json ? std::cerr : std::cout;
+    if (reading.unreadable > 0) {
+      note << countNoun(reading.unreadable, "record") << " of Recently Cleared could not be read; "
+           << (reading.unreadable == 1 ? "it is" : "they are") << " kept in the log unchanged.\n";
+    }
+    if (!reading.problem.empty()) note << reading.problem << '\n';
     if (options->json) {
       json::Array rows;
       for (const auto& e : entries)

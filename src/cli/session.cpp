@@ -9,6 +9,7 @@
 
 #include "base/paths.h"
 #include "cli/output.h"
+#include "trash/cleared_log.h"
 
 namespace dw::cli {
 
@@ -45,6 +46,15 @@ Locations PlaceOptions::locations() const {
     throw std::invalid_argument("unknown layout " + layout);
   if (home.empty() && (r == "/") && layout.empty()) return Locations::platformDefault(h);
   return Locations::macos(r, h);
+}
+
+void recoverClearedLog(const Locations& places) {
+  try {
+    ClearedLog::recover(places);
+  } catch (const std::exception& e) {
+    std::cerr << "dustwhale: Recently Cleared could not be brought up to date: " << e.what()
+              << '\n';
+  }
 }
 
 InterruptWatcher::InterruptWatcher() {

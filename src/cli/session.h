@@ -72,6 +72,10 @@ class Session {
   std::atomic<bool> quitOnInterrupt_{false};
 };
 
+// Finishes the bookkeeping of an interrupted clear or Put Back before a command reads the log
+// (the model does the same when it is made); a failure is reported on standard error.
+void recoverClearedLog(const Locations& places);
+
 bool stderrIsTerminal();
 bool stdinIsTerminal();
 

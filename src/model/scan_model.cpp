@@ -47,6 +47,12 @@ ScanModel::ScanModel(Dispatcher& dispatcher, Locations places, platform::Workspa
       workspace_(workspace),
       defaults_(defaults),
       alive_(std::make_shared<ScanModel*>(this)) {
+  // What an interrupted clear or Put Back left unrecorded is finished before the log is read.
+  try {
+    ClearedLog::recover(places_);
+  } catch (const std::exception& e) {
+    message_ = std::string("Recently Cleared could not be brought up to date (") + e.what() + ").";
+  }
   // Events come on the workspace's thread; they reach the model only on its own.
   workspace_.setAppEventHandler(
       [this, post = poster()](const std::string& bundleID, bool launched) {

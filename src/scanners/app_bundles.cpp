@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "base/paths.h"
+#include "platform/own_ground.h"
 #include "scanners/folder_listing.h"
 
 namespace dw::scanners {
@@ -43,6 +44,7 @@ std::vector<std::string> listApplicationBundles(const Locations& places) {
     if (!entries) continue;
     for (const FolderEntry& e : *entries) {
       std::string path = paths::join(folder, e.name);
+      if (OwnGround::excludes(path, places)) continue;  // a Trash kept among the apps
       if (hasAppExtension(e.name)) {
         if (isFolderOrLinkToOne(path)) bundles.push_back(path);
         continue;
@@ -52,7 +54,7 @@ std::vector<std::string> listApplicationBundles(const Locations& places) {
       if (!inner) continue;
       for (const FolderEntry& x : *inner) {
         std::string bundle = paths::join(path, x.name);
-        if (isAppBundle(bundle)) bundles.push_back(bundle);
+        if (isAppBundle(bundle) && !OwnGround::excludes(bundle, places)) bundles.push_back(bundle);
       }
     }
   }

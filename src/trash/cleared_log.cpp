@@ -9,10 +9,10 @@
 #include <cctype>
 #include <cerrno>
 #include <cmath>
+#include <ctime>
 #include <filesystem>
-#include <fstream>
 #include <limits>
-#include <sstream>
+#include <map>
 #include <stdexcept>
 #include <system_error>
 
@@ -20,6 +20,9 @@
 #include "base/paths.h"
 #include "base/time.h"
 #include "platform/trash.h"
+#ifdef __linux__
+#include "platform/linux/syscalls.h"
+#endif
 
 namespace dw::ClearedLog {
 
@@ -142,7 +145,7 @@ std::system_error systemError(int error, const std::string& what) {
 }
 
 void checkIds(const std::vector<Entry>& entries) {
-  // A record that could not be read back would make the whole log unreadable.
+  // A record that could not be read back would be kept only as text.
   for (const Entry& e : entries) {
     if (!isUuid(e.id) || !isUuid(e.sessionID)) {
       throw std::invalid_argument("A cleared-log record needs UUIDs for id and sessionID: \"" +
@@ -151,20 +154,61 @@ void checkIds(const std::vector<Entry>& entries) {
   }
 }
 
+std::string folderOf(const Locations& places) {
+  return std::string(paths::parent(places.logFile));
+}
+
+std::string journalFile(const Locations& places) {
+  return paths::join(folderOf(places), "cleared.journal");
+}
+
 void makeFolder(const Locations& places) {
-  std::string folder(paths::parent(places.logFile));
+  std::string folder = folderOf(places);
   std::error_code ec;
   std::filesystem::create_directories(folder, ec);
   if (ec) throw std::system_error(ec, "Cannot create " + folder);
 }
 
-// Serialises read-modify-write cycles of processes sharing the log. The lock file stays: removing
-// it while another process waits on it would let a third one lock a different file.
+void syncFolder(const std::string& folder) {
+  if (int dir = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); dir >= 0) {
+    ::fsync(dir);
+    ::close(dir);
+  }
+}
+
+// The replacing of the log, behind the seam where tests can fail it or end the process there.
+int beforeReplacingLog([[maybe_unused]] const std::string& path) {
+#ifdef __linux__
+  return platform::sys::checkpoint(platform::sys::Step::replaceLog, path);
+#else
+  return 0;
+#endif
+}
+
+int appendRecord(int fd, const std::string& path, std::string_view bytes) {
+#ifdef __linux__
+  return platform::sys::appendRecord(fd, path, bytes);
+#else
+  while (!bytes.empty()) {
+    ssize_t n = ::write(fd, bytes.data(), bytes.size());
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      return -1;
+    }
+    bytes.remove_prefix(static_cast<size_t>(n));
+  }
+  return ::fsync(fd);
+#endif
+}
+
+// Serialises read-modify-write cycles of processes sharing the log, and every move with the
+// recovery of another process. The lock file stays: removing it while another process waits on
+// it would let a third one lock a different file.
 class LogLock {
  public:
   explicit LogLock(const std::string& logFile) {
     std::string path = logFile + ".lock";
-    fd_ = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    fd_ = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
     if (fd_ < 0) throw systemError(errno, "Cannot open " + path);
     while (::flock(fd_, LOCK_EX) != 0) {
       if (errno == EINTR) continue;
@@ -181,17 +225,196 @@ class LogLock {
   int fd_ = -1;
 };
 
-std::vector<Entry> readEntries(const std::string& logFile) {
-  std::ifstream in(logFile, std::ios::binary);
-  if (!in) return {};
-  std::stringstream text;
-  text << in.rdbuf();
-  return decode(text.str()).value_or(std::vector<Entry>{});
+bool readWhole(const std::string& path, std::string& text, bool& isFolder) {
+  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (fd < 0) return false;
+  struct stat s {};
+  if (::fstat(fd, &s) == 0 && S_ISDIR(s.st_mode)) {
+    isFolder = true;
+    ::close(fd);
+    return false;
+  }
+  char buffer[65536];
+  while (true) {
+    ssize_t n = ::read(fd, buffer, sizeof buffer);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) break;
+    text.append(buffer, static_cast<size_t>(n));
+  }
+  ::close(fd);
+  return true;
+}
+
+// One record of the log's array: an entry, or the text of one that could not be read.
+struct Record {
+  std::optional<Entry> entry;
+  std::string raw;
+};
+
+struct LogFile {
+  bool exists = false;
+  bool isFolder = false;
+  bool whole = true;  // an array whose every record can be written back as it is
+  std::string bytes;
+  std::vector<Record> records;
+  int unreadable = 0;
+};
+
+bool isSpace(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+
+// The top-level values of a JSON array, each as its own text, read as far as the text goes:
+// one bad record, or a file cut short, leaves the others readable.
+std::vector<std::string_view> splitArray(std::string_view text, bool& whole) {
+  std::vector<std::string_view> items;
+  size_t i = 0;
+  auto skip = [&] {
+    while (i < text.size() && isSpace(text[i]))
+      ++i;
+  };
+  skip();
+  if (i == text.size()) return items;  // an empty file: no records
+  if (text[i] != '[') {
+    whole = false;
+    return items;
+  }
+  ++i;
+  bool closed = false;
+  while (true) {
+    skip();
+    if (i >= text.size()) break;
+    if (text[i] == ']' && items.empty()) {
+      closed = true;
+      ++i;
+      break;
+    }
+    size_t start = i;
+    int depth = 0;
+    bool inString = false;
+    for (; i < text.size(); ++i) {
+      char c = text[i];
+      if (inString) {
+        if (c == '\\') {
+          ++i;
+        } else if (c == '"') {
+          inString = false;
+        }
+      } else if (c == '"') {
+        inString = true;
+      } else if (c == '[' || c == '{') {
+        ++depth;
+      } else if (c == ']' || c == '}') {
+        if (depth == 0) break;
+        --depth;
+      } else if (c == ',' && depth == 0) {
+        break;
+      }
+    }
+    size_t end = std::min(i, text.size());
+    while (end > start && isSpace(text[end - 1]))
+      --end;
+    items.push_back(text.substr(start, end - start));
+    if (i >= text.size()) break;
+    if (text[i] == ']') {
+      closed = true;
+      ++i;
+      break;
+    }
+    ++i;  // the comma
+  }
+  skip();
+  if (!closed || i != text.size()) whole = false;
+  return items;
+}
+
+LogFile readLog(const std::string& logFile) {
+  LogFile log;
+  log.exists = readWhole(logFile, log.bytes, log.isFolder);
+  if (!log.exists) return log;
+  for (std::string_view item : splitArray(log.bytes, log.whole)) {
+    Record record;
+    std::optional<json::Value> value = json::parse(item);
+    if (value) record.entry = fromJson(*value);
+    if (!record.entry) {
+      record.raw = std::string(item);
+      ++log.unreadable;
+      // A record that is JSON is written back as it is; a fragment that is not cannot be.
+      if (!value) log.whole = false;
+    }
+    log.records.push_back(std::move(record));
+  }
+  return log;
+}
+
+std::string entryText(const Entry& e) {
+  return json::write(toJson(e), json::WriteOptions{.escapeSlashes = true});
+}
+
+// The log's bytes for these records: entries as encode writes them, unreadable records as they
+// were. A fragment that is not JSON at all (a file cut short) cannot stay in an array; its bytes
+// live on in the damaged copy.
+std::string encodeRecords(const std::vector<Record>& records) {
+  std::string text = "[";
+  bool first = true;
+  for (const Record& r : records) {
+    std::string item = r.entry ? entryText(*r.entry) : r.raw;
+    if (!r.entry && !json::parse(r.raw)) continue;
+    if (!first) text += ',';
+    text += item;
+    first = false;
+  }
+  return text + "]";
+}
+
+std::string utcStamp() {
+  std::time_t now = std::time(nullptr);
+  std::tm parts{};
+  gmtime_r(&now, &parts);
+  char buffer[32];
+  size_t n = std::strftime(buffer, sizeof buffer, "%Y%m%dT%H%M%SZ", &parts);
+  return std::string(buffer, n);
+}
+
+void writeAll(int fd, std::string_view rest, int& error) {
+  while (!rest.empty() && error == 0) {
+    ssize_t n = ::write(fd, rest.data(), rest.size());
+    if (n < 0) {
+      if (errno != EINTR) error = errno;
+      continue;
+    }
+    rest.remove_prefix(static_cast<size_t>(n));
+  }
+}
+
+// Keeps the bytes of a log that did not read as a whole beside it, under a name never used
+// before, before anything replaces it. (A log whose unreadable records are JSON needs no copy:
+// they are written back byte for byte.)
+void keepDamaged(const std::string& logFile, const std::string& bytes) {
+  const std::string base = logFile + ".damaged-" + utcStamp();
+  for (int n = 1; n < 1000; ++n) {
+    std::string path = n == 1 ? base : base + "-" + std::to_string(n);
+    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (fd < 0 && errno == EEXIST) continue;
+    if (fd < 0) throw systemError(errno, "Cannot keep the damaged log as " + path);
+    int error = 0;
+    writeAll(fd, bytes, error);
+    if (error == 0 && ::fsync(fd) != 0) error = errno;
+    ::close(fd);
+    if (error != 0) throw systemError(error, "Cannot keep the damaged log as " + path);
+    syncFolder(std::string(paths::parent(logFile)));
+    return;
+  }
+  throw systemError(EEXIST, "Cannot keep the damaged log beside " + logFile);
 }
 
 // Writes a whole new log beside the old one and renames it over: a reader sees the old log or
-// the new one, never half of either.
-void writeAtomically(const std::string& logFile, const std::string& text) {
+// the new one, never half of either. A log that did not read as a whole is kept first.
+void writeLog(const std::string& logFile, const LogFile& old, const std::string& text) {
+  if (old.isFolder) {
+    throw systemError(EISDIR, "Cannot write " + logFile + ": a folder is in its place");
+  }
+  if (old.exists && !old.whole) keepDamaged(logFile, old.bytes);
   std::string folder(paths::parent(logFile));
   std::string pattern =
       paths::join(folder, "." + std::string(paths::lastComponent(logFile)) + ".XXXXXX");
@@ -202,26 +425,185 @@ void writeAtomically(const std::string& logFile, const std::string& text) {
   const std::string temporary = name.data();
 
   int error = 0;
-  std::string_view rest = text;
-  while (!rest.empty() && error == 0) {
-    ssize_t n = ::write(fd, rest.data(), rest.size());
-    if (n < 0) {
-      if (errno != EINTR) error = errno;
-      continue;
-    }
-    rest.remove_prefix(static_cast<size_t>(n));
-  }
+  writeAll(fd, text, error);
   if (error == 0 && ::fsync(fd) != 0) error = errno;
   if (::close(fd) != 0 && error == 0) error = errno;
+  if (error == 0) error = beforeReplacingLog(logFile);
   // Replacing cleared.json is intended: it is this program's own file, never a user's.
   if (error == 0 && ::rename(temporary.c_str(), logFile.c_str()) != 0) error = errno;
   if (error != 0) {
     ::unlink(temporary.c_str());  // the log's own half-written temporary file
     throw systemError(error, "Cannot write " + logFile);
   }
-  if (int dir = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); dir >= 0) {
-    ::fsync(dir);
-    ::close(dir);
+  syncFolder(folder);
+}
+
+// --- The journal -------------------------------------------------------------------------------
+
+struct JournalRecord {
+  std::string op;  // "move", "moved", "stayed", "putBack", "putBackDone", "putBackFailed"
+  std::string id;
+  std::optional<Entry> entry;  // for "move": the record it will be, trashPath the planned place
+  TimePoint at{};              // for "putBack"
+};
+
+std::vector<JournalRecord> readJournal(const std::string& path) {
+  std::string text;
+  bool isFolder = false;
+  std::vector<JournalRecord> records;
+  if (!readWhole(path, text, isFolder)) return records;
+  // A line cut short by a crash does not parse and is passed over; it was written last.
+  for (std::string_view line : paths::split(text, '\n')) {
+    std::optional<json::Value> v = json::parse(line);
+    if (!v || !v->isObject()) continue;
+    const std::string* op = stringMember(*v, "op");
+    const std::string* id = stringMember(*v, "id");
+    if (!op || !id) continue;
+    JournalRecord r{*op, upper(*id), std::nullopt, {}};
+    if (*op == "move") {
+      const json::Value* e = v->find("entry");
+      if (!e || !(r.entry = fromJson(*e))) continue;
+    } else if (*op == "putBack") {
+      std::optional<double> at = dateMember(*v, "at");
+      if (!at) continue;
+      r.at = timefmt::fromReferenceSeconds(*at);
+    }
+    records.push_back(std::move(r));
+  }
+  return records;
+}
+
+bool existsAt(const std::string& path) {
+  struct stat s {};
+  return ::lstat(path.c_str(), &s) == 0;
+}
+
+// What the journal says, once each unfinished step is settled from what the file system holds.
+struct Settled {
+  std::vector<Entry> moved;                  // in the order they were moved
+  std::map<std::string, TimePoint> putBack;  // id -> when
+};
+
+// With tidy, a .trashinfo of ours whose item never arrived or has gone back is dropped.
+Settled settle(const std::vector<JournalRecord>& journal, const std::vector<Entry>& known,
+               bool tidy) {
+  struct Move {
+    std::vector<Entry> tries;  // every name tried in the Trash
+    std::string result;
+  };
+  struct Return {
+    TimePoint at{};
+    std::string result;
+  };
+  std::vector<std::string> order;
+  std::map<std::string, Move> moves;
+  std::map<std::string, Return> returns;
+  for (const JournalRecord& r : journal) {
+    if (r.op == "move") {
+      if (!moves.count(r.id)) order.push_back(r.id);
+      moves[r.id].tries.push_back(*r.entry);
+    } else if (r.op == "moved" || r.op == "stayed") {
+      if (moves.count(r.id)) moves[r.id].result = r.op;
+    } else if (r.op == "putBack") {
+      returns[r.id] = {r.at, {}};
+    } else if ((r.op == "putBackDone" || r.op == "putBackFailed") && returns.count(r.id)) {
+      returns[r.id].result = r.op;
+    }
+  }
+
+  Settled out;
+  auto dropStale = [&](const Entry& e) {
+    if (tidy) platform::dropStaleRecord(e.trashPath, e.originalPath, e.date);
+  };
+  for (const std::string& id : order) {
+    const Move& move = moves[id];
+    const Entry* arrived = nullptr;
+    if (move.result == "moved") {
+      arrived = &move.tries.back();
+    } else if (move.result.empty()) {
+      // Killed between the intent and the result: the Trash says whether it moved.
+      for (const Entry& e : move.tries) {
+        if (!e.trashPath.empty() && platform::trashItemMatches(e.trashPath, e.originalPath)) {
+          arrived = &e;
+        }
+      }
+    }
+    for (const Entry& e : move.tries) {
+      if (&e != arrived) dropStale(e);
+    }
+    if (arrived) out.moved.push_back(*arrived);
+  }
+
+  auto find = [&](const std::string& id) -> const Entry* {
+    for (const Entry& e : out.moved)
+      if (e.id == id) return &e;
+    for (const Entry& e : known)
+      if (e.id == id) return &e;
+    return nullptr;
+  };
+  for (const auto& [id, back] : returns) {
+    const Entry* e = find(id);
+    if (!e || back.result == "putBackFailed") continue;
+    bool done = back.result == "putBackDone";
+    // Killed during a Put Back: it happened when the item left the Trash and stands where it
+    // was.
+    if (!done) {
+      done =
+          !platform::trashItemMatches(e->trashPath, e->originalPath) && existsAt(e->originalPath);
+    }
+    if (!done) continue;
+    out.putBack[id] = back.at;
+    dropStale(*e);
+  }
+  return out;
+}
+
+std::vector<Entry> entriesOf(const LogFile& log) {
+  std::vector<Entry> entries;
+  for (const Record& r : log.records)
+    if (r.entry) entries.push_back(*r.entry);
+  return entries;
+}
+
+// Adds the settled journal and the given entries to the log, writes it when anything changed,
+// and then empties the journal. Runs under the log's lock.
+void mergeLocked(const Locations& places, const std::vector<Entry>& extra, bool replaceAll) {
+  LogFile log = readLog(places.logFile);
+  const std::string journalPath = journalFile(places);
+  std::vector<JournalRecord> journal = readJournal(journalPath);
+  bool changed = false;
+  if (replaceAll) {
+    log.records.clear();
+    for (const Entry& e : extra)
+      log.records.push_back({e, {}});
+    changed = true;
+  }
+  Settled settled = settle(journal, entriesOf(log), true);
+  std::vector<Entry> added = settled.moved;
+  if (!replaceAll) added.insert(added.end(), extra.begin(), extra.end());
+  for (const Entry& e : added) {
+    bool present = std::any_of(log.records.begin(), log.records.end(), [&](const Record& r) {
+      return r.entry && r.entry->id == upper(e.id);
+    });
+    if (present) continue;
+    Entry copy = e;
+    copy.id = upper(copy.id);
+    copy.sessionID = upper(copy.sessionID);
+    log.records.push_back({copy, {}});
+    changed = true;
+  }
+  for (Record& r : log.records) {
+    if (!r.entry || r.entry->putBackAt) continue;
+    if (auto it = settled.putBack.find(r.entry->id); it != settled.putBack.end()) {
+      r.entry->putBackAt = it->second;
+      changed = true;
+    }
+  }
+  if (changed) writeLog(places.logFile, log, encodeRecords(log.records));
+  // Removing cleared.journal, this program's own file, whose every record is now in the log.
+  // The log's lock is held: no move is writing to it.
+  if (::unlink(journalPath.c_str()) != 0 && errno != ENOENT) {
+    throw systemError(errno, "Cannot empty " + journalPath);
   }
 }
 
@@ -263,25 +645,133 @@ std::optional<std::vector<Entry>> decode(std::string_view text) {
   return entries;
 }
 
+// --- The journal -------------------------------------------------------------------------------
+
+struct Journal::State {
+  Locations places;
+  LogLock lock;
+  std::string path;
+  int fd = -1;
+  explicit State(const Locations& p) : places(p), lock((makeFolder(p), p.logFile)) {}
+  ~State() {
+    if (fd >= 0) ::close(fd);
+  }
+};
+
+Journal::Journal(const Locations& places) : state_(std::make_unique<State>(places)) {
+  State& s = *state_;
+  s.path = journalFile(places);
+  s.fd =
+      ::open(s.path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+  if (s.fd >= 0) {
+    syncFolder(folderOf(places));  // a new journal's name is on disk before its records count
+  } else if (errno == EEXIST) {
+    s.fd = ::open(s.path.c_str(), O_RDWR | O_APPEND | O_NOFOLLOW | O_CLOEXEC);
+  }
+  if (s.fd < 0) throw systemError(errno, "Cannot open " + s.path);
+}
+
+Journal::~Journal() = default;
+
+namespace {
+int writeRecord(int fd, const std::string& path, const json::Value& record) {
+  std::string line = json::write(record, json::WriteOptions{.escapeSlashes = true}) + "\n";
+  // A line left unfinished by a crash is ended first, so this record starts a line of its own.
+  struct stat s {};
+  char last = '\n';
+  if (::fstat(fd, &s) == 0 && s.st_size > 0 && ::pread(fd, &last, 1, s.st_size - 1) != 1) {
+    last = '\n';
+  }
+  if (last != '\n') line.insert(line.begin(), '\n');
+  return appendRecord(fd, path, line) == 0 ? 0 : errno;
+}
+
+json::Value opRecord(std::string_view op, const std::string& id) {
+  json::Value v{json::Object{}};
+  v.set("op", op);
+  v.set("id", upper(id));
+  return v;
+}
+}  // namespace
+
+int Journal::intendMove(const Entry& planned) {
+  if (!isUuid(planned.id) || !isUuid(planned.sessionID)) return EINVAL;
+  json::Value v = opRecord("move", planned.id);
+  v.set("entry", toJson(planned));
+  return writeRecord(state_->fd, state_->path, v);
+}
+
+int Journal::recordMove(const std::string& id, bool moved) {
+  return writeRecord(state_->fd, state_->path, opRecord(moved ? "moved" : "stayed", id));
+}
+
+int Journal::intendPutBack(const std::string& id, TimePoint at) {
+  json::Value v = opRecord("putBack", id);
+  v.set("at", timefmt::referenceSeconds(at));
+  return writeRecord(state_->fd, state_->path, v);
+}
+
+int Journal::recordPutBack(const std::string& id, bool done) {
+  return writeRecord(state_->fd, state_->path,
+                     opRecord(done ? "putBackDone" : "putBackFailed", id));
+}
+
+void Journal::merge() {
+  mergeLocked(state_->places, {}, false);
+}
+
+void recover(const Locations& places) {
+  if (!existsAt(journalFile(places))) return;
+  LogLock lock(places.logFile);
+  mergeLocked(places, {}, false);
+}
+
 void append(const std::vector<Entry>& entries, const Locations& places) {
-  if (entries.empty()) return;
   checkIds(entries);
+  if (entries.empty() && !existsAt(journalFile(places))) return;
   makeFolder(places);
   LogLock lock(places.logFile);
-  std::vector<Entry> all = readEntries(places.logFile);
-  all.insert(all.end(), entries.begin(), entries.end());
-  writeAtomically(places.logFile, encode(all));
+  mergeLocked(places, entries, false);
 }
 
 void save(const std::vector<Entry>& entries, const Locations& places) {
   checkIds(entries);
   makeFolder(places);
   LogLock lock(places.logFile);
-  writeAtomically(places.logFile, encode(entries));
+  mergeLocked(places, entries, true);
+}
+
+Reading read(const Locations& places) {
+  Reading reading;
+  LogFile log = readLog(places.logFile);
+  reading.entries = entriesOf(log);
+  reading.unreadable = log.unreadable;
+  if (log.isFolder) {
+    reading.problem = places.logFile + " is a folder, not a log; nothing was read from it.";
+  } else if (log.exists && !log.whole) {
+    reading.problem = "Part of the log could not be read; its bytes are kept beside it.";
+  }
+  // Moves and Put Backs not yet merged (another process is merging, or the log cannot be
+  // written) are shown as they will be recorded.
+  std::vector<JournalRecord> journal = readJournal(journalFile(places));
+  if (!journal.empty()) {
+    Settled settled = settle(journal, reading.entries, false);
+    for (const Entry& e : settled.moved) {
+      bool present = std::any_of(reading.entries.begin(), reading.entries.end(),
+                                 [&](const Entry& x) { return x.id == e.id; });
+      if (!present) reading.entries.push_back(e);
+    }
+    for (Entry& e : reading.entries) {
+      if (auto it = settled.putBack.find(e.id); it != settled.putBack.end() && !e.putBackAt) {
+        e.putBackAt = it->second;
+      }
+    }
+  }
+  return reading;
 }
 
 std::vector<Entry> load(const Locations& places) {
-  std::vector<Entry> entries = readEntries(places.logFile);
+  std::vector<Entry> entries = read(places).entries;
   std::reverse(entries.begin(), entries.end());
   return entries;
 }
@@ -297,8 +787,7 @@ bool isAllowed(const std::string& trashPath, const std::string& originalPath,
 
 int status(const Entry& entry) {
   if (entry.putBackAt) return 1;
-  struct stat s {};
-  return ::lstat(entry.trashPath.c_str(), &s) == 0 ? 0 : 2;
+  return platform::trashItemMatches(entry.trashPath, entry.originalPath) ? 0 : 2;
 }
 
 std::string statusText(const Entry& entry) {
@@ -324,28 +813,36 @@ Entry putBack(const Entry& entry, const Locations& places) {
   const std::string original = paths::resolveParentSymlinks(entry.originalPath);
   if (!allowedResolved(trash, original, home)) throw PutBackError(Kind::refusedLocation);
 
-  struct stat s {};
-  if (::lstat(trash.c_str(), &s) != 0 || !platform::trashItemMatches(trash, entry.originalPath)) {
-    throw PutBackError(Kind::notInTrash);
+  if (!platform::trashItemMatches(trash, entry.originalPath)) throw PutBackError(Kind::notInTrash);
+  if (existsAt(original)) throw PutBackError(Kind::originalOccupied);
+
+  if (int e = platform::makeFolders(std::string(paths::parent(original)))) {
+    throw systemError(e, "Cannot create " + std::string(paths::parent(original)));
   }
-  if (::lstat(original.c_str(), &s) == 0) throw PutBackError(Kind::originalOccupied);
-
-  std::error_code ec;
-  std::filesystem::create_directories(std::string(paths::parent(original)), ec);
-  if (ec) throw std::system_error(ec);
-
-  std::string failure = platform::moveOutOfTrash(trash, original);
-  if (!failure.empty()) throw PutBackError(Kind::moveFailed, failure);
 
   Entry updated = entry;
+  updated.id = upper(entry.id);
   updated.putBackAt = Clock::now();
-  makeFolder(places);
-  LogLock lock(places.logFile);
-  std::vector<Entry> all = readEntries(places.logFile);
-  for (Entry& e : all) {
-    if (e.id == upper(updated.id)) e = updated;
+  Journal journal(places);
+  if (int e = journal.intendPutBack(updated.id, *updated.putBackAt)) {
+    throw systemError(e, "Cannot write " + journalFile(places));
   }
-  writeAtomically(places.logFile, encode(all));
+  std::string failure = platform::moveOutOfTrash(trash, original);
+  if (!failure.empty()) {
+    journal.recordPutBack(updated.id, false);
+    try {
+      journal.merge();  // nothing to record; the journal goes
+    } catch (const std::exception&) {
+      // The refusal is what matters; the journal is settled at the next start.
+    }
+    throw PutBackError(Kind::moveFailed, failure);
+  }
+  // The item is back. A failure to note it (here or in the merge) is reported, and the next
+  // start finds it back from the Trash and the journal.
+  if (int e = journal.recordPutBack(updated.id, true)) {
+    throw systemError(e, "Cannot write " + journalFile(places));
+  }
+  journal.merge();
   return updated;
 }
 

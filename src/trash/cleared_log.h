@@ -1,8 +1,14 @@
 #pragma once
 // The log of every item moved to the Trash ("Recently Cleared") and Put Back. The log is a
 // JSON array in Locations::logFile, oldest first; it holds no state in memory.
+//
+// Every move and Put Back is first written to a journal beside the log (cleared.journal, one
+// fsynced record per line): the intent before the item moves and the result after. The journal
+// is merged into the log under the log's lock, and only then emptied; recover() finishes what an
+// interrupted process left, from what the Trash holds.
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -41,19 +47,57 @@ class PutBackError : public std::runtime_error {
 std::string encode(const std::vector<Entry>& entries);
 std::optional<std::vector<Entry>> decode(std::string_view text);
 
-// Adds records after the existing ones; nothing for an empty list. A missing or corrupt file
-// counts as empty and is replaced. Throws std::system_error when the folder cannot be created
-// or the file cannot be written. Safe against another process appending at the same time.
-// A record whose id or sessionID is not a UUID is refused (std::invalid_argument, nothing
-// written): it would make the whole log unreadable.
+// Adds records after the existing ones (one already there by id is not added twice), together
+// with whatever the journal holds; nothing for an empty list and an empty journal. Records that
+// cannot be read stay as they are; a file that did not read as a whole is first copied to
+// cleared.json.damaged-<UTC date-time>. Throws std::system_error when the folder cannot be
+// created or the file cannot be written (a log that is a folder is never replaced). Safe
+// against another process appending at the same time. A record whose id or sessionID is not a
+// UUID is refused (std::invalid_argument, nothing written): it could never be read back.
 void append(const std::vector<Entry>& entries, const Locations& places);
 void save(const std::vector<Entry>& entries, const Locations& places);
-// Newest first; a missing or corrupt file gives an empty list.
+
+struct Reading {
+  std::vector<Entry> entries;  // oldest first, the journal's finished moves included
+  int unreadable = 0;          // records kept as they are because they could not be read
+  std::string problem;         // why the log itself could not be read ("" when it could)
+};
+Reading read(const Locations& places);
+// Newest first; records that cannot be read are left out.
 std::vector<Entry> load(const Locations& places);
+
+// Finishes the bookkeeping of moves and Put Backs that a process did not finish (killed, power
+// lost): a moved item gets its record, a put-back item its putBackAt, a .trashinfo this program
+// wrote for a move that never happened goes. Then merges the journal into the log and empties
+// it. Throws std::system_error when the log cannot be written; the journal then stays.
+void recover(const Locations& places);
+
+// One move or Put Back in progress: holds the log's lock so that no recovery runs meanwhile, and
+// writes its records to the journal. Each call returns 0 or the errno that kept the record from
+// disk; nothing may move without its intent on disk.
+class Journal {
+ public:
+  explicit Journal(const Locations& places);  // throws std::system_error
+  ~Journal();
+  Journal(const Journal&) = delete;
+  Journal& operator=(const Journal&) = delete;
+
+  int intendMove(const Entry& planned);
+  int recordMove(const std::string& id, bool moved);
+  int intendPutBack(const std::string& id, TimePoint at);
+  int recordPutBack(const std::string& id, bool done);
+  // Merges the journal into the log now (as recover does), under the lock already held.
+  void merge();
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
 
 bool isAllowed(const std::string& trashPath, const std::string& originalPath,
                const std::string& home);
-// 0: in the Trash, 1: put back, 2: no longer in the Trash.
+// 0: in the Trash, 1: put back, 2: no longer in the Trash. "In the Trash" is the very test Put
+// Back makes, so the two never disagree.
 int status(const Entry& entry);
 // Status as a person reads it: "In the Trash", "Put back <date>", "Trash emptied".
 std::string statusText(const Entry& entry);

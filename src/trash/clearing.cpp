@@ -1,11 +1,17 @@
 #include "trash/clearing.h"
 
+#include <unistd.h>
+
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <system_error>
 
+#include "base/paths.h"
 #include "base/uuid.h"
 #include "findings/size_text.h"
 #include "measure/disk_sizer.h"
+#include "platform/own_ground.h"
 #include "platform/trash.h"
 #include "scanners/caches/cache_scanner.h"
 #include "scanners/largefiles/large_files_scanner.h"
@@ -24,19 +30,11 @@ std::int64_t addBytes(std::int64_t a, std::int64_t b) {
 
 namespace {
 
-ClearedLog::Entry entryFor(const Outcome& outcome, const std::string& originalPath,
-                           const std::string& trashPath, std::int64_t bytes, std::string kind,
-                           const std::string& name) {
-  ClearedLog::Entry e;
-  e.id = newUuid();
-  e.sessionID = outcome.sessionID;
-  e.originalPath = originalPath;
-  e.trashPath = trashPath;
-  e.bytes = bytes;
-  e.kind = std::move(kind);
-  e.name = name;
-  e.date = Clock::now();
-  return e;
+std::string absolutePath(const std::string& path) {
+  if (!path.empty() && path.front() == '/') return paths::standardize(path);
+  char cwd[PATH_MAX];
+  if (!::getcwd(cwd, sizeof cwd)) return path;
+  return paths::standardize(paths::join(cwd, path));
 }
 
 // A cache or a large file: one path, re-checked against the scanner's own listing rules.
@@ -55,14 +53,11 @@ void clearPathItem(const CacheFinding& item, const Locations& places,
     outcome.failures.push_back({item.name, std::string(kChromeIsOpen)});
     return;
   }
-  platform::TrashMove move = platform::moveToTrash(path);
-  if (!move.ok()) {
-    outcome.failures.push_back({item.name, move.error});
+  MoveRequest request{path, item.bytes, isFile ? "file" : "cache", item.name};
+  if (std::optional<MoveFailure> failure = moveOne(request, places, outcome)) {
+    outcome.failures.push_back({item.name, failure->reason});
     return;
   }
-  outcome.entries.push_back(
-      entryFor(outcome, path, move.trashPath, item.bytes, isFile ? "file" : "cache", item.name));
-  outcome.movedBytes = addBytes(outcome.movedBytes, item.bytes);
   outcome.movedIds.push_back(item.id);
 }
 
@@ -88,14 +83,11 @@ void clearLeftover(const CacheFinding& item, const Locations& places,
       ++notAllowed;
       continue;
     }
-    platform::TrashMove move = platform::moveToTrash(path);
-    if (!move.ok()) {
-      outcome.failures.push_back({item.name, move.error});
+    if (std::optional<MoveFailure> failure =
+            moveOne({path, bytes, "leftover", item.name}, places, outcome)) {
+      outcome.failures.push_back({item.name, failure->reason});
       continue;
     }
-    outcome.entries.push_back(
-        entryFor(outcome, path, move.trashPath, bytes, "leftover", item.name));
-    outcome.movedBytes = addBytes(outcome.movedBytes, bytes);
     ++moved;
   }
   if (moved > 0) outcome.movedIds.push_back(item.id);
@@ -109,13 +101,38 @@ void clearLeftover(const CacheFinding& item, const Locations& places,
 
 }  // namespace
 
-std::optional<MoveFailure> moveOne(const MoveRequest& request, const Locations&, Outcome& outcome) {
-  platform::TrashMove move = platform::moveToTrash(request.path);
-  if (!move.ok()) return MoveFailure{move.error, move.permissionDenied};
-  std::int64_t total = addBytes(outcome.movedBytes, request.bytes);
-  outcome.entries.push_back(
-      entryFor(outcome, request.path, move.trashPath, request.bytes, request.kind, request.name));
-  outcome.movedBytes = total;
+std::optional<MoveFailure> moveOne(const MoveRequest& request, const Locations& places,
+                                   Outcome& outcome) {
+  if (OwnGround::excludes(request.path, places)) return MoveFailure{std::string(kNoLongerAllowed)};
+  ClearedLog::Entry planned;
+  planned.id = newUuid();
+  planned.sessionID = outcome.sessionID.empty() ? newUuid() : outcome.sessionID;
+  planned.originalPath = absolutePath(request.path);
+  planned.bytes = request.bytes;
+  planned.kind = request.kind;
+  planned.name = request.name;
+  planned.date = Clock::now();
+  try {
+    // Holds the log's lock for this one move: no other process's recovery runs meanwhile.
+    ClearedLog::Journal journal(places);
+    platform::TrashMove move =
+        platform::moveToTrash(request.path, [&](const std::string& trashPath) {
+          planned.trashPath = trashPath;
+          return journal.intendMove(planned);  // nothing moves without its intent on disk
+        });
+    // The result is a shortcut for the next start; without it the Trash itself tells.
+    journal.recordMove(planned.id, move.ok());
+    if (!move.ok()) return MoveFailure{move.error, move.permissionDenied};
+    planned.trashPath = move.trashPath;
+  } catch (const std::system_error& e) {
+    // The journal cannot be opened: nothing moved, since nothing could be recorded.
+    bool denied =
+        e.code() == std::errc::permission_denied || e.code() == std::errc::operation_not_permitted;
+    return MoveFailure{e.code().message(), denied};
+  }
+  if (outcome.sessionID.empty()) outcome.sessionID = planned.sessionID;
+  outcome.entries.push_back(planned);
+  outcome.movedBytes = addBytes(outcome.movedBytes, request.bytes);
   return std::nullopt;
 }
 

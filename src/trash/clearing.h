@@ -37,6 +37,12 @@ struct Outcome {
   bool stopped = false;
 };
 
+struct Progress {
+  int done = 0;
+  int total = 0;
+  std::string current;
+};
+
 struct MoveRequest {
   std::string path;        // the item to move (never followed if a symlink)
   std::int64_t bytes = 0;  // what the log records for it
@@ -47,17 +53,13 @@ struct MoveFailure {
   std::string reason;             // the system's text, e.g. "Permission denied"
   bool permissionDenied = false;  // EACCES/EPERM, or a parent folder the user may not write
 };
-// Moves one item to the Trash under outcome.sessionID and records it. On success appends the
-// ClearedLog::Entry to outcome.entries, adds bytes to outcome.movedBytes and returns nullopt;
-// otherwise returns why the item stayed (outcome unchanged).
+// Moves one item to the Trash under outcome.sessionID and records it durably (journal before and
+// after the rename). On success appends the ClearedLog::Entry to outcome.entries, adds bytes to
+// outcome.movedBytes and returns nullopt; otherwise returns why the item stayed (outcome
+// unchanged). The program's own ground (a Trash, the log's folder, the settings) never moves:
+// that is refused as "no longer allowed".
 std::optional<MoveFailure> moveOne(const MoveRequest& request, const Locations& places,
                                    Outcome& outcome);
-
-struct Progress {
-  int done = 0;
-  int total = 0;
-  std::string current;
-};
 
 // Re-checks and moves every item. A stop request is honoured before the next item (and, in a
 // leftover, before the next path): the one in hand always finishes.

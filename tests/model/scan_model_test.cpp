@@ -291,10 +291,20 @@ TEST_F(ScanModelTest, ClearReportsWhatStayedAndWhy) {
   EXPECT_EQ(model->clearedEntries().size(), 4u);  // kept, and three paths of the leftover
 }
 
-TEST_F(ScanModelTest, AMoveStandsWhenTheLogCannotBeWritten) {
+TEST_F(ScanModelTest, AMoveWaitsForItsRecordAndStandsWhenTheLogCannotBeWritten) {
   std::string cache = mac.cache("com.example.big", 52'428'800);
-  // The log's folder cannot be made: a file stands where it should be.
-  test::writeFile(std::filesystem::path(places.logFile).parent_path().string(), "not a folder");
+  // The log's folder cannot be made: nothing could record a move, so nothing moves.
+  const std::string folder = std::filesystem::path(places.logFile).parent_path().string();
+  test::writeFile(folder, "not a folder");
+  scanToEnd();
+  clearAll();
+  EXPECT_THAT(model->message(), HasSubstr("Some items stayed in place: "));
+  EXPECT_TRUE(test::exists(cache));
+
+  // A folder where the log should be: the move stands and its record waits in the journal,
+  // shown all the same, until the log can be written.
+  std::filesystem::remove(folder);
+  test::makeDirs(places.logFile + "/in the way");
   scanToEnd();
   clearAll();
   EXPECT_THAT(model->message(), HasSubstr("50 MB moved to the Trash."));
@@ -302,6 +312,11 @@ TEST_F(ScanModelTest, AMoveStandsWhenTheLogCannotBeWritten) {
   EXPECT_FALSE(test::exists(cache));
   EXPECT_TRUE(test::exists(trashHome.trashFiles() + "/com.example.big"));
   EXPECT_TRUE(test::exists(trashHome.trashInfo() + "/com.example.big.trashinfo"));
+  ASSERT_EQ(model->clearedEntries().size(), 1u);
+  EXPECT_TRUE(test::exists(places.logFile + "/in the way"));
+  std::filesystem::remove_all(places.logFile);
+  ClearedLog::recover(places);
+  EXPECT_EQ(ClearedLog::decode(test::readFile(places.logFile)).value().size(), 1u);
 }
 
 }  // namespace

@@ -79,14 +79,17 @@ TEST(Trash, HomeTrashTakesItemsWithExactRecordsAndNeverReplacesAnything) {
   for (std::string inside : {first.trashPath, files, h + "/.local"})
     EXPECT_TRUE(moveToTrash(inside).error == "Invalid argument" && exists(inside)) << inside;
 
-  // Only items inside a Trash's files folder count as trashed.
+  // Only items of a real Trash's files folder count as trashed: a folder shaped like a
+  // top-directory Trash that is not at the top of its mount is no Trash at all.
   const std::string usb = "/media/usb/.Trash";
+  makeDirs(h + "/deep/.Trash-" + kUid + "/files/a");
+  makeDirs(h + "/deep/.Trash-" + kUid + "/info");
+  EXPECT_TRUE(isInTrashFolder(files + "/a", h));
   for (std::string p :
-       {files + "/a", files + "/a/b", usb + "-" + kUid + "/files/a", usb + "/" + kUid + "/files/a"})
-    EXPECT_TRUE(isInTrashFolder(p, h)) << p;
-  for (std::string p : {files, home.trashInfo() + "/a.trashinfo", h + "/.Trash/a",
-                        usb + "-" + kUid + "/files", usb + "-" + kUid + "/info/a.trashinfo",
-                        usb + "-4321/files/a", usb + "/4321/files/a", std::string("/tmp/a")})
+       {files, files + "/a/b", home.trashInfo() + "/a.trashinfo", h + "/.Trash/a",
+        usb + "-" + kUid + "/files/a", usb + "/" + kUid + "/files/a", usb + "-" + kUid + "/files",
+        usb + "-" + kUid + "/info/a.trashinfo", usb + "-4321/files/a", usb + "/4321/files/a",
+        std::string("/tmp/a"), h + "/deep/.Trash-" + kUid + "/files/a"})
     EXPECT_FALSE(isInTrashFolder(p, h)) << p;
   // A reused name: the record beside it names another item; a bare item matches nothing.
   put(home.trashInfo(), "notes.txt.trashinfo",
@@ -136,7 +139,8 @@ TEST(Trash, HomeTrashTakesItemsWithExactRecordsAndNeverReplacesAnything) {
   ScopedImmutable locked(h + "/locked");
   if (!locked.set()) GTEST_SKIP() << locked.error();
   auto before = snapshot(h);
-  EXPECT_EQ(moveToTrash(h + "/locked/keep.txt").error, "Operation not permitted");
+  TrashMove refused = moveToTrash(h + "/locked/keep.txt");
+  EXPECT_TRUE(refused.error == "Operation not permitted" && refused.permissionDenied);
   EXPECT_EQ(snapshot(h), before);
 }
 
@@ -163,6 +167,17 @@ TEST(Trash, OtherFileSystemsUseTheirTopDirectoryTrashOrRefuse) {
   TrashMove shared = moveToTrash(put(top, "c.txt"));
   EXPECT_EQ(shared.trashPath, top + "/.Trash/" + kUid + "/files/c.txt");
   EXPECT_TRUE(trashItemMatches(shared.trashPath, top + "/c.txt"));
+  // Both are real Trash folders at the top of their mount; the same shape one folder down is
+  // not, even with a record that names the item.
+  EXPECT_TRUE(isInTrashFolder(shared.trashPath, home.path()));
+  EXPECT_TRUE(isInTrashFolder(moved.trashPath, home.path()));
+  const std::string forged = top + "/media/.Trash-" + kUid;
+  put(forged + "/files", "clip.mov");
+  put(forged + "/info", "clip.mov.trashinfo", "[Trash Info]\nPath=clip.mov\n");
+  EXPECT_FALSE(isInTrashFolder(forged + "/files/clip.mov", home.path()));
+  EXPECT_FALSE(trashItemMatches(forged + "/files/clip.mov", top + "/media/clip.mov"));
+  EXPECT_NE(moveOutOfTrash(forged + "/files/clip.mov", top + "/media/clip.mov"), "");
+  fs::remove_all(forged);
 
   // No usable Trash at all: the move is refused and the volume stays as it was.
   auto refused = [&](const std::string& why) {
@@ -225,18 +240,15 @@ TEST(Trash, InjectedFaultsNeverLoseAnItem) {
   EXPECT_EQ(moveToTrash(put(h, "busy.txt")).trashPath, files + "/busy 4.txt");
 }
 
-TEST(Trash, LackOfRightsIsToldApartFromTroubleWithTheTrash) {
+TEST(Trash, AMoveRefusedForLackOfRightsSaysSo) {
   std::shared_ptr<void> reset(nullptr, [](void*) { sys::setFaultHook({}); });
   TempHome home;
   const std::string h = home.path();
-  // The system refusing the rename itself for lack of rights is a rights question; the Trash
-  // failing for lack of rights on its own folders is not the item's.
+  // The system refusing the rename for lack of rights is a rights question; any other failure
+  // is not.
   inject({{sys::Step::rename, EACCES}});
   TrashMove refused = moveToTrash(put(h, "a.txt"));
   EXPECT_TRUE(!refused.ok() && refused.permissionDenied) << refused.error;
-  inject({{sys::Step::reserveInfo, EACCES}});
-  TrashMove trashTrouble = moveToTrash(put(h, "b.txt"));
-  EXPECT_TRUE(!trashTrouble.ok() && !trashTrouble.permissionDenied) << trashTrouble.error;
   inject({{sys::Step::rename, EIO}});
   EXPECT_FALSE(moveToTrash(put(h, "c.txt")).permissionDenied);
   sys::setFaultHook({});

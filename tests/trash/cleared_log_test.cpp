@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
 
@@ -83,7 +84,7 @@ TEST_F(ClearedLogFiles, AppendSaveAndLoad) {
   save({b}, places);
   EXPECT_EQ(load(places), std::vector<Entry>{b});
 
-  // A damaged log reads as empty and the next append replaces it.
+  // A log cut short inside its first record: nothing to read, and the bytes are kept aside.
   writeFile(places.logFile, "[{\"id\": tru");
   EXPECT_TRUE(load(places).empty());
   append({c}, places);
@@ -99,6 +100,56 @@ TEST_F(ClearedLogFiles, AppendSaveAndLoad) {
   writeFile(folder, "in the way");
   EXPECT_THROW(append({a}, places), std::system_error);
   EXPECT_EQ(readFile(folder), "in the way");
+}
+
+// The files beside the log whose names begin "cleared.json.damaged-", with their contents.
+std::vector<std::string> damagedCopies(const Locations& places) {
+  std::vector<std::string> copies;
+  for (const auto& e : fs::directory_iterator(fs::path(places.logFile).parent_path())) {
+    if (e.path().filename().string().rfind("cleared.json.damaged-", 0) == 0)
+      copies.push_back(readFile(e.path()));
+  }
+  std::sort(copies.begin(), copies.end());
+  return copies;
+}
+
+TEST_F(ClearedLogFiles, ADamagedLogLosesNothing) {
+  Entry a = sample("a"), b = sample("b"), c = sample("c");
+  const std::string good = encode({a, b});
+  // One record with one bad field, between two good ones.
+  const std::string bad = R"({"id":"not a uuid","bytes":"many"})";
+  const std::string damaged = good.substr(0, good.size() - 1) + "," + bad + "]";
+  writeFile(places.logFile, damaged);
+  EXPECT_EQ(load(places), (std::vector<Entry>{b, a}));
+  EXPECT_EQ(read(places).unreadable, 1);
+  append({c}, places);
+  // The good records and the new one are there, and the bad one is kept byte for byte.
+  const std::string written = readFile(places.logFile);
+  EXPECT_EQ(written, good.substr(0, good.size() - 1) + "," + bad + "," + encode({c}).substr(1));
+  EXPECT_EQ(load(places), (std::vector<Entry>{c, b, a}));
+  EXPECT_TRUE(damagedCopies(places).empty());
+
+  // Cut short in the middle of the last record: the records before it stay, and the file as it
+  // was is kept beside the new one.
+  fs::remove_all(fs::path(places.logFile).parent_path());
+  const std::string cut = good.substr(0, good.size() - 20);
+  writeFile(places.logFile, cut);
+  EXPECT_EQ(load(places), std::vector<Entry>{a});
+  append({c}, places);
+  EXPECT_EQ(load(places), (std::vector<Entry>{c, a}));
+  EXPECT_EQ(damagedCopies(places), std::vector<std::string>{cut});
+
+  // A folder where the log belongs: refused with a clear error, and the folder is left alone.
+  fs::remove(places.logFile);
+  makeDirs(places.logFile + "/keep");
+  try {
+    append({b}, places);
+    ADD_FAILURE() << "written over a folder";
+  } catch (const std::system_error& e) {
+    EXPECT_NE(std::string(e.what()).find("a folder is in its place"), std::string::npos);
+  }
+  EXPECT_TRUE(exists(places.logFile + "/keep"));
+  EXPECT_FALSE(read(places).problem.empty());
 }
 
 TEST_F(ClearedLogFiles, TwoProcessesAppendingAtOnceLoseNothing) {
@@ -168,6 +219,17 @@ TEST_F(PutBackTest, RestoresTheItemAndRecordsWhen) {
   EXPECT_EQ(refused(notes, Kind::notInTrash),
             "This item is no longer in the Trash (it may have been emptied).");
 
+  // "In the Trash" is what Put Back accepts: a record gone, or naming another place, is neither.
+  Entry gone = cleared("gone.txt", "g"), moved = cleared("moved.txt", "m");
+  fs::remove(home.trashInfo() + "/gone.txt.trashinfo");
+  writeFile(
+      home.trashInfo() + "/moved.txt.trashinfo",
+      "[Trash Info]\nPath=" + home / "elsewhere.txt" + "\nDeletionDate=2026-01-01T00:00:00\n");
+  for (const Entry& e : {gone, moved}) {
+    EXPECT_EQ(status(e), 2);
+    refused(e, Kind::notInTrash);
+  }
+
   // A symbolic link comes back as the link.
   fs::create_symlink("/etc/hostname", home / "hostname-link");
   putBack(cleared("hostname-link"), places);
@@ -232,11 +294,24 @@ TEST_F(PutBackTest, FailuresAfterTheChecksAreReported) {
   EXPECT_THROW(putBack(c, places), std::system_error);
   EXPECT_EQ(readFile(c.trashPath), "c");
 
-  // The log cannot be written after the move: reported, and the item is back all the same.
-  test::ScopedImmutable frozen(fs::path(places.logFile).parent_path());
-  if (!frozen.set()) GTEST_SKIP() << frozen.error();
+  // The log cannot be written after the move: reported, and the item is back all the same; the
+  // journal keeps the Put Back until the log can take it.
+  platform::sys::setFaultHook([](platform::sys::Step step, const std::string&) {
+    return step == platform::sys::Step::replaceLog ? EIO : 0;
+  });
   EXPECT_THROW(putBack(b, places), std::system_error);
   EXPECT_EQ(readFile(home / "b.txt"), "b");
+  EXPECT_TRUE(load(places).back().putBackAt);  // read from the journal
+  platform::sys::setFaultHook({});
+  recover(places);
+  EXPECT_TRUE(decode(readFile(places.logFile)).value().front().putBackAt);
+
+  // The journal cannot be opened: nothing moves without its record.
+  Entry d = cleared("d.txt", "d");
+  test::ScopedImmutable frozen(fs::path(places.logFile).parent_path());
+  if (!frozen.set()) GTEST_SKIP() << frozen.error();
+  EXPECT_THROW(putBack(d, places), std::system_error);
+  EXPECT_EQ(statusText(d), "In the Trash");
 }
 
 #endif  // __linux__

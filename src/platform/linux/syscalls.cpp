@@ -1,13 +1,17 @@
 #include "platform/linux/syscalls.h"
 
 #include <fcntl.h>
+#include <linux/openat2.h>
 #include <stdio.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <memory>
 #include <mutex>
+
+#include "base/paths.h"
 
 namespace dw::platform::sys {
 
@@ -32,6 +36,22 @@ int fail(int error) {
   return -1;
 }
 
+constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+
+// The same walk for kernels without openat2: one component at a time, never following a link.
+int openStepwise(const std::string& path) {
+  int fd = ::open("/", kFolderFlags);
+  if (fd < 0) return -1;
+  for (std::string_view part : paths::split(path, '/')) {
+    int next = ::openat(fd, std::string(part).c_str(), kFolderFlags);
+    int error = errno;
+    ::close(fd);
+    if (next < 0) return fail(error);
+    fd = next;
+  }
+  return fd;
+}
+
 }  // namespace
 
 void setFaultHook(FaultHook hook) {
@@ -40,14 +60,35 @@ void setFaultHook(FaultHook hook) {
   currentHook = std::move(next);
 }
 
-int makeFolder(const std::string& path, mode_t mode) {
-  if (int e = injected(Step::makeFolder, path)) return fail(e);
-  return ::mkdir(path.c_str(), mode);
+int checkpoint(Step step, const std::string& path) {
+  return injected(step, path);
 }
 
-int reserveFile(const std::string& path, mode_t mode) {
+int openFolderPath(const std::string& path) {
+  if (int e = injected(Step::openFolder, path)) return fail(e);
+  if (path.empty() || path.front() != '/') return fail(EINVAL);
+  open_how how{};
+  how.flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+  how.resolve = RESOLVE_NO_SYMLINKS;
+  long fd = ::syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how);
+  if (fd >= 0) return static_cast<int>(fd);
+  if (errno == ENOSYS || errno == EPERM) return openStepwise(path);  // EPERM: a seccomp filter
+  return -1;
+}
+
+int openFolderAt(int dirfd, const std::string& name, const std::string& path) {
+  if (int e = injected(Step::openFolder, path)) return fail(e);
+  return ::openat(dirfd, name.c_str(), kFolderFlags);
+}
+
+int makeFolderAt(int dirfd, const std::string& name, mode_t mode, const std::string& path) {
+  if (int e = injected(Step::makeFolder, path)) return fail(e);
+  return ::mkdirat(dirfd, name.c_str(), mode);
+}
+
+int reserveFileAt(int dirfd, const std::string& name, mode_t mode, const std::string& path) {
   if (int e = injected(Step::reserveInfo, path)) return fail(e);
-  return ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
+  return ::openat(dirfd, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
 }
 
 int writeAndSync(int fd, const std::string& path, std::string_view bytes) {
@@ -64,39 +105,59 @@ int writeAndSync(int fd, const std::string& path, std::string_view bytes) {
   return ::fsync(fd);
 }
 
-int renameNoReplace(const std::string& from, const std::string& to) {
-  if (int e = injected(Step::rename, from)) return fail(e);
-  return ::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE);
+int appendRecord(int fd, const std::string& path, std::string_view bytes) {
+  if (int e = injected(Step::journal, path)) return fail(e);
+  while (!bytes.empty()) {
+    ssize_t n = ::write(fd, bytes.data(), bytes.size());
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      return -1;
+    }
+    bytes.remove_prefix(static_cast<size_t>(n));
+  }
+  return ::fdatasync(fd);
 }
 
-int link(const std::string& from, const std::string& to) {
-  if (int e = injected(Step::link, from)) return fail(e);
+int renameNoReplace(int fromDir, const std::string& fromName, int toDir, const std::string& toName,
+                    const std::string& path) {
+  if (int e = injected(Step::rename, path)) return fail(e);
+  return ::renameat2(fromDir, fromName.c_str(), toDir, toName.c_str(), RENAME_NOREPLACE);
+}
+
+int link(int fromDir, const std::string& fromName, int toDir, const std::string& toName,
+         const std::string& path) {
+  if (int e = injected(Step::link, path)) return fail(e);
   // linkat without AT_SYMLINK_FOLLOW links a symbolic link itself, and fails on an existing
   // target instead of replacing it.
-  return ::linkat(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), 0);
+  return ::linkat(fromDir, fromName.c_str(), toDir, toName.c_str(), 0);
 }
 
-int unlinkOldName(const std::string& oldName, const std::string& newName) {
-  if (int e = injected(Step::unlink, oldName)) return fail(e);
+int unlinkOldName(int fromDir, const std::string& oldName, int toDir, const std::string& newName,
+                  const std::string& path) {
+  if (int e = injected(Step::unlink, path)) return fail(e);
   // Only a second name of the very same item may go; anything else there is someone's file.
   struct stat before {
   }, after{};
-  if (::lstat(oldName.c_str(), &before) != 0 || ::lstat(newName.c_str(), &after) != 0) return -1;
+  if (::fstatat(fromDir, oldName.c_str(), &before, AT_SYMLINK_NOFOLLOW) != 0 ||
+      ::fstatat(toDir, newName.c_str(), &after, AT_SYMLINK_NOFOLLOW) != 0) {
+    return -1;
+  }
   if (before.st_dev != after.st_dev || before.st_ino != after.st_ino) return fail(EBUSY);
-  return ::unlink(oldName.c_str());
+  return ::unlinkat(fromDir, oldName.c_str(), 0);
 }
 
-int dropInfo(const std::string& path) {
+int dropInfo(int dirfd, const std::string& name, const std::string& path) {
   if (int e = injected(Step::dropInfo, path)) return fail(e);
   constexpr std::string_view kSuffix = ".trashinfo";
-  struct stat s {};
-  if (path.size() <= kSuffix.size() ||
-      path.compare(path.size() - kSuffix.size(), kSuffix.size(), kSuffix) != 0) {
+  if (name.size() <= kSuffix.size() || name.find('/') != std::string::npos ||
+      name.compare(name.size() - kSuffix.size(), kSuffix.size(), kSuffix) != 0) {
     return fail(EINVAL);
   }
-  if (::lstat(path.c_str(), &s) != 0) return -1;
+  struct stat s {};
+  if (::fstatat(dirfd, name.c_str(), &s, AT_SYMLINK_NOFOLLOW) != 0) return -1;
   if (!S_ISREG(s.st_mode)) return fail(EINVAL);
-  return ::unlink(path.c_str());
+  // Only Trash bookkeeping reaches here: a .trashinfo in a Trash's info folder.
+  return ::unlinkat(dirfd, name.c_str(), 0);
 }
 
 }  // namespace dw::platform::sys

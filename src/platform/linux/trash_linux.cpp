@@ -17,6 +17,7 @@
 #include <optional>
 #include <sstream>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "base/paths.h"
@@ -111,25 +112,68 @@ std::string infoText(std::string_view path) {
   return "[Trash Info]\nPath=" + percentEncode(path) + "\nDeletionDate=" + deletionDate() + "\n";
 }
 
-// The decoded Path= of the [Trash Info] group, as written (absolute or relative).
-std::optional<std::string> infoPath(const std::string& infoFile) {
-  struct stat s {};
-  if (::lstat(infoFile.c_str(), &s) != 0 || !S_ISREG(s.st_mode) || s.st_size > kMaxInfoSize) {
-    return std::nullopt;
+// --- Folders held open --------------------------------------------------------------------------
+
+// One open folder, closed with the object.
+class Folder {
+ public:
+  Folder() = default;
+  explicit Folder(int fd) : fd_(fd) {}
+  Folder(Folder&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+  Folder& operator=(Folder&& other) noexcept {
+    std::swap(fd_, other.fd_);
+    return *this;
   }
-  std::ifstream in(infoFile, std::ios::binary);
-  if (!in) return std::nullopt;
-  std::string line;
-  bool inGroup = false;
-  while (std::getline(in, line)) {
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    if (!line.empty() && line.front() == '[') {
-      inGroup = line == "[Trash Info]";
-      continue;
+  ~Folder() {
+    if (fd_ >= 0) ::close(fd_);
+  }
+  int fd() const { return fd_; }
+  bool open() const { return fd_ >= 0; }
+
+ private:
+  int fd_ = -1;
+};
+
+// A folder inside an open one, made (with mode) when it is missing; never through a link.
+Folder openOrMake(const Folder& parent, const std::string& name, const std::string& path,
+                  mode_t mode, int& error) {
+  int fd = sys::openFolderAt(parent.fd(), name, path);
+  if (fd < 0 && errno == ENOENT) {
+    if (sys::makeFolderAt(parent.fd(), name, mode, path) != 0 && errno != EEXIST) {
+      error = errno;
+      return {};
     }
-    if (inGroup && line.rfind("Path=", 0) == 0) return percentDecode(line.substr(5));
+    fd = sys::openFolderAt(parent.fd(), name, path);
   }
-  return std::nullopt;
+  if (fd < 0) error = errno == ELOOP ? ENOTDIR : errno;
+  return Folder(fd);
+}
+
+// The folder at a standardised absolute path; the part that exists is resolved first (a home
+// folder may sit behind a link), then every folder is opened without following one, and the
+// missing ones are made. A link slipped in after the resolving makes the open fail.
+Folder openChain(const std::string& path, mode_t mode, int& error) {
+  std::string resolved = paths::resolveSymlinks(path);
+  std::string existing = resolved;
+  while (existing != "/") {
+    struct stat s {};
+    if (::lstat(existing.c_str(), &s) == 0) break;
+    existing = std::string(paths::parent(existing));
+  }
+  int fd = sys::openFolderPath(existing);
+  if (fd < 0) {
+    error = errno;
+    return {};
+  }
+  Folder folder(fd);
+  std::string at = existing;
+  const std::string missing = resolved.substr(existing.size());
+  for (std::string_view part : paths::split(missing, '/')) {
+    at = paths::join(at, part);
+    folder = openOrMake(folder, std::string(part), at, mode, error);
+    if (!folder.open()) return {};
+  }
+  return folder;
 }
 
 // --- Trash folders -----------------------------------------------------------------------------
@@ -137,38 +181,97 @@ std::optional<std::string> infoPath(const std::string& infoFile) {
 struct Trash {
   std::string root;
   std::string topdir;  // empty for the home Trash, whose Path= is absolute
+  Folder files, info;
 };
 
-// Makes a folder of the Trash if it is missing. A top-directory Trash is shared ground, so
-// there every folder must be a real directory (not a link) owned by this user.
-int prepareFolder(const std::string& path, bool strict) {
+// files/ and info/ of a Trash whose root is open. A top-directory Trash is shared ground, so
+// there every folder must be owned by this user, as its open descriptor says.
+bool openInsides(Trash& trash, const Folder& root, bool strict, bool create, int& error) {
+  for (auto [member, name] : {std::pair{&Trash::files, "files"}, std::pair{&Trash::info, "info"}}) {
+    std::string path = trash.root + "/" + name;
+    Folder folder;
+    if (create) {
+      folder = openOrMake(root, name, path, 0700, error);
+    } else {
+      folder = Folder(sys::openFolderAt(root.fd(), name, path));
+      if (!folder.open()) error = errno;
+    }
+    if (!folder.open()) return false;
+    struct stat s {};
+    if (::fstat(folder.fd(), &s) != 0 || (strict && s.st_uid != ::getuid())) {
+      error = EPERM;
+      return false;
+    }
+    trash.*member = std::move(folder);
+  }
+  return true;
+}
+
+std::optional<Trash> homeTrash(bool create, int& error) {
+  Trash trash{homeTrashRoot(currentHome()), {}, {}, {}};
+  Folder root;
+  if (create) {
+    root = openChain(trash.root, 0700, error);
+  } else {
+    root = Folder(sys::openFolderPath(paths::resolveSymlinks(trash.root)));
+    if (!root.open()) error = errno;
+  }
+  if (!root.open() || !openInsides(trash, root, false, create, error)) return std::nullopt;
+  return trash;
+}
+
+bool ownedByMe(const Folder& f) {
   struct stat s {};
-  auto look = [&] { return strict ? ::lstat(path.c_str(), &s) : ::stat(path.c_str(), &s); };
-  if (look() != 0) {
-    if (errno != ENOENT) return errno;
-    if (sys::makeFolder(path, 0700) != 0 && errno != EEXIST) return errno;
-    if (look() != 0) return errno;
-  }
-  if (!S_ISDIR(s.st_mode)) return ENOTDIR;
-  if (strict && s.st_uid != ::getuid()) return EPERM;
-  return 0;
+  return f.open() && ::fstat(f.fd(), &s) == 0 && S_ISDIR(s.st_mode) && s.st_uid == ::getuid();
 }
 
-int prepareTrash(const std::string& root, bool strict) {
-  if (int e = prepareFolder(root, strict)) return e;
-  if (int e = prepareFolder(root + "/files", strict)) return e;
-  return prepareFolder(root + "/info", strict);
+// $topdir/.Trash/$uid, used only when .Trash is a sticky folder (not a link) and $uid in it is a
+// folder of this user's. Each check is made on the descriptor that is then used.
+std::optional<Trash> sharedTrash(const Folder& top, const std::string& topdir, bool create) {
+  const std::string uid = uidText();
+  const std::string sharedPath = paths::join(topdir, ".Trash");
+  Folder shared(sys::openFolderAt(top.fd(), ".Trash", sharedPath));
+  struct stat s {};
+  if (!shared.open() || ::fstat(shared.fd(), &s) != 0 || !S_ISDIR(s.st_mode) ||
+      !(s.st_mode & S_ISVTX)) {
+    return std::nullopt;
+  }
+  Trash trash{paths::join(sharedPath, uid), topdir, {}, {}};
+  int ignored = 0;
+  Folder mine = create ? openOrMake(shared, uid, trash.root, 0700, ignored)
+                       : Folder(sys::openFolderAt(shared.fd(), uid, trash.root));
+  if (ownedByMe(mine) && openInsides(trash, mine, true, create, ignored)) return trash;
+  return std::nullopt;
 }
 
-int prepareHomeTrash(const std::string& root) {
-  // $XDG_DATA_HOME may not exist yet on a fresh account.
-  std::string prefix;
-  for (std::string_view part : paths::split(root, '/')) {
-    prefix += '/';
-    prefix += part;
-    if (int e = prepareFolder(prefix, false)) return e;
+// $topdir/.Trash-$uid, a folder of this user's.
+std::optional<Trash> ownTrash(const Folder& top, const std::string& topdir, bool create,
+                              int& error) {
+  const std::string name = ".Trash-" + uidText();
+  Trash trash{paths::join(topdir, name), topdir, {}, {}};
+  Folder own = create ? openOrMake(top, name, trash.root, 0700, error)
+                      : Folder(sys::openFolderAt(top.fd(), name, trash.root));
+  if (!own.open()) {
+    if (!create) error = errno;
+    return std::nullopt;
   }
-  return prepareTrash(root, false);
+  if (!ownedByMe(own)) {
+    error = EPERM;
+    return std::nullopt;
+  }
+  if (!openInsides(trash, own, true, create, error)) return std::nullopt;
+  return trash;
+}
+
+// The Trash a move uses at the top of a mount: the shared one when it qualifies, else our own.
+std::optional<Trash> topdirTrash(const std::string& topdir, int& error) {
+  Folder top(sys::openFolderPath(topdir));
+  if (!top.open()) {
+    error = errno;
+    return std::nullopt;
+  }
+  if (std::optional<Trash> shared = sharedTrash(top, topdir, true)) return shared;
+  return ownTrash(top, topdir, true, error);
 }
 
 std::optional<dev_t> deviceOf(std::string path) {
@@ -224,24 +327,106 @@ std::string mountPointOf(const std::string& dir, dev_t device) {
   return top;
 }
 
-std::optional<Trash> topdirTrash(const std::string& topdir) {
-  const std::string uid = uidText();
-  // $topdir/.Trash is shared by all users; it is trusted only as a sticky real directory.
-  std::string shared = paths::join(topdir, ".Trash");
-  struct stat s {};
-  if (::lstat(shared.c_str(), &s) == 0 && S_ISDIR(s.st_mode) && (s.st_mode & S_ISVTX)) {
-    std::string mine = paths::join(shared, uid);
-    if (prepareTrash(mine, true) == 0) return Trash{mine, topdir};
+// The real Trash whose files folder holds the item at resolvedPath (…/files/<name>), opened
+// without making anything: the home Trash, or a Trash at the very top of the mount that holds
+// it which passes the same checks a move makes. A folder that merely looks like a Trash at
+// some depth is not one.
+std::optional<Trash> trashHolding(const std::string& resolvedPath) {
+  std::string_view files = paths::parent(resolvedPath);
+  if (paths::lastComponent(files) != "files" || paths::lastComponent(resolvedPath).empty()) {
+    return std::nullopt;
   }
-  std::string own = paths::join(topdir, ".Trash-" + uid);
-  if (prepareTrash(own, true) == 0) return Trash{own, topdir};
-  return std::nullopt;
+  const std::string root(paths::parent(files));
+  int error = 0;
+  std::string homeRoot = paths::resolveSymlinks(homeTrashRoot(currentHome()));
+  if (root == homeRoot) return homeTrash(false, error);
+
+  const std::string uid = uidText();
+  std::string_view rootName = paths::lastComponent(root);
+  std::string topdir;
+  if (rootName == ".Trash-" + uid) {
+    topdir = paths::parent(root);
+  } else if (rootName == uid && paths::lastComponent(paths::parent(root)) == ".Trash") {
+    topdir = paths::parent(paths::parent(root));
+  } else {
+    return std::nullopt;
+  }
+  struct stat s {};
+  if (::stat(topdir.c_str(), &s) != 0 || mountPointOf(topdir, s.st_dev) != topdir) {
+    return std::nullopt;
+  }
+  Folder top(sys::openFolderPath(topdir));
+  if (!top.open()) return std::nullopt;
+  return rootName == uid ? sharedTrash(top, topdir, false) : ownTrash(top, topdir, false, error);
+}
+
+struct InfoRecord {
+  std::string path;  // the decoded Path=, as written (absolute or relative)
+  std::optional<TimePoint> deleted;
+};
+
+std::optional<TimePoint> parseDeletionDate(std::string_view text) {
+  std::tm parts{};
+  std::string value(text);
+  const char* end = ::strptime(value.c_str(), "%Y-%m-%dT%H:%M:%S", &parts);
+  if (!end) return std::nullopt;
+  parts.tm_isdst = -1;
+  std::time_t when = std::mktime(&parts);
+  if (when == -1) return std::nullopt;
+  return Clock::from_time_t(when);
+}
+
+// The [Trash Info] group of an item's record.
+std::optional<InfoRecord> infoRecord(const Trash& trash, const std::string& name) {
+  int fd = ::openat(trash.info.fd(), (name + std::string(kInfoSuffix)).c_str(),
+                    O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
+  if (fd < 0) return std::nullopt;
+  Folder file(fd);  // closes it
+  struct stat s {};
+  if (::fstat(fd, &s) != 0 || !S_ISREG(s.st_mode) || s.st_size > kMaxInfoSize) {
+    return std::nullopt;
+  }
+  std::string text(static_cast<size_t>(s.st_size), '\0');
+  ssize_t n = ::pread(fd, text.data(), text.size(), 0);
+  if (n < 0) return std::nullopt;
+  text.resize(static_cast<size_t>(n));
+  bool inGroup = false;
+  std::optional<std::string> path;
+  std::optional<TimePoint> deleted;
+  for (std::string_view line : paths::split(text, '\n')) {
+    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    if (!line.empty() && line.front() == '[') {
+      inGroup = line == "[Trash Info]";
+      continue;
+    }
+    if (inGroup && line.substr(0, 5) == "Path=" && !path) path = percentDecode(line.substr(5));
+    if (inGroup && line.substr(0, 13) == "DeletionDate=" && !deleted) {
+      deleted = parseDeletionDate(line.substr(13));
+    }
+  }
+  if (!path) return std::nullopt;
+  return InfoRecord{*path, deleted};
+}
+
+// Whether the record of name in this Trash names originalPath.
+bool infoNames(const Trash& trash, const std::string& name, const std::string& originalPath,
+               std::optional<TimePoint>* deleted = nullptr) {
+  std::optional<InfoRecord> record = infoRecord(trash, name);
+  if (!record || record->path.empty()) return false;
+  if (deleted) *deleted = record->deleted;
+  std::string full = record->path;
+  if (full.front() != '/') {
+    if (trash.topdir.empty()) return false;
+    full = paths::join(trash.topdir, full);
+  }
+  return paths::standardize(full) == paths::standardize(originalPath) ||
+         paths::resolveParentSymlinks(full) == paths::resolveParentSymlinks(originalPath);
 }
 
 // --- Names in the Trash ------------------------------------------------------------------------
 
-size_t nameLimit(const std::string& folder) {
-  long max = ::pathconf(folder.c_str(), _PC_NAME_MAX);
+size_t nameLimit(int folder) {
+  long max = ::fpathconf(folder, _PC_NAME_MAX);
   if (max <= 0) max = NAME_MAX;
   // The .trashinfo carries the same name plus its suffix, and must fit too.
   long room = max - static_cast<long>(kInfoSuffix.size());
@@ -283,58 +468,38 @@ struct MoveResult {
   bool bothNames = false;  // linked at the target, yet the old name could not go
 };
 
-// Renames without ever replacing the target. Where the file system has no RENAME_NOREPLACE, a
-// file or link is given its new name with link(), which refuses an existing target, and then
-// loses its old one; a folder cannot be moved that way and stays.
-MoveResult moveNoReplace(const std::string& from, const std::string& to, bool isFolder) {
-  if (sys::renameNoReplace(from, to) == 0) return {};
+// Renames without ever replacing the target, folder to folder by descriptor. Where the file
+// system has no RENAME_NOREPLACE, a file or link is given its new name with link(), which
+// refuses an existing target, and then loses its old one; a folder cannot be moved that way and
+// stays.
+MoveResult moveNoReplace(int fromDir, const std::string& fromName, int toDir,
+                         const std::string& toName, bool isFolder, const std::string& path) {
+  if (sys::renameNoReplace(fromDir, fromName, toDir, toName, path) == 0) return {};
   int error = errno;
   if ((error != EINVAL && error != ENOSYS) || isFolder) return {error};
-  if (sys::link(from, to) != 0) return {errno};
-  if (sys::unlinkOldName(from, to) != 0) return {errno, true};
+  if (sys::link(fromDir, fromName, toDir, toName, path) != 0) return {errno};
+  if (sys::unlinkOldName(fromDir, fromName, toDir, toName, path) != 0) return {errno, true};
   return {};
 }
 
-TrashMove failed(int error) {
-  return TrashMove{{}, systemText(error)};
-}
-
-bool isRightsError(int error) {
+bool isPermission(int error) {
   return error == EACCES || error == EPERM;
 }
 
-// The item could not move because of who the user is, not because of the Trash.
-TrashMove refused(int error) {
-  return TrashMove{{}, systemText(error), true};
-}
-
-// Moving needs write access to the folder that holds the item and, for a folder, to the folder
-// itself (its ".." changes). Asked up front so that lack of rights is told apart from any
-// trouble with the Trash.
-int rightsToMove(const std::string& folder, const std::string& source, bool isFolder) {
-  if (::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0 && isRightsError(errno))
-    return errno;
-  if (isFolder && ::faccessat(AT_FDCWD, source.c_str(), W_OK, AT_EACCESS) != 0 &&
-      isRightsError(errno))
-    return errno;
-  return 0;
+TrashMove failed(int error) {
+  return TrashMove{{}, systemText(error), isPermission(error)};
 }
 
 struct Placed {
   std::string trashPath;
   int error = 0;
-  bool atRename = false;  // the error came from moving the item itself
 };
-
-TrashMove failedPlacing(const Placed& placed) {
-  return placed.atRename && isRightsError(placed.error) ? refused(placed.error)
-                                                        : failed(placed.error);
-}
 
 // Reserves a name in this Trash with its .trashinfo on disk first, then renames the item in.
 // Every way out leaves the item either where it was or in the Trash with its .trashinfo.
-Placed moveInto(const Trash& trash, const std::string& source, std::string_view name, bool isFolder,
-                const std::string& recordedPath) {
+Placed moveInto(const Trash& trash, const Folder& parent, const std::string& source,
+                const std::string& name, bool isFolder, const std::string& recordedPath,
+                const BeforeTrashing& beforeTrashing) {
   // Neither the Trash itself, nor anything in it or holding it.
   const std::string resolvedRoot = paths::resolveSymlinks(trash.root);
   if (paths::isWithin(source, resolvedRoot) || paths::isWithin(resolvedRoot, source)) {
@@ -343,18 +508,22 @@ Placed moveInto(const Trash& trash, const std::string& source, std::string_view 
   const std::string files = trash.root + "/files";
   const std::string info = trash.root + "/info";
   const std::string contents = infoText(recordedPath);
-  size_t limit = nameLimit(info);
+  size_t limit = nameLimit(trash.info.fd());
   int number = 1;
   for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
     std::string candidate = trashName(name, number, limit);
     std::string target = files + "/" + candidate;
-    std::string infoFile = info + "/" + candidate + std::string(kInfoSuffix);
+    std::string infoName = candidate + std::string(kInfoSuffix);
+    std::string infoFile = info + "/" + infoName;
     struct stat s {};
-    if (::lstat(target.c_str(), &s) == 0) {
+    if (::fstatat(trash.files.fd(), candidate.c_str(), &s, AT_SYMLINK_NOFOLLOW) == 0) {
       ++number;  // an item without a .trashinfo still owns its name
       continue;
     }
-    int fd = sys::reserveFile(infoFile, 0600);
+    if (beforeTrashing) {
+      if (int e = beforeTrashing(target)) return {{}, e};
+    }
+    int fd = sys::reserveFileAt(trash.info.fd(), infoName, 0600, infoFile);
     if (fd < 0) {
       int error = errno;
       if (error == EEXIST) {
@@ -370,42 +539,40 @@ Placed moveInto(const Trash& trash, const std::string& source, std::string_view 
     if (sys::writeAndSync(fd, infoFile, contents) != 0) {
       int error = errno;
       ::close(fd);
-      sys::dropInfo(infoFile);
+      sys::dropInfo(trash.info.fd(), infoName, infoFile);
       return {{}, error};
     }
     ::close(fd);
-    MoveResult moved = moveNoReplace(source, target, isFolder);
+    MoveResult moved =
+        moveNoReplace(parent.fd(), name, trash.files.fd(), candidate, isFolder, source);
     if (moved.error == 0) return {target, 0};
     // With both names present the item is also in the Trash, and its record must stay.
     if (moved.bothNames) return {{}, moved.error};
-    sys::dropInfo(infoFile);
+    sys::dropInfo(trash.info.fd(), infoName, infoFile);
     if (moved.error == EEXIST) {
       ++number;
     } else if (moved.error == ENAMETOOLONG && limit > 16) {
       limit -= limit / 4;
     } else {
-      return {{}, moved.error, true};
+      return {{}, moved.error};
     }
   }
   return {{}, EEXIST};
 }
 
-// The Trash folder an item at trashPath (…/files/<name>) belongs to, or "".
-std::string trashRootOf(const std::string& trashPath) {
-  std::string_view files = paths::parent(trashPath);
-  if (paths::lastComponent(files) != "files") return {};
-  return std::string(paths::parent(files));
-}
-
-std::string infoFileFor(const std::string& trashPath) {
-  std::string root = trashRootOf(trashPath);
-  if (root.empty()) return {};
-  return root + "/info/" + std::string(paths::lastComponent(trashPath)) + std::string(kInfoSuffix);
+// Whether this user may change the folder's entries, by its open descriptor.
+bool mayWrite(const Folder& folder) {
+  return ::faccessat(folder.fd(), ".", W_OK | X_OK, AT_EACCESS) == 0;
 }
 
 }  // namespace
 
-TrashMove moveToTrash(const std::string& path) {
+namespace {
+TrashMove moveFrom(const Folder& parent, const std::string& absolute, const std::string& folder,
+                   const std::string& name, const BeforeTrashing& beforeTrashing);
+}  // namespace
+
+TrashMove moveToTrash(const std::string& path, const BeforeTrashing& beforeTrashing) {
   if (path.empty()) return failed(ENOENT);
   std::string absolute = path;
   if (absolute.front() != '/') {
@@ -416,81 +583,121 @@ TrashMove moveToTrash(const std::string& path) {
   absolute = paths::standardize(absolute);
   if (absolute == "/") return failed(EBUSY);
 
-  struct stat item {};
-  if (::lstat(absolute.c_str(), &item) != 0) return failed(errno);
-  const bool isFolder = S_ISDIR(item.st_mode);
   const std::string name(paths::lastComponent(absolute));
   const std::string folder = paths::resolveSymlinks(paths::parent(absolute));
-  const std::string source = paths::join(folder, name);
-  struct stat parent {};
-  if (::stat(folder.c_str(), &parent) != 0) return failed(errno);
-  if (int e = rightsToMove(folder, source, isFolder)) return refused(e);
-
-  const std::string homeRoot = homeTrashRoot(currentHome());
-  if (deviceOf(homeRoot) == parent.st_dev) {
-    if (int e = prepareHomeTrash(homeRoot)) return failed(e);
-    Placed placed = moveInto(Trash{homeRoot, {}}, source, name, isFolder, absolute);
-    if (placed.error == 0) return TrashMove{placed.trashPath, {}};
-    // The same device can still be another mount (a bind mount), whose own Trash may take it.
-    if (placed.error != EXDEV) return failedPlacing(placed);
-  }
-
-  const std::string topdir = mountPointOf(folder, parent.st_dev);
-  std::optional<Trash> trash = topdirTrash(topdir);
-  if (!trash) return TrashMove{{}, std::string(kNoTrash)};
-  std::string relative = source.substr(topdir == "/" ? 1 : topdir.size() + 1);
-  Placed placed = moveInto(*trash, source, name, isFolder, relative);
-  if (placed.error != 0) return failedPlacing(placed);
-  return TrashMove{placed.trashPath, {}};
+  // From here on the parent is the folder held open: a link put in its place later changes
+  // nothing, and one put there before this open makes it fail.
+  Folder parent(sys::openFolderPath(folder));
+  if (!parent.open()) return failed(errno == ELOOP ? ENOTDIR : errno);
+  TrashMove move = moveFrom(parent, absolute, folder, name, beforeTrashing);
+  // A folder this user may not change is a matter of permission, whatever the call said.
+  if (!move.ok() && !mayWrite(parent)) move.permissionDenied = true;
+  return move;
 }
 
-bool isInTrashFolder(const std::string& resolvedPath, const std::string& resolvedHome) {
-  std::string homeFiles = paths::resolveSymlinks(homeTrashRoot(resolvedHome) + "/files");
-  if (paths::isStrictlyWithin(resolvedPath, homeFiles)) return true;
+namespace {
+TrashMove moveFrom(const Folder& parent, const std::string& absolute, const std::string& folder,
+                   const std::string& name, const BeforeTrashing& beforeTrashing) {
+  const std::string source = paths::join(folder, name);
+  struct stat item {
+  }, parentStat{};
+  if (::fstatat(parent.fd(), name.c_str(), &item, AT_SYMLINK_NOFOLLOW) != 0) return failed(errno);
+  if (::fstat(parent.fd(), &parentStat) != 0) return failed(errno);
+  const bool isFolder = S_ISDIR(item.st_mode);
 
-  // <topdir>/.Trash/<uid>/files/<item> or <topdir>/.Trash-<uid>/files/<item>.
-  const std::string uid = uidText();
-  const std::string own = ".Trash-" + uid;
-  auto parts = paths::split(resolvedPath, '/');
-  for (size_t i = 0; i < parts.size(); ++i) {
-    if (parts[i] == ".Trash" && i + 3 < parts.size() && parts[i + 1] == uid &&
-        parts[i + 2] == "files") {
-      return true;
-    }
-    if (parts[i] == own && i + 2 < parts.size() && parts[i + 1] == "files") return true;
+  const std::string homeRoot = homeTrashRoot(currentHome());
+  if (deviceOf(homeRoot) == parentStat.st_dev) {
+    int error = 0;
+    std::optional<Trash> trash = homeTrash(true, error);
+    if (!trash) return failed(error);
+    Placed placed = moveInto(*trash, parent, source, name, isFolder, absolute, beforeTrashing);
+    if (placed.error == 0) return TrashMove{placed.trashPath, {}};
+    // The same device can still be another mount (a bind mount), whose own Trash may take it.
+    if (placed.error != EXDEV) return failed(placed.error);
   }
-  return false;
+
+  const std::string topdir = mountPointOf(folder, parentStat.st_dev);
+  int error = 0;
+  std::optional<Trash> trash = topdirTrash(topdir, error);
+  if (!trash) return TrashMove{{}, std::string(kNoTrash)};
+  std::string relative = source.substr(topdir == "/" ? 1 : topdir.size() + 1);
+  Placed placed = moveInto(*trash, parent, source, name, isFolder, relative, beforeTrashing);
+  if (placed.error != 0) return failed(placed.error);
+  return TrashMove{placed.trashPath, {}};
+}
+}  // namespace
+
+bool isInTrashFolder(const std::string& resolvedPath, const std::string&) {
+  return trashHolding(resolvedPath).has_value();
 }
 
 bool trashItemMatches(const std::string& trashPath, const std::string& originalPath) {
-  std::string root = trashRootOf(trashPath);
-  if (root.empty()) return false;
-  std::optional<std::string> recorded = infoPath(infoFileFor(trashPath));
-  if (!recorded || recorded->empty()) return false;
-  std::string full = *recorded;
-  if (full.front() != '/') {
-    // Relative to the top of the file system: the folder holding .Trash-<uid>, or the one
-    // holding .Trash/<uid>.
-    std::string_view top = paths::parent(root);
-    if (paths::lastComponent(top) == ".Trash") {
-      top = paths::parent(top);
-    } else if (paths::lastComponent(root).substr(0, 7) != ".Trash-") {
-      return false;
-    }
-    full = paths::join(top, full);
-  }
-  return paths::standardize(full) == paths::standardize(originalPath) ||
-         paths::resolveParentSymlinks(full) == paths::resolveParentSymlinks(originalPath);
+  const std::string resolved = paths::resolveParentSymlinks(trashPath);
+  std::optional<Trash> trash = trashHolding(resolved);
+  if (!trash) return false;
+  const std::string name(paths::lastComponent(resolved));
+  struct stat s {};
+  if (::fstatat(trash->files.fd(), name.c_str(), &s, AT_SYMLINK_NOFOLLOW) != 0) return false;
+  return infoNames(*trash, name, originalPath);
 }
 
 std::string moveOutOfTrash(const std::string& trashPath, const std::string& originalPath) {
+  const std::string resolved = paths::resolveParentSymlinks(trashPath);
+  std::optional<Trash> trash = trashHolding(resolved);
+  if (!trash) return systemText(ENOENT);
+  const std::string name(paths::lastComponent(resolved));
   struct stat item {};
-  if (::lstat(trashPath.c_str(), &item) != 0) return systemText(errno);
-  MoveResult moved = moveNoReplace(trashPath, originalPath, S_ISDIR(item.st_mode));
+  if (::fstatat(trash->files.fd(), name.c_str(), &item, AT_SYMLINK_NOFOLLOW) != 0) {
+    return systemText(errno);
+  }
+  // The folder to return to, made where missing and held open from here on; a link slipped
+  // into its path makes this fail rather than send the item elsewhere.
+  const std::string original = paths::resolveParentSymlinks(originalPath);
+  const std::string back(paths::lastComponent(original));
+  if (back.empty()) return systemText(EINVAL);
+  int error = 0;
+  Folder target = openChain(std::string(paths::parent(original)), 0777, error);
+  if (!target.open()) return systemText(error);
+  MoveResult moved =
+      moveNoReplace(trash->files.fd(), name, target.fd(), back, S_ISDIR(item.st_mode), resolved);
   if (moved.error != 0) return systemText(moved.error);
   // The item is back; its Trash record would now describe nothing.
-  if (std::string info = infoFileFor(trashPath); !info.empty()) sys::dropInfo(info);
+  sys::dropInfo(trash->info.fd(), name + std::string(kInfoSuffix),
+                trash->root + "/info/" + name + std::string(kInfoSuffix));
   return {};
+}
+
+int makeFolders(const std::string& path) {
+  int error = 0;
+  Folder folder = openChain(paths::standardize(path), 0777, error);
+  return folder.open() ? 0 : error;
+}
+
+bool dropStaleRecord(const std::string& trashPath, const std::string& originalPath,
+                     TimePoint notBefore) {
+  const std::string resolved = paths::resolveParentSymlinks(trashPath);
+  std::optional<Trash> trash = trashHolding(resolved);
+  if (!trash) return false;
+  const std::string name(paths::lastComponent(resolved));
+  struct stat s {};
+  if (::fstatat(trash->files.fd(), name.c_str(), &s, AT_SYMLINK_NOFOLLOW) == 0) return false;
+  const std::string infoName = name + std::string(kInfoSuffix);
+  std::optional<TimePoint> deleted;
+  if (!infoNames(*trash, name, originalPath, &deleted)) {
+    // Reserved and never written: an empty record made no earlier than the move's intent.
+    struct stat s {};
+    if (::fstatat(trash->info.fd(), infoName.c_str(), &s, AT_SYMLINK_NOFOLLOW) != 0 ||
+        !S_ISREG(s.st_mode) || s.st_size != 0 ||
+        Clock::from_time_t(s.st_mtim.tv_sec) + std::chrono::seconds(2) < notBefore) {
+      return false;
+    }
+    return sys::dropInfo(trash->info.fd(), infoName, trash->root + "/info/" + infoName) == 0;
+  }
+  // Written by the move that recorded notBefore, not an older record of the same path (its
+  // date is kept to the second).
+  if (!deleted || *deleted + std::chrono::seconds(2) < notBefore) return false;
+  // A .trashinfo of this program's own move, whose item never arrived or has gone back.
+  return sys::dropInfo(trash->info.fd(), infoName, trash->root + "/info/" + infoName) == 0;
 }
 
 }  // namespace dw::platform

@@ -5,9 +5,11 @@
 
 #import <Foundation/Foundation.h>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <cstring>
+#include <filesystem>
 
 #include <string>
 #include <string_view>
@@ -28,28 +30,26 @@ std::string describe(NSError* error) {
   return std::string(text.UTF8String ?: "The item could not be moved.");
 }
 
-// The system refused for lack of rights: the Finder would ask for an administrator here.
-bool isRightsError(NSError* error) {
-  if (error == nil) return false;
-  if ([error.domain isEqualToString:NSCocoaErrorDomain] &&
-      (error.code == NSFileWriteNoPermissionError || error.code == NSFileReadNoPermissionError))
-    return true;
-  NSError* underlying = error.userInfo[NSUnderlyingErrorKey];
-  NSError* posix = [error.domain isEqualToString:NSPOSIXErrorDomain] ? error : underlying;
-  return posix != nil && [posix.domain isEqualToString:NSPOSIXErrorDomain] &&
-         (posix.code == EACCES || posix.code == EPERM);
-}
-
 }  // namespace
 
-TrashMove moveToTrash(const std::string& path) {
+TrashMove moveToTrash(const std::string& path, const BeforeTrashing& beforeTrashing) {
   @autoreleasepool {
+    // The system picks the name in the Trash only as it moves the item, so the place is not
+    // known beforehand: the journal is told the Trash folder the item is headed for.
+    if (beforeTrashing) {
+      if (int e = beforeTrashing(std::string())) return TrashMove{{}, std::strerror(e), false};
+    }
     NSURL* resulting = nil;
     NSError* error = nil;
     BOOL moved = [[NSFileManager defaultManager] trashItemAtURL:fileURL(path)
                                                resultingItemURL:&resulting
                                                           error:&error];
-    if (!moved || resulting == nil) return TrashMove{{}, describe(error), isRightsError(error)};
+    if (!moved || resulting == nil) {
+      bool denied =
+          [error.domain isEqualToString:NSCocoaErrorDomain] &&
+          (error.code == NSFileWriteNoPermissionError || error.code == NSFileReadNoPermissionError);
+      return TrashMove{{}, describe(error), denied};
+    }
     return TrashMove{resulting.path.fileSystemRepresentation, {}};
   }
 }
@@ -73,9 +73,11 @@ bool isInTrashFolder(const std::string& resolvedPath, const std::string& resolve
   return false;
 }
 
-bool trashItemMatches(const std::string&, const std::string&) {
-  // The Mac's Trash keeps no record beside the item that could be checked.
-  return true;
+bool trashItemMatches(const std::string& trashPath, const std::string&) {
+  // The Mac's Trash keeps no record beside the item that could be checked: the item being there
+  // is the test.
+  struct stat s {};
+  return ::lstat(trashPath.c_str(), &s) == 0;
 }
 
 std::string moveOutOfTrash(const std::string& trashPath, const std::string& originalPath) {
@@ -87,6 +89,17 @@ std::string moveOutOfTrash(const std::string& trashPath, const std::string& orig
                                                          error:&error];
     return moved ? std::string() : describe(error);
   }
+}
+
+int makeFolders(const std::string& path) {
+  std::error_code ec;
+  std::filesystem::create_directories(path, ec);
+  return ec ? ec.value() : 0;
+}
+
+bool dropStaleRecord(const std::string&, const std::string&, TimePoint) {
+  // The system's Trash keeps its records itself; there is nothing of ours to drop.
+  return false;
 }
 
 }  // namespace dw::platform

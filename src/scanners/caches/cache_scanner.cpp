@@ -9,6 +9,7 @@
 #include "base/paths.h"
 #include "findings/notes.h"
 #include "measure/project_folders.h"
+#include "platform/own_ground.h"
 #include "scanners/folder_listing.h"
 
 namespace dw::CacheScanner {
@@ -157,7 +158,8 @@ bool isSafeCacheLocation(const std::string& path, const Locations& places) {
   for (const std::string* cache : {&places.npmCache, &places.npxCache, &places.gradleCaches}) {
     inside = inside || paths::isWithin(resolved, underResolvedHome(*cache, places, resolvedHome));
   }
-  return inside && !isRefusedPlace(resolved, places, resolvedHome);
+  return inside && !isRefusedPlace(resolved, places, resolvedHome) &&
+         !OwnGround::excludes(path, places);
 }
 
 bool isChromeProfileCache(const std::string& path, const Locations& places) {
@@ -175,7 +177,8 @@ bool isChromeProfileCache(const std::string& path, const Locations& places) {
   if (!known && inside.substr(0, kServiceWorker.size() + 1) == std::string(kServiceWorker) + "/") {
     known = isOneOf(inside.substr(kServiceWorker.size() + 1), kServiceWorkerFolders);
   }
-  return known && !isRefusedPlace(resolved, places, resolvedHome);
+  return known && !isRefusedPlace(resolved, places, resolvedHome) &&
+         !OwnGround::excludes(path, places);
 }
 
 bool isListableCache(const std::string& path, const Locations& places) {
@@ -203,7 +206,9 @@ std::vector<CacheFinding> scanLibraryCaches(const Locations& places, bool chrome
   std::vector<std::string> children;
   for (const FolderEntry& e : entriesOf(places.caches)) {
     if (beginsWithApple(e.name)) continue;  // never listed, so never walked
-    children.push_back(paths::join(places.caches, e.name));
+    std::string child = paths::join(places.caches, e.name);
+    if (OwnGround::excludes(child, places)) continue;  // a Trash or our own data: not walked
+    children.push_back(std::move(child));
   }
   std::vector<DiskSizer::SizeReading> readings = measurer.measureAll(children);
   std::vector<CacheFinding> findings;

@@ -7,6 +7,7 @@
 #include "base/paths.h"
 #include "measure/disk_sizer.h"
 #include "measure/project_folders.h"
+#include "platform/own_ground.h"
 #include "platform/package.h"
 
 namespace dw::LargeFilesScanner {
@@ -57,6 +58,8 @@ std::vector<CacheFinding> scan(const Locations& places, std::stop_token stop) {
     if (root.empty()) continue;
     for (const DiskSizer::LargeFile& file : DiskSizer::listLargeFiles(
              root, DiskSizer::kLargeFileMinimum, DiskSizer::kLargeFileDepth, stop)) {
+      // A file in a Trash or among our own data is never offered, even as shown only.
+      if (OwnGround::excludes(file.path, places)) continue;
       CacheFinding f;
       f.id = file.path;
       f.name = std::string(paths::lastComponent(file.path));
@@ -77,6 +80,7 @@ bool isAllowedLocation(const std::string& path, const Locations& places) {
   struct stat s {};
   // The item itself: a regular file, never a link (moving a link would not free its target).
   if (path.empty() || ::lstat(path.c_str(), &s) != 0 || !S_ISREG(s.st_mode)) return false;
+  if (OwnGround::excludes(path, places)) return false;
   std::string file = resolved(path);
   for (const std::string* refused : {&places.desktop, &places.documents}) {
     if (!refused->empty() && (paths::isWithin(file, resolved(*refused)) ||

@@ -10,6 +10,7 @@
 #include "base/paths.h"
 #include "base/time.h"
 #include "measure/disk_sizer.h"
+#include "platform/own_ground.h"
 #include "platform/plist.h"
 #include "scanners/app_bundles.h"
 #include "scanners/folder_listing.h"
@@ -329,7 +330,7 @@ std::set<std::string> installedBundleIDs(const Locations& places,
 }
 
 bool isAllowedPath(const std::string& path, const Locations& places) {
-  if (path.empty()) return false;
+  if (path.empty() || OwnGround::excludes(path, places)) return false;
   std::string resolvedHome = resolved(places.home);
   std::string file = resolved(path);
   if (!paths::isStrictlyWithin(file, paths::join(resolvedHome, "Library"))) return false;

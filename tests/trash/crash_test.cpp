@@ -1,0 +1,248 @@
+// A clear or a Put Back killed, or failing, at every single step, then a fresh start: nothing
+// missing from the log, nothing orphaned in the Trash. And folders swapped for links between
+// the check and the move never send an item anywhere else.
+#ifdef __linux__
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <functional>
+
+#include "platform/linux/syscalls.h"
+#include "platform/own_ground.h"
+#include "support/temp_dir.h"
+#include "trash/clearing.h"
+
+namespace dw::Clearing {
+namespace {
+
+namespace fs = std::filesystem;
+namespace sys = platform::sys;
+using namespace dw::test;
+
+constexpr int kKilled = 42;
+
+size_t count(const std::string& folder) {
+  return exists(folder) ? std::distance(fs::directory_iterator(folder), {}) : 0;
+}
+
+struct CrashTest : ::testing::Test {
+  TempHome home;
+  TempDir outside;
+  Locations places = Locations::platformDefault(home.path());
+  std::string item = home / "Downloads/movie.mkv";
+  std::string journal = fs::path(places.logFile).parent_path() / "cleared.journal";
+
+  void SetUp() override { writeFile(item, "frames"); }
+  void TearDown() override { sys::setFaultHook({}); }
+
+  // Moves the item as a clear does: one move, then the log written at completion.
+  void clear() {
+    Outcome outcome;
+    outcome.sessionID = "0E984725-C51C-4BF4-9960-E1C80E27ABA0";
+    moveOne({item, 6, "file", "movie.mkv"}, places, outcome);
+    ClearedLog::append(outcome.entries, places);
+  }
+
+  // Runs work in a child process that ends itself at the step-th system call of the seam; true
+  // when the work finished before that step came.
+  bool finishedBeforeKill(int step, const std::function<void()>& work) {
+    pid_t child = ::fork();
+    if (child == 0) {
+      int calls = 0;
+      sys::setFaultHook([&calls, step](sys::Step, const std::string&) {
+        if (calls++ == step) ::_exit(kKilled);
+        return 0;
+      });
+      try {
+        work();
+      } catch (...) {
+      }
+      ::_exit(0);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status)) << status;
+    return WEXITSTATUS(status) == 0;
+  }
+
+  // After a fresh start: the item is either where it was and unknown to the Trash and the log,
+  // or in the Trash with its .trashinfo and exactly one record; the journal is settled.
+  void expectWhole(bool putBack, const std::string& at) {
+    SCOPED_TRACE(at);
+    ClearedLog::recover(places);
+    std::vector<ClearedLog::Entry> entries = ClearedLog::load(places);
+    EXPECT_FALSE(exists(journal));
+    if (exists(item)) {
+      EXPECT_EQ(readFile(item), "frames");
+      EXPECT_EQ(count(home.trashFiles()) + count(home.trashInfo()), 0u);
+      if (putBack) {
+        ASSERT_EQ(entries.size(), 1u);
+        EXPECT_TRUE(entries[0].putBackAt);
+      } else {
+        EXPECT_TRUE(entries.empty());
+      }
+    } else {
+      EXPECT_EQ(count(home.trashFiles()), 1u);
+      EXPECT_EQ(count(home.trashInfo()), 1u);
+      ASSERT_EQ(entries.size(), 1u);
+      EXPECT_FALSE(entries[0].putBackAt);
+      EXPECT_EQ(readFile(entries[0].trashPath), "frames");
+      EXPECT_EQ(ClearedLog::statusText(entries[0]), "In the Trash");
+    }
+  }
+
+  void reset() {
+    fs::remove_all(home / ".local");
+    fs::remove_all(home / "Downloads");
+    writeFile(item, "frames");
+  }
+};
+
+TEST_F(CrashTest, AClearKilledOrFailingAtAnyStepLosesNoRecordAndLeavesNoOrphan) {
+  int step = 0;
+  for (; step < 100; ++step) {
+    bool finished = finishedBeforeKill(step, [&] { clear(); });
+    expectWhole(false, "killed at step " + std::to_string(step));
+    reset();
+    if (finished) break;
+  }
+  EXPECT_GT(step, 8);  // the steps were really there to be killed at
+  EXPECT_LT(step, 100);
+
+  // Each step failing instead: the clear goes on as far as it can, the next start completes it.
+  for (int failing = 0; failing < step; ++failing) {
+    int calls = 0;
+    sys::setFaultHook([&](sys::Step, const std::string&) { return calls++ == failing ? EIO : 0; });
+    try {
+      clear();
+    } catch (const std::system_error&) {
+    }
+    sys::setFaultHook({});
+    expectWhole(false, "failed at step " + std::to_string(failing));
+    reset();
+  }
+}
+
+TEST_F(CrashTest, APutBackKilledOrFailingAtAnyStepLosesNoRecordAndLeavesNoOrphan) {
+  int step = 0;
+  for (; step < 100; ++step) {
+    clear();
+    ClearedLog::Entry entry = ClearedLog::load(places).at(0);
+    bool finished = finishedBeforeKill(step, [&] { ClearedLog::putBack(entry, places); });
+    expectWhole(true, "killed at step " + std::to_string(step));
+    reset();
+    if (finished) break;
+  }
+  EXPECT_GT(step, 4);
+  for (int failing = 0; failing < step; ++failing) {
+    clear();
+    ClearedLog::Entry entry = ClearedLog::load(places).at(0);
+    int calls = 0;
+    sys::setFaultHook([&](sys::Step, const std::string&) { return calls++ == failing ? EIO : 0; });
+    try {
+      ClearedLog::putBack(entry, places);
+    } catch (const std::exception&) {
+    }
+    sys::setFaultHook({});
+    expectWhole(true, "failed at step " + std::to_string(failing));
+    reset();
+  }
+}
+
+TEST_F(CrashTest, RecoveryKeepsARecordThatNoRecentIntentOfOursWrote) {
+  // Another program's record of the same item, and an old record of ours: neither is named in
+  // a recent intent of this program, so recovery keeps them.
+  writeFile(home.trashInfo() + "/movie.mkv.trashinfo",
+            "[Trash Info]\nPath=" + item + "\nDeletionDate=2020-01-01T00:00:00\n");
+  Outcome outcome;
+  outcome.sessionID = "0E984725-C51C-4BF4-9960-E1C80E27ABA0";
+  ASSERT_FALSE(moveOne({item, 6, "file", "movie.mkv"}, places, outcome));
+  EXPECT_EQ(outcome.entries.at(0).trashPath, home.trashFiles() + "/movie 2.mkv");
+  ClearedLog::recover(places);
+  EXPECT_TRUE(exists(home.trashInfo() + "/movie.mkv.trashinfo"));
+  EXPECT_EQ(ClearedLog::load(places).size(), 1u);
+}
+
+// Between the check and the move a folder is swapped for a link to a folder outside the home.
+struct SwapTest : CrashTest {
+  // At the first call of this step, folder becomes folder + ".real" and a link to outside.
+  void swapAt(sys::Step when, const std::string& folder) {
+    sys::setFaultHook(
+        [this, when, folder, done = false](sys::Step step, const std::string&) mutable {
+          if (step == when && !done) {
+            done = true;
+            fs::rename(folder, folder + ".real");
+            fs::create_directory_symlink(outside.path(), folder);
+          }
+          return 0;
+        });
+  }
+};
+
+TEST_F(SwapTest, AFolderSwappedForALinkNeverRedirectsAClearOrAPutBack) {
+  const auto empty = snapshot(outside.path());
+  Outcome outcome;
+  outcome.sessionID = "0E984725-C51C-4BF4-9960-E1C80E27ABA0";
+
+  // The item's folder, after it was opened: the item moves from the folder that was checked.
+  swapAt(sys::Step::rename, home / "Downloads");
+  EXPECT_FALSE(moveOne({item, 6, "file", "movie.mkv"}, places, outcome));
+  EXPECT_EQ(readFile(home.trashFiles() + "/movie.mkv"), "frames");
+  EXPECT_EQ(snapshot(outside.path()), empty);
+
+  // Before it was opened: refused, nothing moves.
+  fs::remove(home / "Downloads");
+  fs::remove(home / "Downloads.real");
+  writeFile(item, "frames");
+  swapAt(sys::Step::openFolder, home / "Downloads");
+  std::optional<MoveFailure> refused = moveOne({item, 6, "file", "movie.mkv"}, places, outcome);
+  ASSERT_TRUE(refused);
+  EXPECT_EQ(readFile(home / "Downloads.real/movie.mkv"), "frames");
+  EXPECT_EQ(snapshot(outside.path()), empty);
+  fs::remove(home / "Downloads");
+  fs::rename(home / "Downloads.real", home / "Downloads");
+
+  // The Trash's files folder: the item lands in the Trash that was checked.
+  swapAt(sys::Step::rename, home.trashFiles());
+  EXPECT_FALSE(moveOne({item, 6, "file", "movie.mkv"}, places, outcome));
+  EXPECT_EQ(readFile(home.trashFiles() + ".real/movie 2.mkv"), "frames");
+  EXPECT_EQ(snapshot(outside.path()), empty);
+  fs::remove(home.trashFiles());
+  fs::rename(home.trashFiles() + ".real", home.trashFiles());
+  sys::setFaultHook({});
+  ClearedLog::append(outcome.entries, places);
+
+  // Put Back: the folder to return to is swapped after it was opened; the item goes back into
+  // the folder that was checked, never outside the home.
+  ClearedLog::Entry first = ClearedLog::load(places).back();
+  swapAt(sys::Step::rename, home / "Downloads");
+  ClearedLog::putBack(first, places);
+  EXPECT_EQ(readFile(home / "Downloads.real/movie.mkv"), "frames");
+  EXPECT_EQ(snapshot(outside.path()), empty);
+}
+
+TEST_F(CrashTest, OwnGroundNeverMoves) {
+  ClearedLog::append({}, places);
+  clear();  // the log and its folder exist now
+  const std::string data = fs::path(places.logFile).parent_path();
+  Outcome outcome;
+  for (const std::string& own :
+       {places.logFile, data, home / ".local/share", home.trashFiles(),
+        home.trashFiles() + "/movie.mkv", home.trashInfo(), home / ".local", places.defaultsFile}) {
+    writeFile(places.defaultsFile, "{}");
+    std::optional<MoveFailure> refused = moveOne({own, 1, "cache", "own"}, places, outcome);
+    ASSERT_TRUE(refused) << own;
+    EXPECT_EQ(refused->reason, kNoLongerAllowed);
+    EXPECT_TRUE(exists(own)) << own;
+  }
+  EXPECT_TRUE(outcome.entries.empty());
+  EXPECT_FALSE(OwnGround::excludes(home / "Downloads", places));
+}
+
+}  // namespace
+}  // namespace dw::Clearing
+
+#endif  // __linux__

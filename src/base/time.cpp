@@ -56,4 +56,30 @@ std::string localDate(TimePoint when) {
   return format(when, "%b %-d, %Y", false);
 }
 
+std::string relativeText(TimePoint then, TimePoint now) {
+  using std::chrono::duration_cast;
+  std::int64_t seconds = duration_cast<std::chrono::seconds>(now - then).count();
+  bool future = seconds < 0;
+  std::int64_t span = future ? -seconds : seconds;
+  struct Unit {
+    std::int64_t seconds;
+    const char* name;
+  };
+  // The largest unit of which at least one whole fits.
+  static constexpr Unit kUnits[] = {{365 * 86400, "year"}, {30 * 86400, "month"},
+                                    {7 * 86400, "week"},   {86400, "day"},
+                                    {3600, "hour"},        {60, "minute"}};
+  std::int64_t count = span;
+  std::string name = "second";
+  for (const Unit& unit : kUnits) {
+    if (span >= unit.seconds) {
+      count = span / unit.seconds;
+      name = unit.name;
+      break;
+    }
+  }
+  std::string words = std::to_string(count) + " " + name + (count == 1 ? "" : "s");
+  return future ? "in " + words : words + " ago";
+}
+
 }  // namespace dw::timefmt

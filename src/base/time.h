@@ -21,4 +21,8 @@ std::string localDateTime(TimePoint when);
 // "Nov 21, 2026" in local time, for a "Last used" note.
 std::string localDate(TimePoint when);
 
+// How long ago then was, told in words from now: "5 minutes ago", "1 day ago"; a moment in the
+// future reads "in 3 seconds".
+std::string relativeText(TimePoint then, TimePoint now);
+
 }  // namespace dw::timefmt

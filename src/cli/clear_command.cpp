@@ -6,6 +6,7 @@
 #include "cli/findings_output.h"
 #include "cli/output.h"
 #include "cli/session.h"
+#include "findings/page_texts.h"
 #include "findings/size_text.h"
 
 namespace dw::cli {
@@ -20,8 +21,7 @@ std::optional<ScanModel::ConfirmScope> scopeFor(const std::string& kind) {
 }
 
 bool askToConfirm(size_t count) {
-  std::cout << "Move " << countNoun(static_cast<std::int64_t>(count), "item")
-            << " to the Trash? [y/N] " << std::flush;
+  std::cout << pagetexts::confirmTitle(static_cast<std::int64_t>(count)) << " [y/N] " << std::flush;
   std::string answer;
   if (!std::getline(std::cin, answer)) return false;
   answer = paths::asciiLower(answer);
@@ -98,7 +98,7 @@ Runner addClear(CLI::App& app) {
               << sizeText(total) << '\n';
     for (const auto& item : items) {
       std::cout << "  " << displayText(item.name) << " · " << sizeText(item.bytes) << " · "
-                << kindWord(item.kind) << '\n';
+                << pagetexts::kindWord(item.kind) << '\n';
     }
     if (options->dryRun) {
       std::cout << "Dry run: nothing was moved.\n";

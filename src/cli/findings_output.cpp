@@ -9,18 +9,6 @@
 
 namespace dw::cli {
 
-std::string kindWord(CacheFinding::Kind kind) {
-  switch (kind) {
-    case CacheFinding::Kind::cache:
-      return "cache";
-    case CacheFinding::Kind::file:
-      return "file";
-    case CacheFinding::Kind::leftover:
-      return "app leftover";
-  }
-  return "cache";
-}
-
 json::Value findingJson(const CacheFinding& f) {
   json::Value out{json::Object{}};
   out.set("id", f.id);

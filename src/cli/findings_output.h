@@ -13,7 +13,4 @@ json::Value findingJson(const CacheFinding& finding);
 json::Value scanJson(const ScanModel& model);
 void printScanText(const ScanModel& model);
 
-// "cache", "file", "app leftover": the word a list of what will move uses.
-std::string kindWord(CacheFinding::Kind kind);
-
 }  // namespace dw::cli

@@ -7,6 +7,7 @@
 #include "cli/output.h"
 #include "cli/session.h"
 #include "findings/size_text.h"
+#include "trash/cleared_groups.h"
 #include "trash/cleared_log.h"
 
 namespace dw::cli {
@@ -64,35 +65,15 @@ Runner addHistory(CLI::App& app) {
       return 0;
     }
     // One group per clear, newest clear first, dated by its latest entry.
-    std::vector<std::string> order;
-    std::map<std::string, std::vector<const ClearedLog::Entry*>> groups;
-    for (const auto& e : entries) {
-      if (!groups.count(e.sessionID)) order.push_back(e.sessionID);
-      groups[e.sessionID].push_back(&e);
-    }
-    std::stable_sort(order.begin(), order.end(), [&](const auto& a, const auto& b) {
-      auto latest = [&](const std::string& s) {
-        TimePoint t{};
-        for (auto* e : groups[s])
-          t = std::max(t, e->date);
-        return t;
-      };
-      return latest(a) > latest(b);
-    });
-    for (const auto& session : order) {
-      const auto& group = groups[session];
-      TimePoint latest{};
-      std::int64_t total = 0;
-      for (auto* e : group)
-        latest = std::max(latest, e->date), total += e->bytes;
-      std::cout << timefmt::localDateTime(latest) << " · "
-                << countNoun(static_cast<std::int64_t>(group.size()), "item") << " · "
-                << sizeText(total) << '\n';
-      for (auto* e : group) {
-        std::cout << "  " << ClearedLog::statusText(*e) << " · " << displayText(e->name) << " · "
-                  << sizeText(e->bytes) << " · " << e->kind << '\n'
-                  << "      " << displayText(e->originalPath) << '\n'
-                  << "      id " << e->id << '\n';
+    for (const auto& group : ClearedLog::groupBySession(entries)) {
+      std::cout << timefmt::localDateTime(group.latest) << " · "
+                << countNoun(static_cast<std::int64_t>(group.entries.size()), "item") << " · "
+                << sizeText(group.bytes) << '\n';
+      for (const auto& e : group.entries) {
+        std::cout << "  " << ClearedLog::statusText(e) << " · " << displayText(e.name) << " · "
+                  << sizeText(e.bytes) << " · " << e.kind << '\n'
+                  << "      " << displayText(e.originalPath) << '\n'
+                  << "      id " << e.id << '\n';
       }
       std::cout << '\n';
     }

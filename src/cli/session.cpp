@@ -29,23 +29,7 @@ void PlaceOptions::addTo(CLI::App& command) {
 }
 
 Locations PlaceOptions::locations() const {
-  std::string h = home.empty() ? currentHome() : home;
-  if (h.empty() || h.front() != '/') {
-    char cwd[4096];
-    if (!::getcwd(cwd, sizeof cwd)) throw std::invalid_argument("cannot read the current folder");
-    h = paths::join(cwd, h);
-  }
-  std::string r = root.empty() ? "/" : root;
-  if (r.front() != '/') {
-    char cwd[4096];
-    if (!::getcwd(cwd, sizeof cwd)) throw std::invalid_argument("cannot read the current folder");
-    r = paths::join(cwd, r);
-  }
-  if (::access(h.c_str(), F_OK) != 0) throw std::invalid_argument(h + ": no such home folder");
-  if (!layout.empty() && !Locations::layoutNamed(layout))
-    throw std::invalid_argument("unknown layout " + layout);
-  if (home.empty() && (r == "/") && layout.empty()) return Locations::platformDefault(h);
-  return Locations::macos(r, h);
+  return Locations::resolve(root, home, layout);
 }
 
 void recoverClearedLog(const Locations& places) {

@@ -3,6 +3,7 @@
 #include <array>
 
 #include "base/paths.h"
+#include "base/time.h"
 
 namespace dw::notes {
 
@@ -144,6 +145,32 @@ std::string badge(const CacheFinding& f) {
   }
   if (noteSaysQuit(f.note)) return "Quit " + f.name + " first";
   return "Kept";
+}
+
+BadgeTone badgeTone(const CacheFinding& f) {
+  if (!f.removable) return BadgeTone::neutral;
+  return f.kind == CacheFinding::Kind::cache ? BadgeTone::safe : BadgeTone::review;
+}
+
+std::string_view toneName(BadgeTone tone) {
+  switch (tone) {
+    case BadgeTone::safe:
+      return "safe";
+    case BadgeTone::review:
+      return "review";
+    case BadgeTone::neutral:
+      return "neutral";
+  }
+  return "neutral";
+}
+
+bool showsLock(const CacheFinding& f) {
+  return !f.removable && !noteSaysQuit(f.note);
+}
+
+std::string lastUsedText(const CacheFinding& f) {
+  std::optional<TimePoint> when = f.leftoverLastUsed ? f.leftoverLastUsed : f.contentModified;
+  return when ? timefmt::localDate(*when) : "Unknown";
 }
 
 }  // namespace dw::notes

@@ -26,6 +26,17 @@ std::string cacheDisplayName(std::string_view folderName);
 // The row's badge: "Safe to clear", "Your call", "Review", "Quit <name> first" or "Kept".
 std::string badge(const CacheFinding& finding);
 
+// The badge's tone: a cache that can go is safe, a file or leftover the user should look at is
+// for review, and an item that stays is neutral.
+enum class BadgeTone { safe, review, neutral };
+BadgeTone badgeTone(const CacheFinding& finding);
+std::string_view toneName(BadgeTone tone);
+// An item that stays shows a lock instead of a selection control, unless it only waits for an
+// app to quit (its badge says so).
+bool showsLock(const CacheFinding& finding);
+// The "Last used" line: the newest modification date, or "Unknown".
+std::string lastUsedText(const CacheFinding& finding);
+
 // True when the note tells the user to quit an app first.
 bool noteSaysQuit(std::string_view note);
 

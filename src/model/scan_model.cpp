@@ -5,6 +5,7 @@
 
 #include "base/paths.h"
 #include "measure/shared_measurer.h"
+#include "platform/desktop.h"
 #include "platform/volume.h"
 #include "scanners/caches/cache_scanner.h"
 #include "scanners/largefiles/large_files_scanner.h"
@@ -211,7 +212,9 @@ void ScanModel::finishScan(ScanResult result, std::uint64_t generation) {
       text += unreadLeftoverLocations_[i];
     }
     text += ". Full Disk Access is required for a complete leftovers scan.";
-    if (!defaults_.boolValue(platform::kFullDiskAccessPromptShownKey)) {
+    // Where no Full Disk Access setting exists (Linux), there is nothing the prompt could ask.
+    if (platform::hasFullDiskAccessSetting() &&
+        !defaults_.boolValue(platform::kFullDiskAccessPromptShownKey)) {
       showFullDiskAccessPrompt_ = true;
       notify(Field::showFullDiskAccessPrompt);
     }
@@ -249,11 +252,31 @@ void ScanModel::select(std::set<std::string> ids) {
   notify(Field::selected);
 }
 
+void ScanModel::selectFindings(const std::vector<std::string>& ids, bool on) {
+  std::set<std::string> removable;
+  for (const auto& finding : caches_) {
+    if (finding.removable) removable.insert(finding.id);
+  }
+  bool changed = false;
+  for (const auto& id : ids) {
+    if (on && !removable.count(id)) continue;  // a kept item is never chosen
+    changed |= on ? selected_.insert(id).second : selected_.erase(id) > 0;
+  }
+  if (changed) notify(Field::selected);
+}
+
 void ScanModel::requestConfirm(ConfirmScope scope) {
   confirmScope_ = scope;
   notify(Field::confirmScope);
   confirm_ = true;
   notify(Field::confirm);
+}
+
+void ScanModel::closeFullDiskAccessPrompt(const std::function<void()>& opener) {
+  defaults_.setBool(platform::kFullDiskAccessPromptShownKey, true);
+  showFullDiskAccessPrompt_ = false;
+  notify(Field::showFullDiskAccessPrompt);
+  if (opener) opener();
 }
 
 void ScanModel::dismissConfirm() {

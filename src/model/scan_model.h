@@ -161,7 +161,12 @@ class ScanModel {
   void setSelected(const std::string& id, bool on);
   void toggle(const std::string& id);
   void select(std::set<std::string> ids);
+  // "Select all" / "Select none" over a list: adds the removable ones among ids, or removes ids.
+  void selectFindings(const std::vector<std::string>& ids, bool on);
   void requestConfirm(ConfirmScope scope);
+  // The Full Disk Access sheet closed, either way: it never comes back by itself. opener (the
+  // settings button) runs after the flag is written.
+  void closeFullDiskAccessPrompt(const std::function<void()>& opener = {});
   void dismissConfirm();
 
   // Clearing: the selected findings of confirmScope, or (the command line's whole clear) of

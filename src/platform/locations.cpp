@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <stdexcept>
 
 #include "base/paths.h"
 
@@ -85,6 +86,27 @@ Locations Locations::macos(std::string root, std::string home, std::string bundl
 
 Locations Locations::platformDefault(std::string home) {
   return macos("/", std::move(home));
+}
+
+Locations Locations::resolve(const std::string& root, const std::string& home,
+                             const std::string& layout) {
+  std::string h = home.empty() ? currentHome() : home;
+  if (h.empty() || h.front() != '/') {
+    char cwd[4096];
+    if (!::getcwd(cwd, sizeof cwd)) throw std::invalid_argument("cannot read the current folder");
+    h = paths::join(cwd, h);
+  }
+  std::string r = root.empty() ? "/" : root;
+  if (r.front() != '/') {
+    char cwd[4096];
+    if (!::getcwd(cwd, sizeof cwd)) throw std::invalid_argument("cannot read the current folder");
+    r = paths::join(cwd, r);
+  }
+  if (::access(h.c_str(), F_OK) != 0) throw std::invalid_argument(h + ": no such home folder");
+  if (!layout.empty() && !layoutNamed(layout))
+    throw std::invalid_argument("unknown layout " + layout);
+  if (home.empty() && (r == "/") && layout.empty()) return platformDefault(h);
+  return macos(r, h);
 }
 
 std::optional<Locations::Layout> Locations::layoutNamed(std::string_view name) {

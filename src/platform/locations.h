@@ -57,6 +57,11 @@ struct Locations {
   // This platform's own layout for the given home folder.
   static Locations platformDefault(std::string home);
   static std::optional<Layout> layoutNamed(std::string_view name);
+  // The places a front end was asked for: root (default "/"), home (default the user's) and a
+  // layout name, relative paths taken from the current folder. Throws std::invalid_argument
+  // with a one-line reason (a missing home folder, an unknown layout).
+  static Locations resolve(const std::string& root, const std::string& home,
+                           const std::string& layout);
 
   // A place under root ("/Applications" -> root + "/Applications").
   std::string underRoot(std::string_view absolute) const;

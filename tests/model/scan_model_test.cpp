@@ -8,6 +8,9 @@
 
 #include <filesystem>
 
+#include "model/onboarding_gate.h"
+#include "platform/desktop.h"
+
 #include "support/home_builder.h"
 #include "support/temp_dir.h"
 #include "support/test_workspace.h"
@@ -160,8 +163,43 @@ TEST_F(ScanModelTest, EmptyHomeAndUnreadableLocations) {
   const std::string sentence = kReady +
                                " Could not read ~/Library/Containers. Full Disk Access is "
                                "required for a complete leftovers scan.";
-  EXPECT_EQ(*first, sentence + "|prompt");
+  // Only a system with a Full Disk Access setting raises the prompt.
+  EXPECT_EQ(*first, sentence + (platform::hasFullDiskAccessSetting() ? "|prompt" : "|-"));
   EXPECT_EQ(*run(true), sentence + "|-");
+}
+
+TEST_F(ScanModelTest, SelectingAListAndTheFlagsTheSheetsWrite) {
+  std::string big = mac.cache("com.example.big", 12 * kMiB);
+  std::string film = mac.sparseFile(mac.inHome("Desktop/film.mov"), 300 * kMiB);
+  scanToEnd();
+  // "Select all" chooses only what may move; "Select none" drops what it names.
+  model->selectFindings({big, film}, true);
+  EXPECT_THAT(model->selected(), UnorderedElementsAre(big));
+  model->selectFindings({film}, false);
+  EXPECT_THAT(model->selected(), UnorderedElementsAre(big));
+  model->selectFindings({big}, false);
+  EXPECT_THAT(model->selected(), IsEmpty());
+
+  // The Full Disk Access sheet, closed either way, never comes back by itself.
+  bool opened = false;
+  model->closeFullDiskAccessPrompt([&] { opened = true; });
+  EXPECT_TRUE(opened);
+  EXPECT_FALSE(model->showFullDiskAccessPrompt());
+  EXPECT_TRUE(defaults.boolValue(platform::kFullDiskAccessPromptShownKey));
+
+  // Onboarding: up until finished, then only when asked for, and never under a test host.
+  OnboardingGate first(defaults);
+  EXPECT_TRUE(first.presented());
+  first.finish();
+  EXPECT_FALSE(first.presented());
+  EXPECT_TRUE(defaults.boolValue(platform::kOnboardingShownKey));
+  OnboardingGate later(defaults);
+  EXPECT_FALSE(later.presented());
+  later.present();
+  EXPECT_TRUE(later.presented());
+  defaults.setBool(platform::kOnboardingShownKey, false);
+  test::ScopedEnv host("XCTestConfigurationFilePath", "x");
+  EXPECT_FALSE(OnboardingGate(defaults).presented());
 }
 
 TEST_F(ScanModelTest, ChromeLaunchAndQuitReevaluateItsCacheOnly) {

@@ -685,10 +685,10 @@ bool dropStaleRecord(const std::string& trashPath, const std::string& originalPa
   std::optional<TimePoint> deleted;
   if (!infoNames(*trash, name, originalPath, &deleted)) {
     // Reserved and never written: an empty record made no earlier than the move's intent.
-    struct stat s {};
-    if (::fstatat(trash->info.fd(), infoName.c_str(), &s, AT_SYMLINK_NOFOLLOW) != 0 ||
-        !S_ISREG(s.st_mode) || s.st_size != 0 ||
-        Clock::from_time_t(s.st_mtim.tv_sec) + std::chrono::seconds(2) < notBefore) {
+    struct stat info {};
+    if (::fstatat(trash->info.fd(), infoName.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0 ||
+        !S_ISREG(info.st_mode) || info.st_size != 0 ||
+        Clock::from_time_t(info.st_mtim.tv_sec) + std::chrono::seconds(2) < notBefore) {
       return false;
     }
     return sys::dropInfo(trash->info.fd(), infoName, trash->root + "/info/" + infoName) == 0;

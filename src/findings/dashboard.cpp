@@ -1,0 +1,73 @@
+#include "findings/dashboard.h"
+
+#include <algorithm>
+
+#include "findings/size_text.h"
+
+namespace dw::dashboard {
+
+StorageAmounts storageAmounts(const VolumePicture& volume,
+                              const std::vector<CacheFinding>& findings) {
+  StorageAmounts a;
+  a.total = std::max<std::int64_t>(0, volume.total);
+  a.free = std::clamp<std::int64_t>(volume.available, 0, a.total);
+  a.held = std::clamp<std::int64_t>(volume.important - volume.available, 0, a.total - a.free);
+  std::int64_t taken = a.total - a.free - a.held;
+  for (const auto& f : findings) {
+    if (f.removable && f.kind != CacheFinding::Kind::file) a.ready += f.bytes;
+  }
+  // A finding measured on another volume cannot make ready larger than what is taken here.
+  a.ready = std::clamp<std::int64_t>(a.ready, 0, taken);
+  a.used = taken - a.ready;
+  return a;
+}
+
+std::string storageSummary(const StorageAmounts& a) {
+  return sizeText(a.used) + " used, " + sizeText(a.ready) + " ready to clear, " + sizeText(a.held) +
+         " held by macOS, " + sizeText(a.free) + " free";
+}
+
+std::vector<Card> cards(const std::vector<CacheFinding>& findings, bool scanning,
+                        std::optional<std::int64_t> duplicateFiles, std::int64_t duplicateBytes) {
+  std::int64_t bytes[3] = {0, 0, 0}, count[3] = {0, 0, 0};
+  for (const auto& f : findings) {
+    auto k = static_cast<size_t>(f.kind);
+    bytes[k] += f.bytes;
+    ++count[k];
+  }
+  auto of = [&](CacheFinding::Kind kind, std::int64_t* values) {
+    return values[static_cast<size_t>(kind)];
+  };
+  using K = CacheFinding::Kind;
+  std::vector<Card> out;
+  out.push_back({"Caches", "trash", sizeText(of(K::cache, bytes)),
+                 scanning ? "Looking through caches."
+                          : countNoun(of(K::cache, count), "folder") + " apps rebuild on their own",
+                 "Safe to clear", "safe", "review"});
+  out.push_back({"App leftovers", "square.dashed", sizeText(of(K::leftover, bytes)),
+                 scanning
+                     ? "Looking for leftovers."
+                     : "From " + countNoun(of(K::leftover, count), "app") + " no longer installed",
+                 "Review", "review", "leftovers"});
+  out.push_back({"Duplicates", "square.on.square", "up to " + sizeText(duplicateBytes),
+                 scanning         ? "Looking for extra copies."
+                 : duplicateFiles ? countNoun(*duplicateFiles, "file") + " with an identical copy"
+                                  : "Find extra copies in Downloads and media folders.",
+                 "Your call", "neutral", "duplicates"});
+  out.push_back({"Large files", "doc", sizeText(of(K::file, bytes)),
+                 scanning
+                     ? "Looking through large files."
+                     : countNoun(of(K::file, count), "file") + " over 200 MB, never pre-selected",
+                 "Your call", "review", "largeFiles"});
+  return out;
+}
+
+std::string readyHeading(std::int64_t ready) {
+  return "Ready to clear " + sizeText(ready);
+}
+
+std::string reviewButton(std::int64_t ready) {
+  return "Review " + sizeText(ready);
+}
+
+}  // namespace dw::dashboard

@@ -1,0 +1,95 @@
+#include "findings/page_texts.h"
+
+#include "findings/size_text.h"
+
+namespace dw::pagetexts {
+
+namespace {
+std::string_view noun(CacheFinding::Kind kind) {
+  switch (kind) {
+    case CacheFinding::Kind::cache:
+      return "cache";
+    case CacheFinding::Kind::file:
+      return "file";
+    case CacheFinding::Kind::leftover:
+      return "leftover";
+  }
+  return "cache";
+}
+}  // namespace
+
+std::string kindWord(CacheFinding::Kind kind) {
+  return kind == CacheFinding::Kind::leftover ? "app leftover" : std::string(noun(kind));
+}
+
+std::string summaryTitle(CacheFinding::Kind kind, std::int64_t bytes, std::int64_t count) {
+  return sizeText(bytes) + " in " + countNoun(count, noun(kind));
+}
+
+std::string_view summaryDetail(CacheFinding::Kind kind) {
+  switch (kind) {
+    case CacheFinding::Kind::cache:
+      return "Temporary files apps download or build, and recreate when needed. Sorted by size.";
+    case CacheFinding::Kind::leftover:
+      return "Folders and preferences left behind by apps that are no longer installed. Nothing "
+             "is selected until you choose it.";
+    case CacheFinding::Kind::file:
+      return "Files over 200 MB in Downloads and Movies. Nothing here is selected until you "
+             "choose it. Desktop files stay.";
+  }
+  return {};
+}
+
+std::string footerSummary(CacheFinding::Kind kind, std::int64_t bytes, std::int64_t count) {
+  return sizeText(bytes) + " selected · " + countNoun(count, noun(kind));
+}
+
+EmptyState emptyState(CacheFinding::Kind kind) {
+  switch (kind) {
+    case CacheFinding::Kind::cache:
+      return {"trash", "Nothing to clear here — your Mac is in good shape",
+              "No unused caches met the size threshold. Documents, Desktop, and projects stay "
+              "untouched."};
+    case CacheFinding::Kind::leftover:
+      return {"square.dashed", "Nothing to clear here — your Mac is in good shape",
+              "No leftover folders from removed apps were found. Preferences-only and Apple "
+              "systems stay out of this list."};
+    case CacheFinding::Kind::file:
+      return {"doc", "No large files in this list",
+              "Nothing over 200 MB turned up in Downloads or Movies. Desktop files stay."};
+  }
+  return {};
+}
+
+std::string confirmTitle(std::int64_t count) {
+  return "Move " + countNoun(count, "item") + " to the Trash?";
+}
+
+std::string showAllText(std::int64_t count) {
+  return "Show all " + countNoun(count, "item");
+}
+
+std::string moreText(std::int64_t notListed) {
+  return std::to_string(notListed) + " more";
+}
+
+std::string progressText(int done, int total) {
+  return std::to_string(done) + " of " + std::to_string(total);
+}
+
+std::string unreadLeftoversNotice(const std::vector<std::string>& locations,
+                                  bool fullDiskAccessSetting) {
+  std::string names;
+  for (size_t i = 0; i < locations.size(); ++i) {
+    if (i) names += ", ";
+    names += locations[i];
+  }
+  if (fullDiskAccessSetting) {
+    return "Some leftover folders could not be read (" + names +
+           "). Full Disk Access is required for a complete scan.";
+  }
+  return "Some leftover folders could not be read (" + names +
+         "). Your user needs read permission on them for a complete scan.";
+}
+
+}  // namespace dw::pagetexts

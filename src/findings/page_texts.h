@@ -1,0 +1,55 @@
+#pragma once
+// The texts of the clean lists, built once here so that the desktop pages and the command line
+// say the same thing: each list's summary and footer, its empty state, and the confirmation.
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "findings/cache_finding.h"
+
+namespace dw::pagetexts {
+
+// "cache", "file", "app leftover": the word a list of what will move uses.
+std::string kindWord(CacheFinding::Kind kind);
+
+// "1.5 GB in 12 caches"
+std::string summaryTitle(CacheFinding::Kind kind, std::int64_t bytes, std::int64_t count);
+std::string_view summaryDetail(CacheFinding::Kind kind);
+// "1 MB selected · 1 cache"
+std::string footerSummary(CacheFinding::Kind kind, std::int64_t bytes, std::int64_t count);
+
+struct EmptyState {
+  std::string_view symbol;
+  std::string_view title;
+  std::string_view detail;
+};
+EmptyState emptyState(CacheFinding::Kind kind);
+
+inline constexpr std::string_view kFooterDetail = "Goes to the Trash. You can put anything back.";
+
+// "Move 3 items to the Trash?"
+std::string confirmTitle(std::int64_t count);
+// How many entries the confirmation lists before "Show all".
+inline constexpr int kConfirmListed = 6;
+// "Show all 40 items"
+std::string showAllText(std::int64_t count);
+// "25 more"
+std::string moreText(std::int64_t notListed);
+inline constexpr std::string_view kConfirmPutBackLine =
+    "Everything can be put back from Recently Cleared.";
+inline constexpr std::string_view kConfirmEmptyLine =
+    "Space comes back when you empty the Trash. We never empty it for you.";
+inline constexpr std::string_view kConfirmKeysHint = "Return and Esc both cancel.";
+inline constexpr std::string_view kStoppingText = "Stopping after the current item…";
+// "3 of 12"
+std::string progressText(int done, int total);
+
+// The notice above App leftovers when some Library locations could not be listed. Where the
+// system grants reading through a Full Disk Access setting, the notice names it; elsewhere it
+// names the read permission the folders lack.
+std::string unreadLeftoversNotice(const std::vector<std::string>& locations,
+                                  bool fullDiskAccessSetting);
+
+}  // namespace dw::pagetexts

@@ -1,0 +1,41 @@
+#include "app_window.h"
+
+#include <QGuiApplication>
+#include <QPalette>
+#include <QQmlContext>
+#include <QQuickStyle>
+#include <cstdlib>
+
+#include "bridge/icon_provider.h"
+
+namespace dw::ui {
+
+void chooseDisplayBackend(bool forceOffscreen) {
+  bool display = std::getenv("DISPLAY") || std::getenv("WAYLAND_DISPLAY");
+  if ((forceOffscreen || !display) && !std::getenv("QT_QPA_PLATFORM")) {
+    setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    setenv("QT_QUICK_BACKEND", "software", 1);
+  }
+}
+
+AppWindow openAppWindow(const Locations& places, const QString& appearance) {
+  // Our own controls draw every part of themselves; the Basic style only lends behaviour. The
+  // style can be chosen once, before the first window.
+  static const bool styled = (QQuickStyle::setStyle("Basic"), true);
+  (void)styled;
+  AppWindow w;
+  w.bridge = std::make_unique<AppBridge>(places);
+  w.engine = std::make_unique<QQmlApplicationEngine>();
+  w.engine->addImportPath("qrc:/");
+  w.engine->addImageProvider("icon", new IconProvider);
+  bool dark = appearance == "dark" ||
+              (appearance.isEmpty() &&
+               QGuiApplication::palette().color(QPalette::Window).lightness() < 128);
+  w.engine->rootContext()->setContextProperty("dw", w.bridge.get());
+  w.engine->rootContext()->setContextProperty("startsDark", dark);
+  w.engine->load(QUrl("qrc:/Dustwhale/Main.qml"));
+  if (!w.engine->rootObjects().isEmpty()) w.root = w.engine->rootObjects().constFirst();
+  return w;
+}
+
+}  // namespace dw::ui

@@ -1,0 +1,27 @@
+#pragma once
+// Starting the desktop app: the display it runs on, the QML engine with our icons and the
+// bridge, and the window.
+
+#include <QQmlApplicationEngine>
+#include <QString>
+#include <memory>
+
+#include "bridge/app_bridge.h"
+
+namespace dw::ui {
+
+// Before the application object exists: with no display (and no platform chosen), the app
+// draws offscreen with Qt Quick's software renderer, so it runs on a machine with no GPU.
+void chooseDisplayBackend(bool forceOffscreen);
+
+struct AppWindow {
+  std::unique_ptr<AppBridge> bridge;
+  std::unique_ptr<QQmlApplicationEngine> engine;
+  QObject* root = nullptr;  // the ApplicationWindow; null when the QML failed to load
+};
+
+// Loads Main.qml over a bridge for places; appearance is "light", "dark" or "" (the system
+// palette decides). The window is shown.
+AppWindow openAppWindow(const Locations& places, const QString& appearance);
+
+}  // namespace dw::ui

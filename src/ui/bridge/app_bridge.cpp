@@ -1,0 +1,425 @@
+#include "bridge/app_bridge.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include <QDateTime>
+#include <QLocale>
+
+#include "base/time.h"
+#include "findings/dashboard.h"
+#include "findings/page_texts.h"
+#include "findings/size_text.h"
+#include "platform/desktop.h"
+#include "trash/cleared_groups.h"
+
+namespace dw::ui {
+
+namespace {
+QString q(std::string_view text) {
+  return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+}  // namespace
+
+// ---- ConfirmListModel -----------------------------------------------------------------------
+
+int ConfirmListModel::rowCount(const QModelIndex& parent) const {
+  return parent.isValid() ? 0 : static_cast<int>(items_.size());
+}
+
+QVariant ConfirmListModel::data(const QModelIndex& index, int role) const {
+  if (!index.isValid() || index.row() >= rowCount()) return {};
+  const CacheFinding& f = items_[static_cast<size_t>(index.row())];
+  switch (role) {
+    case NameRole:
+      return QString::fromStdString(f.name);
+    case SizeTextRole:
+      return QString::fromStdString(sizeText(f.bytes));
+    case KindWordRole:
+      return QString::fromStdString(pagetexts::kindWord(f.kind));
+  }
+  return {};
+}
+
+QHash<int, QByteArray> ConfirmListModel::roleNames() const {
+  return {{NameRole, "name"}, {SizeTextRole, "sizeText"}, {KindWordRole, "kindWord"}};
+}
+
+void ConfirmListModel::reset(std::vector<CacheFinding> items) {
+  beginResetModel();
+  items_ = std::move(items);
+  endResetModel();
+}
+
+// ---- AppBridge ------------------------------------------------------------------------------
+
+AppBridge::AppBridge(Locations places, QObject* parent)
+    : QObject(parent),
+      workspace_(platform::systemWorkspace()),
+      defaults_(places.defaultsFile),
+      gate_(defaults_),
+      model_(std::make_unique<ScanModel>(dispatcher_, places, *workspace_, defaults_)),
+      caches_(std::make_unique<FindingListModel>(*model_, CacheFinding::Kind::cache)),
+      leftovers_(std::make_unique<FindingListModel>(*model_, CacheFinding::Kind::leftover)),
+      files_(std::make_unique<FindingListModel>(*model_, CacheFinding::Kind::file)) {
+  model_->addObserver([this](ScanModel::Field field) { fieldChanged(field); });
+  clock_.setInterval(30'000);
+  connect(&clock_, &QTimer::timeout, this, &AppBridge::scannedTextChanged);
+  clock_.start();
+}
+
+AppBridge::~AppBridge() = default;
+
+void AppBridge::fieldChanged(ScanModel::Field field) {
+  using F = ScanModel::Field;
+  caches_->modelChanged(field);
+  leftovers_->modelChanged(field);
+  files_->modelChanged(field);
+  switch (field) {
+    case F::phase:
+      if (!clearing()) stopping_ = false;
+      emit phaseChanged();
+      emit progressChanged();
+      emit dashboardChanged();
+      break;
+    case F::volume:
+    case F::volumeName:
+    case F::duplicateGroups:
+      emit dashboardChanged();
+      break;
+    case F::lastScannedAt:
+      emit scannedTextChanged();
+      break;
+    case F::scanArea:
+      emit scanAreaChanged();
+      break;
+    case F::message:
+      emit messageChanged();
+      break;
+    case F::confirm:
+    case F::confirmScope:
+    case F::selected:
+    case F::caches:
+      if (field == F::caches) emit dashboardChanged();
+      // The sheet lists what the clear would move now; while it moves, the list stands.
+      if (model_->confirm() && !clearing()) {
+        confirmItems_.reset(model_->itemsToClear(model_->confirmScope()));
+      }
+      emit confirmChanged();
+      break;
+    case F::progress:
+      emit progressChanged();
+      break;
+    case F::offerRecentlyCleared:
+      emit offerRecentlyClearedChanged();
+      break;
+    case F::unreadLeftoverLocations:
+      emit unreadNoticeChanged();
+      break;
+    case F::showFullDiskAccessPrompt:
+      emit showFullDiskAccessPromptChanged();
+      break;
+    case F::clearedEntries:
+      emit clearedChanged();
+      break;
+    default:
+      break;
+  }
+}
+
+QString AppBridge::phase() const {
+  switch (model_->phase().kind()) {
+    case ScanModel::Phase::Kind::scanning:
+      return "scanning";
+    case ScanModel::Phase::Kind::ready:
+      return "ready";
+    case ScanModel::Phase::Kind::clearing:
+      return "clearing";
+    case ScanModel::Phase::Kind::failed:
+      return "failed";
+  }
+  return "ready";
+}
+
+bool AppBridge::scanning() const {
+  return model_->phase().kind() == ScanModel::Phase::Kind::scanning;
+}
+
+bool AppBridge::clearing() const {
+  return model_->phase().kind() == ScanModel::Phase::Kind::clearing;
+}
+
+QString AppBridge::scannedText() const {
+  const auto& at = model_->lastScannedAt();
+  if (!at) return "Not scanned yet";
+  return QString::fromStdString("Scanned " + timefmt::relativeText(*at, Clock::now()));
+}
+
+QString AppBridge::scanArea() const {
+  return model_->scanArea() ? QString::fromStdString(*model_->scanArea()) : QString();
+}
+
+QString AppBridge::message() const {
+  return QString::fromStdString(model_->message());
+}
+
+QString AppBridge::confirmTitle() const {
+  return QString::fromStdString(pagetexts::confirmTitle(confirmItems_.rowCount()));
+}
+
+QString AppBridge::confirmSize() const {
+  std::int64_t bytes = 0;
+  for (const auto& f : model_->itemsToClear(model_->confirmScope()))
+    bytes += f.bytes;
+  return QString::fromStdString(sizeText(bytes));
+}
+
+QString AppBridge::progressText() const {
+  const auto& p = model_->progress();
+  return p ? QString::fromStdString(pagetexts::progressText(p->done, p->total)) : QString();
+}
+
+QString AppBridge::progressCurrent() const {
+  const auto& p = model_->progress();
+  return p ? QString::fromStdString(p->current) : QString();
+}
+
+double AppBridge::progressFraction() const {
+  const auto& p = model_->progress();
+  return p && p->total > 0 ? static_cast<double>(p->done) / p->total : 0.0;
+}
+
+QString AppBridge::unreadNotice() const {
+  const auto& unread = model_->unreadLeftoverLocations();
+  if (unread.empty()) return {};
+  return QString::fromStdString(
+      pagetexts::unreadLeftoversNotice(unread, platform::hasFullDiskAccessSetting()));
+}
+
+bool AppBridge::fullDiskAccessSetting() const {
+  return platform::hasFullDiskAccessSetting();
+}
+
+QString AppBridge::revealTitle() const {
+  return q(platform::revealActionTitle());
+}
+
+QString AppBridge::versionLine() const {
+  // "Dustwhale <version> (<build>)"; this build carries no build number, shown as "—".
+  return QStringLiteral("Dustwhale " DUSTWHALE_VERSION " (—)");
+}
+
+QString AppBridge::confirmPutBackLine() const {
+  return q(pagetexts::kConfirmPutBackLine);
+}
+QString AppBridge::confirmEmptyLine() const {
+  return q(pagetexts::kConfirmEmptyLine);
+}
+QString AppBridge::confirmKeysHint() const {
+  return q(pagetexts::kConfirmKeysHint);
+}
+
+int AppBridge::confirmListed() const {
+  return pagetexts::kConfirmListed;
+}
+QString AppBridge::confirmShowAllText() const {
+  return QString::fromStdString(pagetexts::showAllText(confirmItems_.rowCount()));
+}
+QString AppBridge::confirmMoreText() const {
+  int notListed = std::max(0, confirmItems_.rowCount() - pagetexts::kConfirmListed);
+  return QString::fromStdString(pagetexts::moreText(notListed));
+}
+QString AppBridge::stoppingText() const {
+  return q(pagetexts::kStoppingText);
+}
+
+namespace {
+// The locale's short time; a locale whose short form still shows seconds ("C") loses them.
+QString shortTime(const QTime& time) {
+  QString format = QLocale().timeFormat(QLocale::ShortFormat);
+  format.remove(":ss");
+  return QLocale().toString(time, format);
+}
+}  // namespace
+
+QString AppBridge::dateText(TimePoint when, TimePoint now) {
+  auto toQt = [](TimePoint t) {
+    return QDateTime::fromMSecsSinceEpoch(
+        std::chrono::duration_cast<std::chrono::milliseconds>(t.time_since_epoch()).count());
+  };
+  QDateTime at = toQt(when), today = toQt(now);
+  QLocale locale;
+  if (at.date() == today.date()) {
+    return "Today, " + shortTime(at.time());
+  }
+  if (at.date().year() == today.date().year()) return locale.toString(at.date(), "MMM d");
+  return locale.toString(at.date(), "MMM d, yyyy");
+}
+
+QVariantList AppBridge::clearedGroups() const {
+  QVariantList groups;
+  TimePoint now = Clock::now();
+  for (const auto& group : ClearedLog::groupBySession(model_->clearedEntries())) {
+    QVariantList entries;
+    for (const auto& e : group.entries) {
+      int status = ClearedLog::status(e);
+      QString statusText;
+      if (status == 1) {
+        statusText =
+            e.putBackAt
+                ? "Put back " +
+                      shortTime(
+                          QDateTime::fromSecsSinceEpoch(Clock::to_time_t(*e.putBackAt)).time())
+                : QString("Already put back");
+      } else if (status == 2) {
+        statusText = "Trash emptied";
+      }
+      entries.append(QVariantMap{{"id", QString::fromStdString(e.id)},
+                                 {"name", QString::fromStdString(e.name)},
+                                 {"from", QString::fromStdString(e.originalPath)},
+                                 {"sizeText", QString::fromStdString(sizeText(e.bytes))},
+                                 {"statusText", statusText},
+                                 {"canPutBack", status == 0}});
+    }
+    QString date = dateText(group.latest, now);
+    groups.append(QVariantMap{
+        {"dateText", date},
+        {"header", date + " · " +
+                       QString::fromStdString(
+                           countNoun(static_cast<std::int64_t>(group.entries.size()), "item") +
+                           " · " + sizeText(group.bytes))},
+        {"entries", entries}});
+  }
+  return groups;
+}
+
+QString AppBridge::failureText() const {
+  return QString::fromStdString(model_->phase().text());
+}
+
+QVariantMap AppBridge::storage() const {
+  dashboard::StorageAmounts a = dashboard::storageAmounts(model_->volume(), model_->caches());
+  auto part = [&](std::int64_t bytes) {
+    return a.total > 0 ? static_cast<double>(bytes) / static_cast<double>(a.total) : 0.0;
+  };
+  return QVariantMap{
+      {"used", part(a.used)},
+      {"ready", part(a.ready)},
+      {"held", part(a.held)},
+      {"free", part(a.free)},
+      {"totalText", QString::fromStdString(sizeText(a.total) + " total")},
+      {"summary", QString::fromStdString(dashboard::storageSummary(a))},
+      {"explanation", QString::fromUtf8(dashboard::kHeldExplanation)},
+      {"readyHeading", QString::fromStdString(dashboard::readyHeading(a.ready))},
+      {"readyLine", QString::fromUtf8(dashboard::kReadyLine)},
+      {"reviewTitle", QString::fromStdString(dashboard::reviewButton(a.ready))},
+  };
+}
+
+QVariantList AppBridge::cards() const {
+  std::optional<std::int64_t> files;
+  std::int64_t bytes = 0;
+  if (!model_->duplicateGroups().empty()) {
+    files = 0;
+    for (const auto& g : model_->duplicateGroups()) {
+      auto extra = static_cast<std::int64_t>(g.files.size()) - 1;
+      *files += extra;
+      bytes += extra * g.bytes;
+    }
+  }
+  QVariantList out;
+  for (const auto& c : dashboard::cards(model_->caches(), scanning(), files, bytes)) {
+    out.append(QVariantMap{{"title", QString::fromStdString(c.title)},
+                           {"symbol", QString::fromStdString(c.symbol)},
+                           {"value", QString::fromStdString(c.value)},
+                           {"detail", QString::fromStdString(c.detail)},
+                           {"badge", QString::fromStdString(c.badge)},
+                           {"badgeKind", QString::fromStdString(c.badgeKind)},
+                           {"page", QString::fromStdString(c.page)}});
+  }
+  return out;
+}
+
+QString AppBridge::clearedTitle() const {
+  std::int64_t bytes = 0;
+  for (const auto& e : model_->clearedEntries()) {
+    if (ClearedLog::status(e) == 0) bytes += e.bytes;
+  }
+  return QString::fromStdString(sizeText(bytes) + " moved to the Trash");
+}
+
+void AppBridge::openTrash() {
+  platform::openTrashFolder(model_->places().home);
+}
+
+void AppBridge::putBack(const QString& id) {
+  for (const auto& e : model_->clearedEntries()) {
+    if (QString::fromStdString(e.id) == id) {
+      ClearedLog::Entry entry = e;  // the model reloads the list it lives in
+      model_->putBack(entry);
+      return;
+    }
+  }
+}
+
+void AppBridge::openUrl(const QString& url) {
+  platform::openUrl(url.toStdString());
+}
+
+void AppBridge::firstAppearance() {
+  if (std::getenv("XCTestConfigurationFilePath")) return;
+  model_->scan();
+  model_->reloadCleared();
+}
+
+void AppBridge::scan() {
+  model_->scan();
+}
+
+void AppBridge::reloadCleared() {
+  model_->reloadCleared();
+}
+
+void AppBridge::requestConfirm(const QString& scope) {
+  if (scope == "caches") model_->requestConfirm(ScanModel::ConfirmScope::caches);
+  if (scope == "leftovers") model_->requestConfirm(ScanModel::ConfirmScope::leftovers);
+  if (scope == "files") model_->requestConfirm(ScanModel::ConfirmScope::files);
+}
+
+void AppBridge::confirmMove() {
+  model_->clearSelected();
+}
+
+void AppBridge::cancelConfirm() {
+  if (clearing()) {
+    stopping_ = true;
+    model_->stopClearing();
+    emit progressChanged();
+    return;
+  }
+  model_->dismissConfirm();
+}
+
+void AppBridge::closeFullDiskAccessPrompt(bool openSettings) {
+  model_->closeFullDiskAccessPrompt(
+      openSettings ? std::function<void()>([] { platform::openFullDiskAccessSettings(); })
+                   : std::function<void()>());
+}
+
+void AppBridge::openFullDiskAccessSettings() {
+  platform::openFullDiskAccessSettings();
+}
+
+void AppBridge::finishOnboarding(bool openSettings) {
+  gate_.finish(openSettings && platform::hasFullDiskAccessSetting()
+                   ? std::function<void()>([] { platform::openFullDiskAccessSettings(); })
+                   : std::function<void()>());
+  emit onboardingPresentedChanged();
+}
+
+void AppBridge::presentOnboarding() {
+  gate_.present();
+  emit onboardingPresentedChanged();
+}
+
+}  // namespace dw::ui

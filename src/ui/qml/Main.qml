@@ -1,0 +1,258 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Dustwhale
+
+// The window: the sidebar of pages, the header above the selected page, and the sheets, one at
+// a time in their order (Full Disk Access, confirm, onboarding, about).
+ApplicationWindow {
+    id: window
+    objectName: "window"
+    width: 1080
+    height: 720
+    minimumWidth: 880
+    minimumHeight: 560
+    visible: true
+    title: "Dustwhale"
+    color: Theme.window
+
+    readonly property var pages: [
+        { key: "dashboard", title: "Overview", symbol: "square.grid.2x2", section: "Overview", search: false },
+        { key: "review", title: "Caches", symbol: "trash", section: "Clean", search: true },
+        { key: "leftovers", title: "App leftovers", symbol: "square.dashed", section: "Clean", search: true },
+        { key: "duplicates", title: "Duplicates", symbol: "square.on.square", section: "Clean", search: true },
+        { key: "largeFiles", title: "Large files", symbol: "doc", section: "Clean", search: true },
+        { key: "spaceMap", title: "Space Map", symbol: "rectangle.split.3x3", section: "Tools", search: false },
+        { key: "apps", title: "Uninstaller", symbol: "minus.square", section: "Tools", search: true },
+        { key: "recentlyCleared", title: "Recently Cleared", symbol: "clock.arrow.circlepath", section: "History", search: false }
+    ]
+    property int page: 0
+    property string query: ""
+    property bool aboutPresented: false
+    // The screenshot mode shows each sheet, or none, whatever the flags say.
+    property bool sheetsSuppressed: false
+    property string forcedSheet: ""
+    readonly property string activeSheet:
+        sheetsSuppressed ? forcedSheet
+        : dw.showFullDiskAccessPrompt ? "fullDiskAccess"
+        : (dw.confirm || confirmSheet.finished) ? "confirm"
+        : dw.onboardingPresented ? "onboarding"
+        : aboutPresented ? "about" : ""
+
+    // A search never carries over from one page to another.
+    onPageChanged: {
+        query = ""
+        if (pages[page].key === "recentlyCleared") dw.reloadCleared()
+    }
+
+    Component.onCompleted: {
+        Theme.dark = startsDark
+        dw.firstAppearance()
+    }
+
+    // For the screenshot mode and the tests.
+    function showPage(key) {
+        for (var i = 0; i < pages.length; ++i) if (pages[i].key === key) page = i
+    }
+    function setOnboardingStep(step) { onboardingSheet.step = step }
+    function setDark(dark) { Theme.dark = dark }
+    function setConfirmShowAll(all) { confirmSheet.showAll = all }
+
+    menuBar: MenuBar {
+        objectName: "menuBar"
+        background: Rectangle {
+            implicitHeight: 26
+            color: Theme.sidebar
+            Rectangle { anchors.bottom: parent.bottom; width: parent.width; height: 1; color: Theme.separator }
+        }
+        delegate: MenuBarItem {
+            id: menuBarItem
+            contentItem: Text {
+                text: menuBarItem.text
+                font.pixelSize: Theme.bodySize
+                color: Theme.text
+                verticalAlignment: Text.AlignVCenter
+            }
+            background: Rectangle {
+                radius: 4
+                color: menuBarItem.highlighted ? Theme.accentTint : "transparent"
+            }
+        }
+        Menu {
+            title: "Dustwhale"
+            MenuItem { objectName: "menu.about"; text: "About Dustwhale"; onTriggered: window.aboutPresented = true }
+            MenuItem {
+                id: updatesItem
+                objectName: "menu.updates"
+                text: "Check for Updates…"
+                enabled: dw.updatesConfigured
+                hoverEnabled: true
+                ToolTip.visible: hovered && !enabled
+                ToolTip.text: "Updates not configured yet"
+            }
+            MenuSeparator {}
+            MenuItem { text: "Quit Dustwhale"; onTriggered: Qt.quit() }
+        }
+        Menu {
+            title: "Help"
+            MenuItem { objectName: "menu.welcome"; text: "Welcome to Dustwhale"; onTriggered: dw.presentOnboarding() }
+        }
+    }
+
+    RowLayout {
+        anchors.fill: parent
+        spacing: 0
+
+        // ---- sidebar
+        Rectangle {
+            Layout.fillHeight: true
+            Layout.preferredWidth: 220
+            color: Theme.sidebar
+            Rectangle { anchors.right: parent.right; width: 1; height: parent.height; color: Theme.separator }
+
+            Column {
+                anchors.fill: parent
+                anchors.topMargin: 16
+                anchors.leftMargin: 10
+                anchors.rightMargin: 11
+                spacing: 2
+                Repeater {
+                    model: window.pages
+                    Column {
+                        id: entry
+                        required property var modelData
+                        required property int index
+                        width: parent.width
+                        spacing: 2
+                        Text {
+                            visible: entry.index === 0 || window.pages[entry.index - 1].section !== entry.modelData.section
+                            leftPadding: 10
+                            topPadding: entry.index === 0 ? 0 : 14
+                            bottomPadding: 4
+                            text: entry.modelData.section
+                            color: Theme.tertiaryText
+                            font.pixelSize: Theme.smallSize
+                            font.weight: Font.DemiBold
+                        }
+                        AbstractButton {
+                            id: rowButton
+                            objectName: "sidebar." + entry.modelData.key
+                            width: parent.width
+                            height: 32
+                            hoverEnabled: true
+                            Accessible.name: entry.modelData.title
+                            onClicked: window.page = entry.index
+                            background: Rectangle {
+                                radius: 7
+                                color: window.page === entry.index ? Theme.accentTint
+                                     : rowButton.hovered ? Theme.hover : "transparent"
+                            }
+                            contentItem: Row {
+                                leftPadding: 10
+                                spacing: 10
+                                Icon {
+                                    anchors.verticalCenter: parent.verticalCenter
+                                    symbol: entry.modelData.symbol
+                                    size: 17
+                                    color: window.page === entry.index ? Theme.accent : Theme.secondaryText
+                                }
+                                Text {
+                                    anchors.verticalCenter: parent.verticalCenter
+                                    text: entry.modelData.title
+                                    color: Theme.text
+                                    font.pixelSize: Theme.bodySize + 1
+                                    font.weight: window.page === entry.index ? Font.DemiBold : Font.Normal
+                                }
+                            }
+                        }
+                    }
+                }
+            }
+        }
+
+        // ---- detail column
+        Rectangle {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            color: Theme.content
+
+            ColumnLayout {
+                anchors.fill: parent
+                spacing: 0
+
+                PageHeader {
+                    Layout.fillWidth: true
+                    Layout.topMargin: 8
+                    title: window.pages[window.page].title
+                    showsScan: window.page === 0
+                    scannedText: dw.scannedText
+                    scanning: dw.scanning
+                    scanArea: dw.scanArea
+                    showsSearch: window.pages[window.page].search
+                    query: window.query
+                    onQueryEdited: (text) => window.query = text
+                    onScan: dw.scan()
+                }
+
+                // The one status line.
+                Text {
+                    objectName: "statusLine"
+                    Layout.fillWidth: true
+                    Layout.leftMargin: Theme.pagePadding
+                    Layout.rightMargin: Theme.pagePadding
+                    Layout.bottomMargin: 12
+                    text: dw.message
+                    color: Theme.secondaryText
+                    font.pixelSize: Theme.smallSize + 1
+                    elide: Text.ElideRight
+                }
+                Rectangle { Layout.fillWidth: true; height: 1; color: Theme.separator }
+
+                StackLayout {
+                    Layout.fillWidth: true
+                    Layout.fillHeight: true
+                    Layout.topMargin: 16
+                    currentIndex: window.page
+
+                    DashboardPage { objectName: "page.dashboard"; onOpenPage: (key) => window.showPage(key) }
+                    CleanListPage {
+                        objectName: "page.review"
+                        list: dw.caches
+                        scanning: dw.scanning
+                    }
+                    CleanListPage {
+                        objectName: "page.leftovers"
+                        list: dw.leftovers
+                        scanning: dw.scanning
+                        notice: dw.unreadNotice
+                        noticeAction: dw.fullDiskAccessSetting ? "Open Full Disk Access settings" : ""
+                        onNoticeTriggered: dw.openFullDiskAccessSettings()
+                    }
+                    PendingPage { symbol: "square.on.square"; title: "Duplicates" }
+                    CleanListPage {
+                        objectName: "page.largeFiles"
+                        list: dw.files
+                        scanning: dw.scanning
+                    }
+                    PendingPage { symbol: "rectangle.split.3x3"; title: "Space Map" }
+                    PendingPage { symbol: "minus.square"; title: "Uninstaller" }
+                    RecentlyClearedPage { objectName: "page.recentlyCleared" }
+                }
+            }
+        }
+    }
+
+    // Each list sees the search text only while its page is up.
+    Binding { target: dw.caches; property: "query"; value: window.page === 1 ? window.query : "" }
+    Binding { target: dw.leftovers; property: "query"; value: window.page === 2 ? window.query : "" }
+    Binding { target: dw.files; property: "query"; value: window.page === 4 ? window.query : "" }
+
+    FullDiskAccessSheet { visible: window.activeSheet === "fullDiskAccess" }
+    ConfirmSheet {
+        id: confirmSheet
+        visible: window.activeSheet === "confirm"
+        onOpenRecentlyCleared: window.page = 7
+    }
+    OnboardingSheet { id: onboardingSheet; visible: window.activeSheet === "onboarding" }
+    AboutSheet { visible: window.activeSheet === "about"; onDone: window.aboutPresented = false }
+}

@@ -1,0 +1,148 @@
+import QtQuick
+import QtQuick.Layouts
+import Dustwhale
+
+// One reviewable item: selection control (or lock), name and note, badge, size, and the
+// details that say why it can move.
+Item {
+    id: row
+    property string name
+    property string note
+    property string sizeText
+    property string badge
+    property string badgeKind: "neutral"
+    property bool selected: false
+    property bool selectable: true
+    property bool showsLock: false
+    property string whySafe
+    property string lastUsed
+    property string location
+    property bool sizeMuted: false
+    property bool startsExpanded: false
+    property string proofActionTitle
+    property bool expanded: startsExpanded
+    property bool showsSeparator: true
+    signal toggled()
+    signal proofAction()
+
+    implicitHeight: main.height + (expanded ? details.height + 14 : 0)
+
+    Rectangle {
+        anchors.fill: parent
+        color: hover.hovered ? Theme.hover : "transparent"
+    }
+    HoverHandler { id: hover }
+
+    RowLayout {
+        id: main
+        width: parent.width
+        height: 60
+        anchors.top: parent.top
+        spacing: 14
+
+        Item {
+            Layout.leftMargin: 18
+            Layout.preferredWidth: 18
+            Layout.preferredHeight: 18
+            CheckMark {
+                objectName: "row.check"
+                anchors.fill: parent
+                visible: row.selectable
+                checked: row.selected
+                Accessible.name: "Select " + row.name
+                onClicked: row.toggled()
+            }
+            Icon {
+                objectName: "row.lock"
+                anchors.centerIn: parent
+                visible: !row.selectable && row.showsLock
+                symbol: "lock"
+                size: 16
+                color: Theme.tertiaryText
+            }
+        }
+        Column {
+            Layout.fillWidth: true
+            spacing: 3
+            Text {
+                objectName: "row.name"
+                width: parent.width
+                text: row.name
+                color: Theme.text
+                font.pixelSize: Theme.bodySize + 1
+                font.weight: Font.Medium
+                elide: Text.ElideMiddle
+            }
+            Text {
+                width: parent.width
+                text: row.note
+                color: Theme.secondaryText
+                font.pixelSize: Theme.smallSize + 1
+                elide: Text.ElideRight
+            }
+        }
+        Badge {
+            objectName: "row.badge"
+            text: row.badge
+            tone: row.badgeKind
+            Layout.maximumWidth: 220
+        }
+        Text {
+            objectName: "row.size"
+            Layout.preferredWidth: 78
+            horizontalAlignment: Text.AlignRight
+            text: row.sizeText
+            color: row.sizeMuted ? Theme.secondaryText : Theme.text
+            font.pixelSize: Theme.bodySize + 1
+            font.weight: Font.DemiBold
+        }
+        DwButton {
+            objectName: "row.disclosure"
+            Layout.rightMargin: 10
+            Layout.preferredWidth: 122
+            plain: true
+            symbol: row.expanded ? "chevron.up" : "chevron.down"
+            text: row.expanded ? "Hide details" : "Show details"
+            onClicked: row.expanded = !row.expanded
+        }
+    }
+
+    GridLayout {
+        id: details
+        visible: row.expanded
+        anchors.top: main.bottom
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.leftMargin: 18 + 18 + 14
+        anchors.rightMargin: 24
+        columns: 2
+        columnSpacing: 16
+        rowSpacing: 6
+
+        Text { text: "Why it's safe"; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1; Layout.alignment: Qt.AlignTop }
+        Text { objectName: "row.whySafe"; Layout.fillWidth: true; text: row.whySafe; color: Theme.text; font.pixelSize: Theme.smallSize + 1; wrapMode: Text.WordWrap }
+        Text { text: "Last used"; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1 }
+        Text { Layout.fillWidth: true; text: row.lastUsed; color: Theme.text; font.pixelSize: Theme.smallSize + 1 }
+        Text { text: "Location"; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1; Layout.alignment: Qt.AlignTop }
+        Text { Layout.fillWidth: true; text: row.location; color: Theme.text; font.pixelSize: Theme.smallSize + 1; wrapMode: Text.WrapAnywhere }
+        Item { width: 1; height: 1; visible: row.proofActionTitle !== "" }
+        DwButton {
+            objectName: "row.proof"
+            visible: row.proofActionTitle !== ""
+            text: row.proofActionTitle
+            symbol: "folder"
+            implicitHeight: 26
+            onClicked: row.proofAction()
+        }
+    }
+
+    Rectangle {
+        visible: row.showsSeparator
+        anchors.bottom: parent.bottom
+        anchors.left: parent.left
+        anchors.leftMargin: 18
+        anchors.right: parent.right
+        height: 1
+        color: Theme.separator
+    }
+}

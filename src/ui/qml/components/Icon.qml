@@ -1,0 +1,18 @@
+import QtQuick
+import QtQuick.Window
+
+// One of our line icons, tinted.
+Image {
+    id: icon
+    property string symbol
+    property color color: "#000000"
+    property int size: 16
+
+    width: size
+    height: size
+    visible: symbol !== ""
+    source: symbol === "" ? "" : "image://icon/" + symbol + "?color=" + encodeURIComponent(icon.color.toString())
+    sourceSize: Qt.size(size * Screen.devicePixelRatio, size * Screen.devicePixelRatio)
+    fillMode: Image.PreserveAspectFit
+    smooth: true
+}

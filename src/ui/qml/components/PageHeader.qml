@@ -1,0 +1,93 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Dustwhale
+
+// Above every page: its title, when it was scanned (or what is being scanned), "Scan again" on
+// Overview, and the search field on the pages that list things.
+Item {
+    id: header
+    property string title
+    property bool showsScan: false
+    property string scannedText
+    property bool scanning: false
+    property string scanArea
+    property bool showsSearch: false
+    property string searchPrompt: "Search"
+    property string query: ""
+    signal scan()
+    signal queryEdited(string text)
+
+    implicitHeight: 76
+
+    RowLayout {
+        anchors.fill: parent
+        anchors.leftMargin: Theme.pagePadding
+        anchors.rightMargin: Theme.pagePadding
+        spacing: 12
+
+        Column {
+            Layout.fillWidth: true
+            spacing: 3
+            Text {
+                objectName: "header.title"
+                text: header.title
+                color: Theme.text
+                font.pixelSize: Theme.titleSize
+                font.weight: Font.Bold
+            }
+            Row {
+                spacing: 6
+                BusyDots {
+                    anchors.verticalCenter: parent.verticalCenter
+                    visible: header.scanning
+                    running: header.scanning
+                }
+                Text {
+                    objectName: "header.scanned"
+                    text: header.scanning && header.scanArea !== ""
+                          ? (header.scanArea.endsWith("…") ? header.scanArea : "Looking through " + header.scanArea + "…")
+                          : header.scannedText
+                    color: Theme.secondaryText
+                    font.pixelSize: Theme.smallSize + 1
+                }
+            }
+        }
+        DwButton {
+            objectName: "header.scan"
+            visible: header.showsScan
+            text: "Scan again"
+            enabled: !header.scanning
+            onClicked: header.scan()
+        }
+        TextField {
+            id: search
+            objectName: "searchField"
+            visible: header.showsSearch
+            Layout.preferredWidth: 220
+            implicitHeight: 30
+            leftPadding: 30
+            placeholderText: header.searchPrompt
+            placeholderTextColor: Theme.tertiaryText
+            color: Theme.text
+            font.pixelSize: Theme.bodySize
+            text: header.query
+            selectByMouse: true
+            onTextEdited: header.queryEdited(text)
+            background: Rectangle {
+                radius: Theme.smallRadius
+                color: Theme.field
+                border.width: search.activeFocus ? 2 : 1
+                border.color: search.activeFocus ? Theme.accent : Theme.fieldBorder
+                Icon {
+                    anchors.left: parent.left
+                    anchors.leftMargin: 9
+                    anchors.verticalCenter: parent.verticalCenter
+                    symbol: "magnifyingglass"
+                    size: 14
+                    color: Theme.secondaryText
+                }
+            }
+        }
+    }
+}

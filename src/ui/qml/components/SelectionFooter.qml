@@ -1,0 +1,51 @@
+import QtQuick
+import QtQuick.Layouts
+import Dustwhale
+
+// The bottom bar of a clean list: what is selected, the reassurance, and the move button.
+Rectangle {
+    id: footer
+    property string summary
+    property string detail
+    property bool enabled: false
+    signal action()
+
+    implicitHeight: 64
+    color: Theme.window
+
+    Rectangle { width: parent.width; height: 1; color: Theme.separator }
+
+    RowLayout {
+        anchors.fill: parent
+        anchors.leftMargin: Theme.pagePadding
+        anchors.rightMargin: Theme.pagePadding
+        spacing: 16
+        Column {
+            Layout.fillWidth: true
+            spacing: 3
+            Text {
+                objectName: "footer.summary"
+                width: parent.width
+                text: footer.summary
+                color: Theme.text
+                font.pixelSize: Theme.bodySize + 1
+                font.weight: Font.DemiBold
+                elide: Text.ElideRight
+            }
+            Text {
+                width: parent.width
+                text: footer.detail
+                color: Theme.secondaryText
+                font.pixelSize: Theme.smallSize + 1
+                elide: Text.ElideRight
+            }
+        }
+        DwButton {
+            objectName: "footer.move"
+            primary: true
+            text: "Move to Trash…"
+            enabled: footer.enabled
+            onClicked: footer.action()
+        }
+    }
+}

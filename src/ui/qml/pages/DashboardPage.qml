@@ -1,0 +1,177 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Dustwhale
+
+// Overview: how the home volume divides, one card per kind of finding, and the way to review.
+Item {
+    id: page
+    signal openPage(string key)
+
+    EmptyState {
+        anchors.fill: parent
+        anchors.bottomMargin: 60
+        visible: dw.phase === "failed"
+        symbol: "exclamationmark.triangle"
+        title: "Scan could not finish"
+        detail: dw.failureText
+    }
+
+    Flickable {
+        anchors.fill: parent
+        visible: dw.phase !== "failed"
+        contentHeight: column.implicitHeight + 24
+        clip: true
+        boundsBehavior: Flickable.StopAtBounds
+        ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
+
+        ColumnLayout {
+            id: column
+            x: Theme.pagePadding
+            width: parent.width - 2 * Theme.pagePadding
+            spacing: 16
+
+            // ---- storage bar
+            Card {
+                Layout.fillWidth: true
+                implicitHeight: storageColumn.implicitHeight + 36
+                ColumnLayout {
+                    id: storageColumn
+                    x: 20; y: 18
+                    width: parent.width - 40
+                    spacing: 10
+                    RowLayout {
+                        Layout.fillWidth: true
+                        Text { Layout.fillWidth: true; text: dw.volumeName; color: Theme.text; font.pixelSize: Theme.bodySize + 2; font.weight: Font.DemiBold; elide: Text.ElideRight }
+                        Text { objectName: "storage.total"; text: dw.storage.totalText; color: Theme.secondaryText; font.pixelSize: Theme.bodySize }
+                    }
+                    Rectangle {
+                        id: bar
+                        objectName: "storage.bar"
+                        Layout.fillWidth: true
+                        implicitHeight: 14
+                        radius: 7
+                        color: Theme.skeleton
+                        clip: true
+                        readonly property var parts: [
+                            { value: dw.storage.used, color: Theme.dark ? "#8E8E93" : "#5E5E63" },
+                            { value: dw.storage.ready, color: Theme.accent },
+                            { value: dw.storage.held, color: Theme.warning },
+                            { value: dw.storage.free, color: Theme.skeleton }
+                        ]
+                        Row {
+                            anchors.fill: parent
+                            spacing: 0
+                            Repeater {
+                                model: bar.parts
+                                Rectangle {
+                                    required property var modelData
+                                    width: Math.round(bar.width * modelData.value)
+                                    height: bar.height
+                                    color: modelData.color
+                                }
+                            }
+                        }
+                    }
+                    Flow {
+                        Layout.fillWidth: true
+                        spacing: 18
+                        Repeater {
+                            model: [
+                                { label: "Your files and apps", color: Theme.dark ? "#8E8E93" : "#5E5E63" },
+                                { label: "Ready to clear", color: Theme.accent },
+                                { label: "Held by macOS", color: Theme.warning },
+                                { label: "Free", color: Theme.skeleton }
+                            ]
+                            Row {
+                                required property var modelData
+                                required property int index
+                                // Held space is shown only where the system reports some.
+                                visible: index !== 2 || dw.storage.held > 0
+                                spacing: 6
+                                Rectangle { width: 9; height: 9; radius: 4.5; color: modelData.color; anchors.verticalCenter: parent.verticalCenter; border.width: 1; border.color: Qt.darker(modelData.color, 1.08) }
+                                Text { text: modelData.label; color: Theme.secondaryText; font.pixelSize: Theme.smallSize + 1 }
+                            }
+                        }
+                    }
+                    Text { objectName: "storage.summary"; Layout.fillWidth: true; text: dw.storage.summary; color: Theme.text; font.pixelSize: Theme.bodySize; wrapMode: Text.WordWrap }
+                    Text { Layout.fillWidth: true; text: dw.storage.explanation; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1; wrapMode: Text.WordWrap }
+                }
+            }
+
+            // ---- category cards
+            GridLayout {
+                Layout.fillWidth: true
+                columns: column.width > 760 ? 4 : 2
+                columnSpacing: 12
+                rowSpacing: 12
+                Repeater {
+                    model: dw.cards
+                    AbstractButton {
+                        id: cardButton
+                        required property var modelData
+                        objectName: "card." + modelData.page
+                        Layout.fillWidth: true
+                        Layout.preferredWidth: 1
+                        implicitHeight: 160
+                        hoverEnabled: true
+                        onClicked: page.openPage(modelData.page)
+                        background: Card {
+                            border.color: cardButton.hovered ? Theme.accent : Theme.cardBorder
+                        }
+                        contentItem: ColumnLayout {
+                            spacing: 6
+                            RowLayout {
+                                Layout.fillWidth: true
+                                Layout.margins: 16
+                                Layout.bottomMargin: 0
+                                Rectangle {
+                                    width: 30; height: 30; radius: 8
+                                    color: Theme.accentTint
+                                    Icon { anchors.centerIn: parent; symbol: cardButton.modelData.symbol; size: 17; color: Theme.accent }
+                                }
+                                Item { Layout.fillWidth: true }
+                                Badge { text: cardButton.modelData.badge; tone: cardButton.modelData.badgeKind }
+                            }
+                            Text { Layout.leftMargin: 16; Layout.topMargin: 4; text: cardButton.modelData.title; color: Theme.secondaryText; font.pixelSize: Theme.bodySize }
+                            Text { objectName: "card.value"; Layout.leftMargin: 16; text: cardButton.modelData.value; color: Theme.text; font.pixelSize: Theme.titleSize - 2; font.weight: Font.Bold }
+                            Text {
+                                objectName: "card.detail"
+                                Layout.fillWidth: true
+                                Layout.leftMargin: 16
+                                Layout.rightMargin: 16
+                                Layout.bottomMargin: 14
+                                text: cardButton.modelData.detail
+                                color: Theme.tertiaryText
+                                font.pixelSize: Theme.smallSize + 1
+                                wrapMode: Text.WordWrap
+                                maximumLineCount: 3
+                                elide: Text.ElideRight
+                            }
+                        }
+                    }
+                }
+            }
+
+            // ---- ready
+            Card {
+                Layout.fillWidth: true
+                implicitHeight: readyRow.implicitHeight + 36
+                RowLayout {
+                    id: readyRow
+                    x: 20; y: 18
+                    width: parent.width - 40
+                    spacing: 16
+                    Column {
+                        Layout.fillWidth: true
+                        spacing: 4
+                        Text { objectName: "ready.heading"; text: dw.storage.readyHeading; color: Theme.text; font.pixelSize: Theme.largeSize; font.weight: Font.DemiBold }
+                        Text { width: parent.width; text: dw.storage.readyLine; color: Theme.secondaryText; font.pixelSize: Theme.bodySize; wrapMode: Text.WordWrap }
+                    }
+                    DwButton { text: "See what's using space"; onClicked: page.openPage("spaceMap") }
+                    DwButton { objectName: "ready.review"; primary: true; text: dw.storage.reviewTitle; onClicked: page.openPage("review") }
+                }
+            }
+        }
+    }
+}

@@ -1,0 +1,114 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Dustwhale
+
+// Everything the app moved to the Trash, one card per clear, with Put Back while an item is
+// still there.
+Item {
+    id: page
+
+    EmptyState {
+        objectName: "cleared.empty"
+        anchors.fill: parent
+        anchors.bottomMargin: 60
+        visible: dw.clearedCount === 0
+        symbol: "clock.arrow.circlepath"
+        title: "Nothing cleared yet"
+        detail: "When you move items to the Trash, they appear here so you can Put Back while they remain."
+    }
+
+    ColumnLayout {
+        anchors.fill: parent
+        anchors.leftMargin: Theme.pagePadding
+        anchors.rightMargin: Theme.pagePadding
+        anchors.topMargin: 4
+        spacing: 14
+        visible: dw.clearedCount > 0
+
+        RowLayout {
+            Layout.fillWidth: true
+            spacing: 12
+            Column {
+                Layout.fillWidth: true
+                spacing: 4
+                Text {
+                    objectName: "cleared.title"
+                    text: dw.clearedTitle
+                    color: Theme.text
+                    font.pixelSize: Theme.largeSize
+                    font.weight: Font.DemiBold
+                }
+                Text {
+                    width: parent.width
+                    text: "Empty the Trash to get the space back. Changed your mind? Put anything back below."
+                    color: Theme.secondaryText
+                    font.pixelSize: Theme.bodySize
+                    wrapMode: Text.WordWrap
+                }
+            }
+            DwButton {
+                objectName: "cleared.openTrash"
+                symbol: "trash"
+                text: "Open Trash"
+                onClicked: dw.openTrash()
+            }
+        }
+
+        ListView {
+            id: groups
+            objectName: "cleared.groups"
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            clip: true
+            spacing: 14
+            model: dw.clearedGroups
+            boundsBehavior: Flickable.StopAtBounds
+            ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
+            footer: Item { width: 1; height: 18 }
+
+            delegate: Card {
+                id: card
+                required property var modelData
+                objectName: "cleared.group"
+                width: groups.width
+                height: column.implicitHeight + 8
+                Accessible.name: "Items cleared " + modelData.dateText
+
+                Column {
+                    id: column
+                    x: 1; y: 1
+                    width: parent.width - 2
+
+                    Text {
+                        objectName: "cleared.groupHeader"
+                        leftPadding: 18; topPadding: 14; bottomPadding: 10
+                        text: card.modelData.header
+                        color: Theme.text
+                        font.pixelSize: Theme.bodySize
+                        font.weight: Font.DemiBold
+                    }
+                    ClearedRow {
+                        width: parent.width
+                        heading: true
+                        name: "Item"; from: "Came from"; sizeText: "Size"; statusText: "Status"; actionTitle: "Action"
+                    }
+                    Repeater {
+                        model: card.modelData.entries
+                        ClearedRow {
+                            required property var modelData
+                            objectName: "cleared.row"
+                            width: column.width
+                            name: modelData.name
+                            from: modelData.from
+                            sizeText: modelData.sizeText
+                            statusText: modelData.statusText
+                            canPutBack: modelData.canPutBack
+                            onPutBack: dw.putBack(modelData.id)
+                        }
+                    }
+                }
+            }
+        }
+    }
+}

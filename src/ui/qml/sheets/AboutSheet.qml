@@ -1,0 +1,41 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Dustwhale
+
+// About Dustwhale.
+Sheet {
+    id: sheet
+    objectName: "aboutSheet"
+    sheetWidth: 400
+    signal done()
+    contentItem: ColumnLayout {
+        spacing: 8
+        Rectangle {
+            Layout.alignment: Qt.AlignHCenter
+            width: 72; height: 72; radius: 18
+            color: Theme.accent
+            Icon { anchors.centerIn: parent; symbol: "trash"; size: 38; color: Theme.accentForeground }
+        }
+        Text { Layout.alignment: Qt.AlignHCenter; Layout.topMargin: 6; text: "Dustwhale"; color: Theme.text; font.pixelSize: Theme.titleSize; font.weight: Font.Bold }
+        Text { Layout.alignment: Qt.AlignHCenter; text: "Big space back. Nothing lost."; color: Theme.secondaryText; font.pixelSize: Theme.bodySize + 1 }
+        Text { Layout.alignment: Qt.AlignHCenter; text: dw.versionLine; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1 }
+        Text {
+            Layout.fillWidth: true
+            Layout.topMargin: 8
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.WordWrap
+            text: "Nothing is permanently deleted. Files go to the Trash, and you can put them back."
+            color: Theme.text
+            font.pixelSize: Theme.bodySize
+        }
+        RowLayout {
+            Layout.alignment: Qt.AlignHCenter
+            Layout.topMargin: 4
+            spacing: 16
+            DwButton { plain: true; text: "Privacy policy"; onClicked: dw.openUrl("https://dustwhale.app/privacy") }
+            DwButton { plain: true; text: "support@dustwhale.app"; onClicked: dw.openUrl("mailto:support@dustwhale.app") }
+        }
+        DwButton { objectName: "about.done"; Layout.alignment: Qt.AlignHCenter; Layout.topMargin: 8; primary: true; text: "Done"; onClicked: sheet.done() }
+    }
+}

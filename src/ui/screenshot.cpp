@@ -1,0 +1,132 @@
+#include "screenshot.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QQuickWindow>
+#include <QThread>
+#include <cstdio>
+#include <string_view>
+
+namespace dw::ui {
+
+bool waitFor(const std::function<bool()>& pred, int milliseconds) {
+  QElapsedTimer timer;
+  timer.start();
+  while (!pred()) {
+    if (timer.elapsed() > milliseconds) return pred();
+    QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    QThread::msleep(5);
+  }
+  return true;
+}
+
+void settle(int milliseconds) {
+  waitFor([] { return false; }, milliseconds);
+}
+
+namespace {
+
+struct Shooter {
+  AppWindow& window;
+  QDir dir;
+  QString appearance;
+  bool ok = true;
+
+  void call(const char* method, const QVariant& arg) {
+    QMetaObject::invokeMethod(window.root, method, Q_ARG(QVariant, arg));
+  }
+  void set(const char* property, const QVariant& value) {
+    window.root->setProperty(property, value);
+  }
+  void shoot(const QString& what, bool settled = true) {
+    if (settled) settle(250);
+    auto* quick = qobject_cast<QQuickWindow*>(window.root);
+    QImage image = quick->grabWindow();
+    QString path = dir.filePath(appearance + "-" + what + ".png");
+    if (image.isNull() || !image.save(path)) {
+      std::fprintf(stderr, "dustwhale-gui: could not write %s\n", qPrintable(path));
+      ok = false;
+    }
+  }
+};
+
+const char* const kPages[][2] = {
+    {"dashboard", "overview"},     {"review", "caches"},
+    {"leftovers", "leftovers"},    {"duplicates", "duplicates"},
+    {"largeFiles", "large-files"}, {"spaceMap", "space-map"},
+    {"apps", "uninstaller"},       {"recentlyCleared", "recently-cleared"}};
+
+}  // namespace
+
+bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringList& appearances) {
+  QDir dir(dirPath);
+  if (!dir.mkpath(".")) {
+    std::fprintf(stderr, "dustwhale-gui: cannot make %s\n", qPrintable(dirPath));
+    return false;
+  }
+  Shooter s{window, dir, {}};
+  AppBridge& dw = *window.bridge;
+  s.set("sheetsSuppressed", true);
+  s.set("forcedSheet", "");
+  // The skeleton: the first scan is running and nothing is listed yet. Its results reach the
+  // window only through the event loop, which a grab without settling does not run.
+  s.call("showPage", "review");
+  for (const QString& appearance : appearances) {
+    s.appearance = appearance;
+    s.call("setDark", appearance == "dark");
+    s.shoot("caches-scanning", false);
+  }
+  if (!waitFor([&] { return !dw.scanning(); }, 120'000)) {
+    std::fprintf(stderr, "dustwhale-gui: the scan did not finish\n");
+    return false;
+  }
+  for (const QString& appearance : appearances) {
+    s.appearance = appearance;
+    s.call("setDark", appearance == "dark");
+    for (const auto& page : kPages) {
+      s.call("showPage", page[0]);
+      s.shoot(page[1]);
+    }
+
+    // The smallest window the user can make.
+    auto* quick = qobject_cast<QQuickWindow*>(window.root);
+    QSize normal = quick->size();
+    quick->resize(quick->minimumSize());
+    for (const char* page : {"dashboard", "review", "recentlyCleared"}) {
+      s.call("showPage", page);
+      s.shoot(QString("smallest-") + (page == std::string_view("dashboard") ? "overview"
+                                      : page == std::string_view("review")  ? "caches"
+                                                                            : "recently-cleared"));
+    }
+    quick->resize(normal);
+
+    s.call("showPage", "review");
+    for (int step = 0; step < 3; ++step) {
+      s.set("forcedSheet", "onboarding");
+      s.call("setOnboardingStep", step);
+      s.shoot("onboarding-" + QString::number(step));
+    }
+    s.set("forcedSheet", "fullDiskAccess");
+    s.shoot("sheet-full-disk-access");
+    s.set("forcedSheet", "about");
+    s.shoot("sheet-about");
+
+    // The confirmation of every cache, listed short and then whole.
+    s.set("forcedSheet", "");
+    s.call("showPage", "review");
+    auto* caches = qobject_cast<FindingListModel*>(dw.caches());
+    caches->selectAll();
+    caches->requestMove();
+    s.set("forcedSheet", "confirm");
+    s.shoot("sheet-confirm");
+    s.call("setConfirmShowAll", true);
+    s.shoot("sheet-confirm-all");
+    s.call("setConfirmShowAll", false);
+    dw.cancelConfirm();
+    s.set("forcedSheet", "");
+  }
+  return s.ok;
+}
+
+}  // namespace dw::ui

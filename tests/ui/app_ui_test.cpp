@@ -1,0 +1,321 @@
+// The desktop app's real QML over a model filled by a real scan of a Mac-shaped home, driven
+// offscreen: what the pages say, what selecting does, and a clear through the sheet into a
+// real Trash.
+
+#include <gtest/gtest.h>
+
+#include <QDateTime>
+#include <QDir>
+#include <QLocale>
+#include <QQuickItem>
+#include <algorithm>
+#include <filesystem>
+#include <set>
+
+#include "findings/size_text.h"
+#include "platform/defaults.h"
+#include "platform/desktop.h"
+#include "support/home_builder.h"
+#include "support/temp_dir.h"
+#include "ui_driver.h"
+
+namespace dw {
+namespace {
+
+constexpr std::int64_t kMiB = 1024 * 1024;
+
+class AppUiTest : public ::testing::Test {
+ protected:
+  void skipOnboarding() {
+    platform::UserDefaults(places.defaultsFile).setBool(platform::kOnboardingShownKey, true);
+  }
+  // The finding rows on screen, top to bottom, and one field of a row.
+  static QString field(QQuickItem* row, const char* name) {
+    QQuickItem* item = test::UiDriver::within(row, name);
+    return item ? item->property("text").toString() : QString();
+  }
+  static bool showing(QQuickItem* row, const char* name) {
+    QQuickItem* item = test::UiDriver::within(row, name);
+    return item && item->isVisible();
+  }
+  static QQuickItem* rowNamed(test::UiDriver& ui, const QString& name) {
+    for (QQuickItem* row : ui.all("findingRow"))
+      if (field(row, "row.name") == name) return row;
+    ADD_FAILURE() << "no row " << name.toStdString();
+    return nullptr;
+  }
+
+  test::TempHome trashHome;  // the real Trash, the log and the preference flags live here
+  test::HomeBuilder mac;
+  Locations places = mac.locations();
+};
+
+TEST_F(AppUiTest, ListPagesShowTheCoreTextsBadgesAndLocks) {
+  skipOnboarding();
+  mac.cache("com.example.big", 50 * kMiB);  // suggested: starts selected
+  mac.cache("com.example.small", 12 * kMiB);
+  mac.cache("Google", 20 * kMiB);  // Chrome's cache, while Chrome runs
+  mac.sparseFile(mac.inHome("Desktop/film.mov"), 300 * kMiB);
+  mac.sparseFile(mac.inHome("Downloads/disk.iso"), 250 * kMiB);
+  test::RunningProgram chrome("chrome");
+  test::UiDriver ui(places);
+
+  ui.page("review");
+  EXPECT_EQ(ui.text("header.title"), "Caches");
+  EXPECT_EQ(ui.text("page.summaryTitle"), "82 MB in 3 caches");
+  EXPECT_EQ(ui.text("footer.summary"), "50 MB selected · 1 cache");
+  ASSERT_EQ(ui.all("findingRow").size(), 3u);
+
+  QQuickItem* big = rowNamed(ui, "big");
+  QQuickItem* google = ui.all("findingRow")[1];
+  if (big) {
+    EXPECT_EQ(field(big, "row.badge"), "Safe to clear");
+    EXPECT_TRUE(showing(big, "row.check"));
+  }
+  // Waiting for Chrome to quit: the badge says so, and there is neither control nor lock.
+  EXPECT_TRUE(field(google, "row.badge").startsWith("Quit "))
+      << field(google, "row.badge").toStdString();
+  EXPECT_TRUE(field(google, "row.badge").endsWith(" first"));
+  EXPECT_FALSE(showing(google, "row.check"));
+  EXPECT_FALSE(showing(google, "row.lock"));
+
+  // Choosing the small cache adds it to the footer.
+  ui.click(test::UiDriver::within(ui.all("findingRow")[2], "row.check"));
+  EXPECT_EQ(ui.text("footer.summary"), "62 MB selected · 2 caches");
+
+  // Details: the why-safe text and the proof action.
+  ui.click(test::UiDriver::within(ui.all("findingRow")[0], "row.disclosure"));
+  EXPECT_EQ(field(ui.all("findingRow")[0], "row.disclosure"), "Hide details");
+  EXPECT_TRUE(showing(ui.all("findingRow")[0], "row.whySafe"));
+  EXPECT_EQ(field(ui.all("findingRow")[0], "row.proof"),
+            QString::fromUtf8(platform::revealActionTitle().data()));
+
+  // Large files: a Desktop file stays, with the lock; a Downloads file is the user's call.
+  ui.page("largeFiles");
+  EXPECT_EQ(ui.text("page.summaryTitle"), "550 MB in 2 files");
+  QQuickItem* film = rowNamed(ui, "film.mov");
+  QQuickItem* disk = rowNamed(ui, "disk.iso");
+  ASSERT_TRUE(film && disk);
+  EXPECT_EQ(field(film, "row.badge"), "Kept");
+  EXPECT_TRUE(showing(film, "row.lock"));
+  EXPECT_FALSE(showing(film, "row.check"));
+  EXPECT_EQ(field(disk, "row.badge"), "Your call");
+  EXPECT_EQ(ui.text("footer.summary"), "0 MB selected · 0 files");
+  EXPECT_FALSE(ui.one("footer.move")->property("enabled").toBool());
+
+  // Nothing was left behind: the empty state, not a list.
+  ui.page("leftovers");
+  EXPECT_EQ(ui.text("emptyState.title"), "Nothing to clear here — your Mac is in good shape");
+}
+
+TEST_F(AppUiTest, SearchFiltersByNameAndEndsWithThePage) {
+  skipOnboarding();
+  mac.cache("com.example.alpha", 12 * kMiB);
+  mac.cache("com.example.beta", 11 * kMiB);
+  test::UiDriver ui(places);
+
+  // Only Overview scans from the header; Overview, Space Map and Recently Cleared have no search.
+  ui.page("dashboard");
+  EXPECT_TRUE(ui.shows("header.scan"));
+  EXPECT_FALSE(ui.shows("searchField"));
+  ui.page("recentlyCleared");
+  EXPECT_FALSE(ui.shows("searchField"));
+  EXPECT_FALSE(ui.shows("header.scan"));
+
+  ui.page("review");
+  EXPECT_FALSE(ui.shows("header.scan"));
+  ASSERT_EQ(ui.all("findingRow").size(), 2u);
+  ui.click("searchField");
+  ui.type("ALP");
+  ASSERT_EQ(ui.all("findingRow").size(), 1u);
+  EXPECT_EQ(field(ui.all("findingRow")[0], "row.name"), "alpha");
+
+  // A search that matches nothing shows an empty list, not "nothing found".
+  ui.type("zzz");
+  EXPECT_TRUE(ui.all("findingRow").empty());
+  EXPECT_TRUE(ui.shows("page.list"));
+  EXPECT_FALSE(ui.shows("page.empty"));
+
+  // Another page starts unfiltered with an empty field, and so does coming back.
+  ui.page("leftovers");
+  EXPECT_EQ(ui.text("searchField"), "");
+  ui.page("review");
+  EXPECT_EQ(ui.text("searchField"), "");
+  EXPECT_EQ(ui.all("findingRow").size(), 2u);
+
+  // The window keeps its default and minimum size.
+  EXPECT_EQ(ui.window()->size(), QSize(1080, 720));
+  EXPECT_EQ(ui.window()->minimumSize(), QSize(880, 560));
+}
+
+TEST_F(AppUiTest, SelectAllThenTheSheetMovesExactlyThePageToTheTrash) {
+  skipOnboarding();
+  std::vector<std::string> caches;
+  for (int i = 0; i < 8; ++i)
+    caches.push_back(mac.cache("com.example.c" + std::to_string(i), 10 * kMiB + i * 4096 * 4));
+  std::string iso = mac.sparseFile(mac.inHome("Downloads/disk.iso"), 250 * kMiB);
+  std::string pref = mac.preference("com.gone.App");
+  test::UiDriver ui(places);
+
+  ui.page("review");
+  ui.click("sectionHeader.selectAll");
+  EXPECT_EQ(ui.text("footer.summary"), "80 MB selected · 8 caches");
+  // Large files keep their own (empty) selection.
+  EXPECT_EQ(ui.bridge().model().itemsToClear(ScanModel::ConfirmScope::files).size(), 0u);
+
+  // Return and Esc both cancel; nothing moves from the keyboard.
+  for (Qt::Key key : {Qt::Key_Return, Qt::Key_Escape}) {
+    ui.click("footer.move");
+    ASSERT_TRUE(ui.shows("confirm.title"));
+    EXPECT_EQ(ui.text("confirm.title"), "Move 8 items to the Trash?");
+    EXPECT_EQ(ui.text("confirm.size"), "80 MB");
+    EXPECT_EQ(ui.text("confirm.more"), "2 more");
+    EXPECT_EQ(ui.text("confirm.showAll"), "Show all 8 items");
+    ui.key(key);
+    EXPECT_FALSE(ui.bridge().confirm());
+    EXPECT_FALSE(ui.shows("confirm.title"));
+  }
+  for (const auto& c : caches)
+    EXPECT_TRUE(test::exists(c)) << c;
+
+  ui.click("footer.move");
+  ui.click("confirm.move");
+  ASSERT_TRUE(ui.waitFor([&] { return ui.shows("confirm.checkmark"); }));
+  EXPECT_TRUE(ui.shows("confirm.recentlyCleared"));
+  for (const auto& c : caches) {
+    EXPECT_FALSE(test::exists(c)) << c;
+    EXPECT_TRUE(test::exists(trashHome.trashFiles() + "/" + c.substr(c.rfind('/') + 1))) << c;
+  }
+  EXPECT_TRUE(test::exists(iso));
+  EXPECT_TRUE(test::exists(pref));
+  EXPECT_EQ(ui.text("confirm.outcome"), ui.text("statusLine"));
+
+  ui.click("confirm.done");
+  EXPECT_FALSE(ui.shows("confirm.checkmark"));
+  EXPECT_EQ(ui.text("emptyState.title"), "Nothing to clear here — your Mac is in good shape");
+}
+
+TEST_F(AppUiTest, OnboardingRemembersItsEndAndWelcomeReopensIt) {
+  platform::UserDefaults defaults(places.defaultsFile);
+  test::UiDriver ui(places);
+  ASSERT_TRUE(ui.shows("onboarding.title"));
+  EXPECT_EQ(ui.text("onboarding.title"), "Big space back. Nothing lost.");
+  EXPECT_TRUE(ui.shows("onboarding.label"));
+
+  ui.key(Qt::Key_Escape);  // not dismissable
+  EXPECT_TRUE(ui.shows("onboarding.title"));
+  ui.click("onboarding.continue");
+  EXPECT_EQ(ui.text("onboarding.title"), "What it never does");
+  ui.click("onboarding.continue");
+  EXPECT_FALSE(defaults.boolValue(platform::kOnboardingShownKey));
+  if (platform::hasFullDiskAccessSetting()) {
+    EXPECT_EQ(ui.text("onboarding.title"), "Full Disk Access");
+    ui.click("onboarding.skip");
+  } else {
+    // Linux: what it needs instead, and Continue in place of the settings button.
+    EXPECT_EQ(ui.text("onboarding.title"), "Read access");
+    EXPECT_FALSE(ui.shows("onboarding.settings"));
+    ui.click("onboarding.continue");
+  }
+  EXPECT_TRUE(defaults.boolValue(platform::kOnboardingShownKey));
+  EXPECT_FALSE(ui.shows("onboarding.title"));
+
+  // The menu: updates are not configured; "Welcome to Dustwhale" starts again at step 0.
+  QObject* updates = ui.root()->findChild<QObject*>("menu.updates");
+  ASSERT_TRUE(updates);
+  EXPECT_FALSE(updates->property("enabled").toBool());
+  QObject* welcome = ui.root()->findChild<QObject*>("menu.welcome");
+  ASSERT_TRUE(welcome);
+  QMetaObject::invokeMethod(welcome, "triggered");
+  ui.waitFor([&] { return ui.shows("onboarding.title"); }, 2000);
+  EXPECT_EQ(ui.text("onboarding.title"), "Big space back. Nothing lost.");
+  EXPECT_TRUE(defaults.boolValue(platform::kOnboardingShownKey));
+}
+
+TEST_F(AppUiTest, OverviewCardsAndRecentlyClearedWithPutBack) {
+  skipOnboarding();
+  std::string a = mac.cache("com.example.a", 12 * kMiB);
+  std::string b = mac.cache("com.example.b", 11 * kMiB);
+  std::string c = mac.cache("com.example.c", 10 * kMiB);
+  mac.folderOfSize(mac.inHome("Library/Application Support/com.gone.App"), 4 * kMiB);
+  mac.preference("com.gone.App");
+  test::UiDriver ui(places);
+
+  ui.page("dashboard");
+  // The four cards stand in one row at the default width: left to right.
+  auto cards = ui.all("card.detail");
+  std::sort(cards.begin(), cards.end(), [](QQuickItem* x, QQuickItem* y) {
+    return x->mapToScene({0, 0}).x() < y->mapToScene({0, 0}).x();
+  });
+  std::vector<QString> details;
+  for (QQuickItem* item : cards)
+    details.push_back(item->property("text").toString());
+  ASSERT_EQ(details.size(), 4u);
+  EXPECT_EQ(details[0], "3 folders apps rebuild on their own");
+  EXPECT_EQ(details[1], "From 1 app no longer installed");
+  EXPECT_EQ(details[2], "Find extra copies in Downloads and media folders.");
+  EXPECT_EQ(details[3], "0 files over 200 MB, never pre-selected");
+  EXPECT_TRUE(ui.text("storage.summary").contains(" ready to clear, "));
+  EXPECT_EQ(ui.text("ready.heading").left(15), "Ready to clear ");
+
+  // Nothing cleared yet.
+  ui.page("recentlyCleared");
+  EXPECT_EQ(ui.text("emptyState.title"), "Nothing cleared yet");
+  EXPECT_FALSE(ui.shows("cleared.openTrash"));
+
+  // Two clears: two cards, newest first, counted.
+  ScanModel& model = ui.bridge().model();
+  auto clear = [&](std::set<std::string> ids) {
+    model.select(std::move(ids));
+    model.requestConfirm(ScanModel::ConfirmScope::caches);
+    ui.bridge().confirmMove();
+    ASSERT_TRUE(ui.waitFor([&] { return !ui.bridge().clearing(); }));
+    ui.click("confirm.done");
+  };
+  clear({a});
+  clear({b, c});
+  ui.page("review");
+  ui.page("recentlyCleared");
+  auto headers = ui.all("cleared.groupHeader");
+  ASSERT_EQ(headers.size(), 2u);
+  EXPECT_TRUE(headers[0]->property("text").toString().startsWith("Today, "));
+  EXPECT_TRUE(headers[0]->property("text").toString().endsWith(" · 2 items · 21 MB"));
+  EXPECT_TRUE(headers[1]->property("text").toString().endsWith(" · 1 item · 12 MB"));
+  EXPECT_EQ(ui.text("cleared.title"), "33 MB moved to the Trash");
+  ASSERT_EQ(ui.all("cleared.putBack").size(), 3u);
+
+  // Put Back of the first row: it is home again, and its row says so with no button.
+  auto rows = ui.all("cleared.row");
+  ASSERT_EQ(rows.size(), 3u);
+  QString firstName = field(rows[0], "cleared.name");
+  ui.click(ui.all("cleared.putBack")[0]);
+  EXPECT_EQ(ui.text("statusLine"), firstName + " was put back.");
+  rows = ui.all("cleared.row");
+  EXPECT_TRUE(field(rows[0], "cleared.status").startsWith("Put back "));
+  EXPECT_EQ(ui.all("cleared.putBack").size(), 2u);
+
+  // A Trash copy that is gone: "Trash emptied", no button. (The test empties its own Trash.)
+  std::filesystem::remove_all(trashHome.trashFiles() + "/com.example.a");
+  ui.bridge().reloadCleared();
+  ui.waitFor([&] { return ui.all("cleared.putBack").size() == 1; }, 2000);
+  rows = ui.all("cleared.row");
+  EXPECT_EQ(field(rows[2], "cleared.status"), "Trash emptied");
+  EXPECT_EQ(ui.all("cleared.putBack").size(), 1u);
+}
+
+TEST(ClearedDates, TodayThisYearAndEarlier) {
+  // A fixed clock: noon, June 15th 2026, local time.
+  QDateTime noon(QDate(2026, 6, 15), QTime(12, 0));
+  auto at = [](const QDateTime& t) {
+    return TimePoint(std::chrono::milliseconds(t.toMSecsSinceEpoch()));
+  };
+  TimePoint now = at(noon);
+  EXPECT_TRUE(ui::AppBridge::dateText(at(noon.addSecs(-3600)), now).startsWith("Today, 11"));
+  EXPECT_EQ(ui::AppBridge::dateText(at(QDateTime(QDate(2026, 3, 4), QTime(9, 0))), now),
+            QLocale().toString(QDate(2026, 3, 4), "MMM d"));
+  EXPECT_EQ(ui::AppBridge::dateText(at(QDateTime(QDate(2024, 3, 4), QTime(9, 0))), now),
+            QLocale().toString(QDate(2024, 3, 4), "MMM d, yyyy"));
+}
+
+}  // namespace
+}  // namespace dw

@@ -3,6 +3,7 @@
 
   make_measure_tree.py ROOT              the tree bench/measure_bench.sh measures
   make_measure_tree.py --shape mac ROOT  the Mac-shaped disk bench/scan_bench.sh scans
+  make_measure_tree.py --shape apps ROOT the application folders bench/apps_bench.sh lists
 
 measure: about 300,000 entries of nested folders, small files of varied sizes, hard links
 (within one folder and across folders), symbolic links (some dangling, some with targets long
@@ -301,14 +302,72 @@ def build_mac(root):
     return sum(len(d) + len(f) for _, d, f in os.walk(root)) + 1
 
 
+APP_COUNT = 150
+LARGE_APPS = 12  # bundles of thousands of files, as big editors and suites are
+RELATED_NAMES = [("Application Support", ""), ("Caches", ""), ("Preferences", ".plist"),
+                 ("Containers", ""), ("Saved Application State", ".savedState"),
+                 ("HTTPStorages", ""), ("WebKit", ""), ("LaunchAgents", ".plist")]
+
+
+def build_apps(root):
+    """APP_COUNT application bundles, each with an Info.plist and a tree of resources, spread
+    over /Applications (most), vendor folders in it, /Applications/Utilities and ~/Applications;
+    a few large. Most apps keep folders and files named after their identifier in the home's
+    Library; some keep nothing. Apps named after their folders in Library/Application Support
+    (by name, not identifier) are not theirs and stay unlisted. No hard links: du's total over
+    many trees and the sum of per-tree totals then agree."""
+    rng = random.Random(SEED + 2)
+    m = Maker(rng)
+    home = os.path.join(root, "Users/me")
+    lib = os.path.join(home, "Library")
+    for folder, _ in RELATED_NAMES:
+        os.makedirs(os.path.join(lib, folder), exist_ok=True)
+    vendors = ["Vendor%d Suite" % v for v in range(6)]
+    for n in range(APP_COUNT):
+        name = "%s%03d" % (WORDS[n % len(WORDS)], n)
+        ident = "com.bench%d.%s" % (n % 7, name.lower())
+        r = n % 15
+        if r == 0:
+            parent = "Applications/Utilities"
+        elif r == 1:
+            parent = "Applications/" + vendors[n % len(vendors)]
+        elif r == 2:
+            parent = "Users/me/Applications"
+        else:
+            parent = "Applications"
+        bundle = os.path.join(root, parent, name + ".app")
+        contents = os.path.join(bundle, "Contents")
+        os.makedirs(os.path.join(contents, "MacOS"))
+        plist(os.path.join(contents, "Info.plist"),
+              {"CFBundleIdentifier": ident, "CFBundleName": name})
+        m.file(os.path.join(contents, "MacOS", name.lower()), rng.randint(64, 900) << 10)
+        large = n % (APP_COUNT // LARGE_APPS) == 5
+        m.fill(os.path.join(contents, "Resources"), rng.randint(6000, 12000) if large
+               else m.files_count())
+        if n % 5 == 4:
+            continue  # an app that keeps nothing in the Library
+        for folder, suffix in RELATED_NAMES:
+            if rng.random() < 0.4:
+                continue
+            path = os.path.join(lib, folder, ident + suffix)
+            if suffix == ".plist":
+                plist(path, {"Label": ident, "LastWindow": "main"})
+            else:
+                m.fill(path, rng.randint(2000, 6000) if large and folder != "WebKit"
+                       else rng.randint(2, 200))
+        m.fill(os.path.join(lib, "Application Support", name), 20)  # by name: not the app's
+    return sum(len(d) + len(f) for _, d, f in os.walk(root)) + 1
+
+
 def main():
     parser = argparse.ArgumentParser(description="Builds a benchmark tree.")
-    parser.add_argument("--shape", choices=["measure", "mac"], default="measure")
+    parser.add_argument("--shape", choices=["measure", "mac", "apps"], default="measure")
     parser.add_argument("root")
     args = parser.parse_args()
     root = args.root
     shutil.rmtree(root + ".partial", ignore_errors=True)
-    entries = (build_mac if args.shape == "mac" else build)(root + ".partial")
+    builders = {"measure": build, "mac": build_mac, "apps": build_apps}
+    entries = builders[args.shape](root + ".partial")
     os.rename(root + ".partial", root)  # a half-built tree is never mistaken for a finished one
     print("built %d entries in %s" % (entries, root))
 

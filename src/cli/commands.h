@@ -16,5 +16,7 @@ Runner addHistory(CLI::App& app);
 Runner addPutBack(CLI::App& app);
 Runner addDuplicates(CLI::App& app);
 Runner addSpaceMap(CLI::App& app);
+Runner addApps(CLI::App& app);
+Runner addUninstall(CLI::App& app);
 
 }  // namespace dw::cli

@@ -22,6 +22,8 @@ int main(int argc, char** argv) {
   runners["measure"] = dw::cli::addMeasure(app);
   runners["duplicates"] = dw::cli::addDuplicates(app);
   runners["space-map"] = dw::cli::addSpaceMap(app);
+  runners["apps"] = dw::cli::addApps(app);
+  runners["uninstall"] = dw::cli::addUninstall(app);
 
   try {
     app.parse(argc, argv);

@@ -116,7 +116,7 @@ ScanModel::ScanResult ScanModel::runScanPipeline(
   sortLargestFirst(files);
 
   announce(std::string(kAreaLeftovers));
-  LeftoverScanner::Result leftovers = LeftoverScanner::scan(places, measurer);
+  LeftoverScanner::Result leftovers = LeftoverScanner::scan(places, workspace, measurer);
   throwIfCancelled(stop);
 
   result.findings = std::move(caches);

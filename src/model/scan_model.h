@@ -23,6 +23,7 @@
 #include "scanners/uninstaller/app_record.h"
 #include "trash/cleared_log.h"
 #include "trash/clearing.h"
+#include "trash/uninstalling.h"
 
 namespace dw {
 
@@ -212,6 +213,15 @@ class ScanModel {
   // Chrome launched or quit (or any other app, which changes nothing).
   void applicationEvent(const std::string& bundleID, bool launched);
 
+  // ---- Installed apps and uninstall (scan_model_apps.cpp) ----
+  // Lists the installed apps on a task; a newer listing replaces one still running.
+  void refreshApps();
+  bool isAppsRefreshRunning() const { return appsTask_ != nullptr; }
+  void setUninstallTarget(std::optional<AppUninstaller::AppRecord> app);
+  // Refuses with a message, or moves uninstallTarget and its related items to the Trash. Does
+  // nothing while a clear or another uninstall is moving items.
+  void uninstall();
+
   // The main scan's work, run off the model's thread. announce reports each area before it is
   // measured. Throws Cancelled.
   static ScanResult runScanPipeline(const Locations& places, const platform::Workspace& workspace,
@@ -227,6 +237,9 @@ class ScanModel {
   void finishDuplicates(DuplicateScanner::Result result, std::uint64_t search);
   void endDuplicatesWithError(bool cancelled, std::uint64_t search);
   void finishDuplicateClear(Clearing::Outcome outcome);
+  // Installed apps and uninstall.
+  void finishApps(std::vector<AppUninstaller::AppRecord> apps, std::uint64_t generation);
+  void finishUninstall(Clearing::UninstallOutcome outcome, AppUninstaller::AppRecord app);
   // Posts to the model's thread a closure that runs only while this model is alive. A task holds
   // a Poster, never the model itself, so it may outlive the model harmlessly.
   struct Poster {
@@ -290,6 +303,9 @@ class ScanModel {
   // folders the shown groups came from, which a clear of copies re-checks against.
   std::uint64_t duplicateSearch_ = 0;
   DuplicateScanner::Scope duplicateSearchedScope_;
+  // Installed apps and uninstall.
+  std::shared_ptr<TaskHandle> appsTask_;
+  std::uint64_t appsGeneration_ = 0;
 };
 
 // The area texts in the order a scan announces them.

@@ -65,8 +65,8 @@ Locations Locations::macos(std::string root, std::string home, std::string bundl
       location("Library/Saved Application State", EntryRule::savedStateName),
       location("Library/LaunchAgents", EntryRule::launchAgentLabel),
   };
-  l.applicationFolders = {l.underRoot("/Applications"), paths::join(h, "Applications"),
-                          l.underRoot("/Applications/Utilities")};
+  l.applicationFolders = {l.underRoot("/Applications"), l.underRoot("/Applications/Utilities"),
+                          paths::join(h, "Applications")};
   l.systemExtensions = l.underRoot("/Library/SystemExtensions");
   l.refusedRoots = {l.underRoot("/Applications"), l.underRoot("/Library"), l.underRoot("/System")};
 

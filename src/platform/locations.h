@@ -43,8 +43,9 @@ struct Locations {
   std::string downloads, desktop, movies, documents;
 
   std::vector<LeftoverLocation> leftoverLocations;
-  std::vector<std::string> applicationFolders;  // one level of bundles each
-  std::string systemExtensions;                 // bundles ending "systemextension"
+  // /Applications, /Applications/Utilities, ~/Applications: bundles and vendor folders of them.
+  std::vector<std::string> applicationFolders;
+  std::string systemExtensions;           // bundles ending "systemextension"
   std::vector<std::string> refusedRoots;  // never a leftover: /Applications, /Library, /System
 
   std::string logFile;       // cleared.json

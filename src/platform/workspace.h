@@ -1,10 +1,15 @@
 #pragma once
-// Running applications and their launch and quit events.
+// Running applications and their launch and quit events, and what the system remembers of an
+// application's use.
 
 #include <functional>
 #include <memory>
+#include <optional>
+#include <set>
 #include <string>
 #include <string_view>
+
+#include "base/core.h"
 
 namespace dw::platform {
 
@@ -15,6 +20,9 @@ class Workspace {
 
   virtual ~Workspace() = default;
   virtual bool isRunning(std::string_view bundleID) const = 0;
+  // The bundle identifiers of every application running now, read once (a listing of many apps
+  // asks this once rather than isRunning for each).
+  virtual std::set<std::string> runningBundleIDs() const = 0;
   // Events arrive on a thread of the workspace's own; the receiver moves them to its thread.
   // Setting an empty handler stops them.
   virtual void setAppEventHandler(AppEventHandler handler) = 0;
@@ -22,5 +30,10 @@ class Workspace {
 
 // The system's workspace (Linux: processes under /proc).
 std::unique_ptr<Workspace> systemWorkspace();
+
+// When the application bundle at bundlePath was last opened, where the system records it.
+// Linux keeps no such date for an application (a file's access time says when it was read, by
+// anything, and is often not updated at all), so there it is always absent.
+std::optional<TimePoint> appLastUsed(const std::string& bundlePath);
 
 }  // namespace dw::platform

@@ -64,11 +64,12 @@ void clearPathItem(const CacheFinding& item, const Locations& places,
 }
 
 // A leftover: every path of the vanished app, each re-checked on its own.
-void clearLeftover(const CacheFinding& item, const Locations& places, std::stop_token stop,
-                   Outcome& outcome) {
+void clearLeftover(const CacheFinding& item, const Locations& places,
+                   const platform::Workspace& workspace, std::stop_token stop, Outcome& outcome) {
   std::string bundleID =
       item.id.substr(item.id.rfind(kLeftoverIdPrefix, 0) == 0 ? kLeftoverIdPrefix.size() : 0);
-  if (LeftoverScanner::isAccountedFor(bundleID, LeftoverScanner::installedBundleIDs(places))) {
+  if (LeftoverScanner::isAccountedFor(bundleID,
+                                      LeftoverScanner::installedBundleIDs(places, workspace))) {
     outcome.failures.push_back({item.name, std::string(kInstalledAgain)});
     return;
   }
@@ -223,7 +224,7 @@ Outcome clearFindings(const std::vector<CacheFinding>& items, const Locations& p
     }
     const CacheFinding& item = items[static_cast<size_t>(i)];
     if (item.kind == CacheFinding::Kind::leftover) {
-      clearLeftover(item, places, stop, outcome);
+      clearLeftover(item, places, workspace, stop, outcome);
     } else {
       clearPathItem(item, places, workspace, outcome);
     }

@@ -80,7 +80,9 @@ DiskSizer::SizeReading walked(const std::string& root, TreeWalker::Options optio
   EXPECT_TRUE(TreeWalker::walk(root, {&a, &b}, options));
   if (folders) *folders = a.folders + b.folders;
   // With a second thread asked for at once, it must really have done some of the work.
-  if (options.threads == 2 && options.secondThreadAfter == 1) EXPECT_GT(b.entries, 0u);
+  if (options.threads == 2 && options.secondThreadAfter == 1) {
+    EXPECT_GT(b.entries, 0u);
+  }
   DiskSizer::SizeReading r{a.bytes + b.bytes, std::nullopt};
   std::int64_t newest = std::max(a.newest, b.newest);
   if (newest) r.newest = TimePoint(std::chrono::seconds(newest));

@@ -3,8 +3,10 @@
 
 #include "platform/trash.h"
 
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -236,6 +238,46 @@ TEST(Trash, InjectedFaultsNeverLoseAnItem) {
   // Names already reserved by others are skipped, never reused.
   inject({{reserveInfo, EEXIST}}, 3);
   EXPECT_EQ(moveToTrash(put(h, "busy.txt")).trashPath, files + "/busy 4.txt");
+}
+
+TEST(Trash, AMoveRefusedForLackOfRightsSaysSo) {
+  std::shared_ptr<void> reset(nullptr, [](void*) { sys::setFaultHook({}); });
+  TempHome home;
+  const std::string h = home.path();
+  // The system refusing the rename for lack of rights is a rights question; any other failure
+  // is not.
+  inject({{sys::Step::rename, EACCES}});
+  TrashMove refused = moveToTrash(put(h, "a.txt"));
+  EXPECT_TRUE(!refused.ok() && refused.permissionDenied) << refused.error;
+  inject({{sys::Step::rename, EIO}});
+  EXPECT_FALSE(moveToTrash(put(h, "c.txt")).permissionDenied);
+  sys::setFaultHook({});
+
+  // A folder the user may not write, and a folder whose own ".." the move must change.
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root to run the child as another user";
+  TempDir shared;
+  const std::string locked = shared / "locked", closed = shared / "closed";
+  put(locked, "item.txt");
+  put(closed + "/app", "inner.txt");
+  ::chmod(locked.c_str(), 0555);
+  ::chmod((closed + "/app").c_str(), 0555);
+  for (const std::string& path : {shared.path(), locked, locked + "/item.txt", closed})
+    ::chown(path.c_str(), 65534, 65534);
+  ::chown((closed + "/app").c_str(), 65534, 65534);
+  pid_t child = ::fork();
+  if (child == 0) {
+    if (::setgroups(0, nullptr) != 0 || ::setresgid(65534, 65534, 65534) != 0 ||
+        ::setresuid(65534, 65534, 65534) != 0)
+      ::_exit(2);
+    ::setenv("XDG_DATA_HOME", (shared.path() + "/data").c_str(), 1);
+    TrashMove file = moveToTrash(locked + "/item.txt");
+    TrashMove folder = moveToTrash(closed + "/app");
+    ::_exit(!file.ok() && file.permissionDenied && !folder.ok() && folder.permissionDenied ? 0 : 1);
+  }
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  EXPECT_TRUE(exists(locked + "/item.txt") && exists(closed + "/app/inner.txt"));
 }
 
 }  // namespace

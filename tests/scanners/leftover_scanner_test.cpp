@@ -8,6 +8,7 @@
 #include "base/time.h"
 #include "scanners/caches/cache_scanner.h"
 #include "support/home_builder.h"
+#include "support/test_workspace.h"
 
 namespace dw {
 namespace {
@@ -24,9 +25,13 @@ const LeftoverFinding* byID(const Result& r, std::string_view id) {
   return it == r.findings.end() ? nullptr : &*it;
 }
 
+// Nothing runs unless a test says so.
+const test::TestWorkspace kNothingRuns;
+
 // A scan with a measurer of its own, so that it walks every folder again.
-Result scanFresh(const Locations& places, SharedMeasurer&& measurer = SharedMeasurer({})) {
-  return scan(places, measurer);
+Result scanFresh(const Locations& places, const platform::Workspace& workspace = kNothingRuns,
+                 SharedMeasurer&& measurer = SharedMeasurer({})) {
+  return scan(places, workspace, measurer);
 }
 
 TEST(LeftoverScanner, IdentifierRules) {
@@ -94,7 +99,7 @@ TEST(LeftoverScanner, ReportsWhatVanishedAppsLeftBehind) {
   writeFile(b.inHome("Library/LaunchAgents/bad.plist"), "<<<");
 
   // One level of nested bundles; the running program counts as installed.
-  EXPECT_EQ(installedBundleIDs(places),
+  EXPECT_EQ(installedBundleIDs(places, kNothingRuns),
             (std::set<std::string>{"com.dustwhale.Dustwhale", "com.example.app",
                                    "com.example.loginhelper", "com.example.net",
                                    "com.example.render", "io.term.app", "net.editor.app"}));
@@ -168,6 +173,31 @@ TEST(LeftoverScanner, ReportsWhatVanishedAppsLeftBehind) {
   EXPECT_FALSE(byID(scanFresh(places), "com.example.gone"));
 }
 
+TEST(LeftoverScanner, InstalledMeansEveryListedAppAndEveryRunningOne) {
+  test::HomeBuilder b;
+  Locations places = b.locations();
+  // An app in a vendor folder, as the uninstaller lists it; one a folder deeper is not listed.
+  b.app(b.inRoot("Applications/Vendor Suite/Vendor.app"), "com.vendor.app");
+  b.app(b.inRoot("Applications/Vendor Suite/Extras/Deep.app"), "com.vendor.deep");
+  for (const char* id : {"com.vendor.app", "com.vendor.deep", "com.example.running"}) {
+    b.folder(b.inHome(std::string("Library/Containers/") + id));
+  }
+  test::TestWorkspace workspace;
+  workspace.setRunning("com.example.running", true);
+
+  auto installed = installedBundleIDs(places, workspace);
+  EXPECT_TRUE(installed.contains("com.vendor.app"));
+  EXPECT_TRUE(installed.contains("com.example.running"));
+  EXPECT_FALSE(installed.contains("com.vendor.deep"));
+  auto result = scanFresh(places, workspace);
+  EXPECT_FALSE(byID(result, "com.vendor.app")) << "its Containers belong to an installed app";
+  EXPECT_FALSE(byID(result, "com.example.running"));
+  EXPECT_TRUE(byID(result, "com.vendor.deep"));
+  // Once the running app quits, its folder is a leftover like any other.
+  workspace.setRunning("com.example.running", false);
+  EXPECT_TRUE(byID(scanFresh(places, workspace), "com.example.running"));
+}
+
 TEST(LeftoverScanner, LargestFilesFrom100MBAndEachFolderWalkedOncePerScan) {
   test::HomeBuilder b;
   Locations places = b.locations();
@@ -188,7 +218,7 @@ TEST(LeftoverScanner, LargestFilesFrom100MBAndEachFolderWalkedOncePerScan) {
   ASSERT_EQ(CacheScanner::scanLibraryCaches(places, false, measurer).size(), 1u);
   b.file(cache + "/later.bin", 4 * MB);
 
-  auto result = scan(places, measurer);
+  auto result = scan(places, kNothingRuns, measurer);
   ASSERT_EQ(result.findings.size(), 3u);
   EXPECT_EQ(result.findings[0].bytes, 100 * MB);
   EXPECT_EQ(result.findings[0].largestFiles,

@@ -114,7 +114,9 @@ TEST(SpaceMap, ThreeLevelsCountedAndNothingBelow) {
       sum += k.bytes;
       check(k);
     }
-    if (!n.children.empty()) EXPECT_EQ(n.bytes - sum, blocksOf(n.path)) << n.path;
+    if (!n.children.empty()) {
+      EXPECT_EQ(n.bytes - sum, blocksOf(n.path)) << n.path;
+    }
   };
   check(root);
 

@@ -16,6 +16,10 @@ class TestWorkspace final : public platform::Workspace {
     std::lock_guard lock(mutex_);
     return running_.count(std::string(bundleID)) > 0;
   }
+  std::set<std::string> runningBundleIDs() const override {
+    std::lock_guard lock(mutex_);
+    return running_;
+  }
   void setAppEventHandler(AppEventHandler handler) override { handler_ = std::move(handler); }
   void setRunning(const std::string& bundleID, bool running) {
     std::lock_guard lock(mutex_);

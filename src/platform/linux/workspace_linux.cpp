@@ -94,6 +94,7 @@ class ProcWorkspace final : public Workspace {
   bool isRunning(std::string_view bundleID) const override {
     return runningKnownApps().contains(std::string(bundleID));
   }
+  std::set<std::string> runningBundleIDs() const override { return runningKnownApps(); }
 
   // Called from one thread (the receiver's), or from inside the handler itself.
   void setAppEventHandler(AppEventHandler handler) override {
@@ -169,6 +170,10 @@ class ProcWorkspace final : public Workspace {
 
 std::unique_ptr<Workspace> systemWorkspace() {
   return std::make_unique<ProcWorkspace>();
+}
+
+std::optional<TimePoint> appLastUsed(const std::string&) {
+  return std::nullopt;  // no record of application use on Linux; see the header
 }
 
 }  // namespace dw::platform

@@ -12,6 +12,7 @@
 #include "measure/disk_sizer.h"
 #include "platform/own_ground.h"
 #include "platform/plist.h"
+#include "scanners/app_bundles.h"
 #include "scanners/folder_listing.h"
 
 namespace dw::LeftoverScanner {
@@ -97,16 +98,15 @@ void addBundleID(const std::string& bundle, std::set<std::string>& ids) {
   if (auto id = info->string("CFBundleIdentifier"); id && !id->empty()) ids.insert(*id);
 }
 
-void addBundlesIn(const std::string& folder, std::set<std::string>& ids, bool nested) {
-  auto entries = listFolder(folder);
-  if (!entries) return;
-  for (const Entry& e : *entries) {
-    std::string bundle = paths::join(folder, e.name);
-    if (!isFolderOrLinkToOne(bundle)) continue;
-    addBundleID(bundle, ids);
-    if (!nested) continue;
-    for (std::string_view inner : kNestedBundleFolders) {
-      addBundlesIn(paths::join(bundle, inner), ids, false);
+// The helpers, plug-ins and extensions one folder inside an app bundle.
+void addNestedBundles(const std::string& bundle, std::set<std::string>& ids) {
+  for (std::string_view inner : kNestedBundleFolders) {
+    std::string folder = paths::join(bundle, inner);
+    auto entries = listFolder(folder);
+    if (!entries) continue;
+    for (const Entry& e : *entries) {
+      std::string nested = paths::join(folder, e.name);
+      if (isFolderOrLinkToOne(nested)) addBundleID(nested, ids);
     }
   }
 }
@@ -298,10 +298,15 @@ bool isAccountedFor(const std::string& bundleID, const std::set<std::string>& in
   return false;
 }
 
-std::set<std::string> installedBundleIDs(const Locations& places) {
-  std::set<std::string> ids;
-  for (const std::string& folder : places.applicationFolders)
-    addBundlesIn(folder, ids, true);
+std::set<std::string> installedBundleIDs(const Locations& places,
+                                         const platform::Workspace& workspace) {
+  // Every app the uninstaller lists, vendor folders included, and whatever runs now (an app
+  // opened from Downloads is installed for as long as it runs).
+  std::set<std::string> ids = workspace.runningBundleIDs();
+  for (const std::string& bundle : scanners::listApplicationBundles(places)) {
+    addBundleID(bundle, ids);
+    addNestedBundles(bundle, ids);
+  }
   // System extensions sit in the folder itself or one folder down (one per team or UUID).
   if (auto entries = listFolder(places.systemExtensions)) {
     for (const Entry& e : *entries) {
@@ -357,9 +362,10 @@ bool stillBelongsTo(const std::string& path, const std::string& bundleID, const 
   return false;
 }
 
-Result scan(const Locations& places, SharedMeasurer& measurer) {
+Result scan(const Locations& places, const platform::Workspace& workspace,
+            SharedMeasurer& measurer) {
   Result result;
-  std::set<std::string> installed = installedBundleIDs(places);
+  std::set<std::string> installed = installedBundleIDs(places, workspace);
 
   std::map<std::string, Group> groups;
   for (size_t index = 0; index < places.leftoverLocations.size(); ++index) {

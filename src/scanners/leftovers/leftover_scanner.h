@@ -10,6 +10,7 @@
 #include "findings/cache_finding.h"
 #include "measure/shared_measurer.h"
 #include "platform/locations.h"
+#include "platform/workspace.h"
 
 namespace dw::LeftoverScanner {
 
@@ -38,11 +39,14 @@ struct Result {
 inline constexpr std::int64_t kLargestFilesFrom = 104'857'600;  // 100 MB
 
 // Throws only Cancelled (through the measurer).
-Result scan(const Locations& places, SharedMeasurer& measurer);
+Result scan(const Locations& places, const platform::Workspace& workspace,
+            SharedMeasurer& measurer);
 
-// Identifiers read from the Info.plist of every installed app, its nested bundles and the
-// system extensions.
-std::set<std::string> installedBundleIDs(const Locations& places);
+// Identifiers read from the Info.plist of every app the uninstaller lists (vendor folders one
+// level deep included), of their nested bundles and of the system extensions, with the running
+// apps and this program itself.
+std::set<std::string> installedBundleIDs(const Locations& places,
+                                         const platform::Workspace& workspace);
 // The identifier or one of its shorter forms (trailing components dropped) is installed.
 bool isAccountedFor(const std::string& bundleID, const std::set<std::string>& installed);
 bool hasBundleIDShape(std::string_view candidate);

@@ -20,7 +20,7 @@ struct AppRecord {
   std::optional<TimePoint> lastUsed;
   bool running = false;
   bool apple = false;
-  bool brimvale = false;  // this application itself
+  bool own = false;  // this application itself
   std::uint64_t ino = 0;
   bool operator==(const AppRecord&) const = default;
 };

@@ -1,0 +1,222 @@
+// dustwhale apps: the installed apps with the data they keep; dustwhale uninstall: one of them
+// and its data moved to the Trash, every item restorable with put-back.
+
+#include <unistd.h>
+
+#include <iostream>
+
+#include "base/paths.h"
+#include "base/time.h"
+#include "cli/commands.h"
+#include "cli/output.h"
+#include "cli/session.h"
+#include "findings/size_text.h"
+#include "measure/disk_sizer.h"
+#include "scanners/uninstaller/app_uninstaller.h"
+
+namespace dw::cli {
+
+namespace {
+
+using AppUninstaller::AppRecord;
+
+json::Value appJson(const AppRecord& app) {
+  json::Value out{json::Object{}};
+  out.set("name", app.name);
+  out.set("bundleID", app.bundleID);
+  out.set("bundlePath", app.bundlePath);
+  out.set("bundleBytes", app.bundleBytes);
+  json::Array related;
+  for (const std::string& path : app.related)
+    related.emplace_back(path);
+  out.set("related", json::Value(std::move(related)));
+  out.set("relatedBytes", app.relatedBytes);
+  out.set("lastUsed", isoOrNull(app.lastUsed));
+  out.set("running", app.running);
+  out.set("apple", app.apple);
+  out.set("own", app.own);
+  out.set("ino", static_cast<std::int64_t>(app.ino));
+  return out;
+}
+
+std::string appLine(const AppRecord& app, const std::set<std::string>& needingAdmin) {
+  std::string line = displayText(app.name) + " · " + sizeText(app.bundleBytes) + " app · " +
+                     sizeText(app.relatedBytes) + " data · " +
+                     sizeText(AppUninstaller::totalBytes(app)) + " in all · last used " +
+                     (app.lastUsed ? timefmt::localDate(*app.lastUsed) : "unknown");
+  std::string row = AppUninstaller::rowText(app);
+  if (needingAdmin.contains(app.bundlePath)) {
+    row = "Stayed in place." + std::string(AppUninstaller::kNeedsAdministratorRow);
+  }
+  if (!row.empty()) line += " · " + row;
+  return line;
+}
+
+// Lists the apps through the model, as the apps page does. Nothing moves meanwhile, so Ctrl-C
+// may end the program at once.
+void listApps(Session& session) {
+  ScanModel& model = session.model();
+  session.setQuitOnInterrupt(true);
+  model.refreshApps();
+  session.runUntil([&] { return !model.isAppsRefreshRunning(); }, [] {});
+  session.setQuitOnInterrupt(false);
+}
+
+std::string absolutePath(const std::string& path) {
+  if (!path.empty() && path.front() == '/') return paths::standardize(path);
+  char cwd[4096];
+  if (!::getcwd(cwd, sizeof cwd)) return paths::standardize(path);
+  return paths::standardize(paths::join(cwd, path));
+}
+
+bool looksLikePath(const std::string& text) {
+  return text.find('/') != std::string::npos || text.ends_with(".app");
+}
+
+bool askToConfirm(const AppRecord& app) {
+  std::cout << "Move " << displayText(app.name) << " and its data to the Trash? [y/N] "
+            << std::flush;
+  std::string answer;
+  if (!std::getline(std::cin, answer)) return false;
+  answer = paths::asciiLower(answer);
+  return answer == "y" || answer == "yes";
+}
+
+}  // namespace
+
+Runner addApps(CLI::App& app) {
+  struct Options {
+    PlaceOptions places;
+    bool json = false;
+  };
+  auto options = std::make_shared<Options>();
+  CLI::App* cmd =
+      app.add_subcommand("apps", "The installed apps with the data they keep, largest first");
+  options->places.addTo(*cmd);
+  cmd->add_flag("--json", options->json, "Print the apps as JSON");
+
+  return [options] {
+    Session session(options->places.locations());
+    listApps(session);
+    const ScanModel& model = session.model();
+    if (options->json) {
+      json::Array rows;
+      for (const AppRecord& a : model.installedApps())
+        rows.push_back(appJson(a));
+      printJson(json::Value(std::move(rows)));
+      return 0;
+    }
+    if (model.installedApps().empty()) {
+      std::cout << "No apps found in the Applications folders.\n";
+      return 0;
+    }
+    for (const AppRecord& a : model.installedApps())
+      std::cout << appLine(a, model.appsNeedingAdmin()) << '\n';
+    return 0;
+  };
+}
+
+Runner addUninstall(CLI::App& app) {
+  struct Options {
+    PlaceOptions places;
+    std::string target;
+    bool dryRun = false;
+    bool yes = false;
+  };
+  auto options = std::make_shared<Options>();
+  CLI::App* cmd = app.add_subcommand(
+      "uninstall", "Move an app and its data to the Trash (never deletes; put-back restores it)");
+  options->places.addTo(*cmd);
+  cmd->add_option("app", options->target,
+                  "The app's name as `dustwhale apps` shows it, or its path")
+      ->required();
+  cmd->add_flag("--dry-run", options->dryRun, "List what would move; move nothing");
+  cmd->add_flag("--yes", options->yes, "Do not ask (needed without a terminal)");
+
+  return [options] {
+    Session session(options->places.locations());
+    ScanModel& model = session.model();
+    listApps(session);
+
+    std::optional<AppRecord> target;
+    if (looksLikePath(options->target)) {
+      std::string path = absolutePath(options->target);
+      for (const AppRecord& a : model.installedApps()) {
+        if (paths::standardize(a.bundlePath) == path) target = a;
+      }
+      if (!target) {
+        // Not in the Applications folders: described anyway, so that it is refused by name.
+        SharedMeasurer measurer({});
+        auto workspace = platform::systemWorkspace();
+        target = AppUninstaller::recordFor(path, model.places(), *workspace, measurer);
+      }
+      if (!target) {
+        std::cerr << "dustwhale: no app at " << displayText(path) << '\n';
+        return 2;
+      }
+    } else {
+      std::vector<AppRecord> named;
+      for (const AppRecord& a : model.installedApps()) {
+        if (a.name == options->target) named.push_back(a);
+      }
+      if (named.empty()) {
+        std::cerr << "dustwhale: no app named " << displayText(options->target)
+                  << " (see dustwhale apps)\n";
+        return 2;
+      }
+      if (named.size() > 1) {
+        std::cerr << "dustwhale: " << named.size() << " apps are named "
+                  << displayText(options->target) << "; give the path of one:\n";
+        for (const AppRecord& a : named)
+          std::cerr << "  " << displayText(a.bundlePath) << '\n';
+        return 2;
+      }
+      target = named.front();
+    }
+
+    const AppRecord& a = *target;
+    std::cout << "To move to the Trash: " << displayText(a.name) << " · "
+              << sizeText(AppUninstaller::totalBytes(a)) << '\n';
+    std::cout << "  " << displayText(a.bundlePath) << " · " << sizeText(a.bundleBytes) << '\n';
+    for (const std::string& path : a.related) {
+      std::cout << "  " << displayText(path) << " · " << sizeText(DiskSizer::measure(path).bytes)
+                << '\n';
+    }
+    if (auto refused = AppUninstaller::refusal(a, a.running, model.places())) {
+      std::cerr << *refused << '\n';
+      return 1;
+    }
+    if (options->dryRun) {
+      std::cout << "Dry run: nothing was moved.\n";
+      return 0;
+    }
+    if (!options->yes) {
+      if (!stdinIsTerminal()) {
+        std::cerr << "dustwhale: nothing was moved; confirm with --yes when there is no "
+                     "terminal to ask on\n";
+        return 1;
+      }
+      session.setQuitOnInterrupt(true);
+      bool confirmed = askToConfirm(a);
+      session.setQuitOnInterrupt(false);
+      if (!confirmed) {
+        std::cout << "Nothing was moved to the Trash.\n";
+        return 0;
+      }
+    }
+
+    model.setUninstallTarget(a);
+    model.uninstall();
+    if (!model.isClearRunning()) {  // refused after all: it started running meanwhile
+      std::cerr << model.message() << '\n';
+      return 1;
+    }
+    // An uninstall finishes once started; Ctrl-C waits for it.
+    session.runUntil([&] { return !model.isClearRunning(); }, [] {});
+    std::cout << model.message() << '\n';
+    bool allMoved = model.message().rfind("Some items stayed in place", 0) != 0;
+    return allMoved ? 0 : 1;
+  };
+}
+
+}  // namespace dw::cli

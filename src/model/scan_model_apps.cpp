@@ -1,0 +1,126 @@
+// The installed-apps list and the uninstall of one app.
+
+#include <cstdlib>
+
+#include "measure/shared_measurer.h"
+#include "model/scan_model.h"
+#include "scanners/uninstaller/app_uninstaller.h"
+
+namespace dw {
+
+void ScanModel::refreshApps() {
+  // A test host lists nothing by itself, as it scans nothing.
+  if (std::getenv("XCTestConfigurationFilePath") != nullptr) return;
+  if (appsTask_) appsTask_->cancel();
+  std::uint64_t generation = ++appsGeneration_;
+  appsLoading_ = true;
+  notify(Field::appsLoading);
+  appsTask_ = dispatcher_.start([this, generation, places = places_, post = poster(),
+                                 &workspace = workspace_](std::stop_token stop) {
+    std::vector<AppUninstaller::AppRecord> apps;
+    bool listed = false;
+    try {
+      SharedMeasurer measurer(stop);
+      apps = AppUninstaller::listApps(places, workspace, measurer);
+      listed = true;
+    } catch (...) {
+      // Cancelled by a newer listing, or failed: the previous list stays.
+    }
+    post([this, apps = std::move(apps), listed, generation]() mutable {
+      if (listed) {
+        finishApps(std::move(apps), generation);
+      } else if (generation == appsGeneration_) {
+        appsTask_.reset();
+        appsLoading_ = false;
+        notify(Field::appsLoading);
+      }
+    });
+  });
+}
+
+void ScanModel::finishApps(std::vector<AppUninstaller::AppRecord> apps, std::uint64_t generation) {
+  if (generation != appsGeneration_) return;  // overtaken by a newer listing
+  appsTask_.reset();
+  installedApps_ = std::move(apps);
+  notify(Field::installedApps);
+  appsLoading_ = false;
+  notify(Field::appsLoading);
+}
+
+void ScanModel::setUninstallTarget(std::optional<AppUninstaller::AppRecord> app) {
+  uninstallTarget_ = std::move(app);
+  notify(Field::uninstallTarget);
+}
+
+void ScanModel::uninstall() {
+  if (!uninstallTarget_ || clearTask_) return;
+  AppUninstaller::AppRecord app = *uninstallTarget_;
+  // Whether it runs is asked now: the listing may be minutes old.
+  bool running = app.running || (!app.bundleID.empty() && workspace_.isRunning(app.bundleID));
+  if (auto refused = AppUninstaller::refusal(app, running, places_)) {
+    message_ = *refused;
+    notify(Field::message);
+    return;
+  }
+  phase_ = Phase::clearing();
+  notify(Field::phase);
+  message_ = "Moving " + app.name + " to the Trash.";
+  notify(Field::message);
+  progress_ = Progress{0, static_cast<int>(app.related.size()) + 1, ""};
+  notify(Field::progress);
+
+  clearTask_ = dispatcher_.start([this, app, places = places_, post = poster()](std::stop_token) {
+    Clearing::UninstallOutcome outcome =
+        Clearing::uninstallApp(app, places, [&](const Clearing::Progress& p) {
+          post([this, p] {
+            progress_ = Progress{p.done, p.total, p.current};
+            notify(Field::progress);
+          });
+        });
+    post([this, outcome = std::move(outcome), app]() mutable {
+      finishUninstall(std::move(outcome), std::move(app));
+    });
+  });
+}
+
+void ScanModel::finishUninstall(Clearing::UninstallOutcome outcome, AppUninstaller::AppRecord app) {
+  // The moves stand whatever happens to the log: the items are in the Trash either way.
+  std::string logProblem;
+  try {
+    ClearedLog::append(outcome.moves.entries, places_);
+  } catch (const std::exception& e) {
+    logProblem = e.what();
+  }
+  clearTask_.reset();
+  phase_ = Phase::ready();
+  notify(Field::phase);
+  progress_.reset();
+  notify(Field::progress);
+  trashedBytesThisSession_ = Clearing::addBytes(trashedBytesThisSession_, outcome.moves.movedBytes);
+  notify(Field::trashedBytesThisSession);
+  offerRecentlyCleared_ = !outcome.moves.entries.empty();
+  notify(Field::offerRecentlyCleared);
+  reloadCleared();
+  uninstallTarget_.reset();
+  notify(Field::uninstallTarget);
+  if (outcome.needsAdministrator) {
+    appsNeedingAdmin_.insert(app.bundlePath);
+    notify(Field::appsNeedingAdmin);
+  }
+  // An app whose bundle stayed is still installed, and keeps its row (with the administrator
+  // text when that is why).
+  if (outcome.bundleMoved) {
+    std::erase_if(installedApps_, [&](const AppUninstaller::AppRecord& r) {
+      return r.bundlePath == app.bundlePath;
+    });
+    notify(Field::installedApps);
+  }
+  message_ = Clearing::uninstallMessage(outcome);
+  if (!logProblem.empty()) {
+    message_ += " Recently Cleared could not be updated (" + logProblem +
+                "); the moved items are in the Trash.";
+  }
+  notify(Field::message);
+}
+
+}  // namespace dw

@@ -1,0 +1,191 @@
+#include "scanners/uninstaller/app_uninstaller.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+#include "base/paths.h"
+#include "platform/plist.h"
+#include "scanners/app_bundles.h"
+#include "scanners/leftovers/leftover_scanner.h"
+
+namespace dw::AppUninstaller {
+
+namespace {
+
+constexpr std::string_view kApplePrefix = "com.apple.";
+constexpr std::array<std::string_view, 3> kRelatedSuffixes = {"", ".plist", ".savedState"};
+
+std::int64_t checkedAdd(std::int64_t a, std::int64_t b) {
+  std::int64_t sum = 0;
+  if (__builtin_add_overflow(a, b, &sum)) {
+    std::fputs("dustwhale: app size overflow\n", stderr);
+    std::abort();
+  }
+  return sum;
+}
+
+// An identifier that can stand as one name in a folder: a value such as "../Documents" read
+// from someone's Info.plist must never lead the search out of the Library folder.
+bool isUsableName(std::string_view bundleID) {
+  return !bundleID.empty() && bundleID != "." && bundleID != ".." &&
+         bundleID.find('/') == std::string_view::npos &&
+         bundleID.find('\0') == std::string_view::npos;
+}
+
+std::string relatedFolder(std::string_view folder, const Locations& places) {
+  return paths::join(places.library, folder);
+}
+
+std::string nonEmpty(const std::optional<std::string>& value) {
+  return value ? *value : std::string();
+}
+
+std::string resolved(const std::string& path) {
+  return paths::standardize(paths::resolveSymlinks(path));
+}
+
+}  // namespace
+
+std::vector<std::string> relatedItems(const std::string& bundleID, const Locations& places) {
+  std::vector<std::string> items;
+  if (!isUsableName(bundleID)) return items;
+  for (std::string_view folder : kRelatedFolders) {
+    std::string base = relatedFolder(folder, places);
+    for (std::string_view suffix : kRelatedSuffixes) {
+      std::string path = paths::join(base, bundleID + std::string(suffix));
+      struct stat s {};
+      if (::lstat(path.c_str(), &s) != 0) continue;
+      // Listed only where it could also move: a link out of the Library is not the app's data.
+      if (LeftoverScanner::isAllowedPath(path, places)) items.push_back(std::move(path));
+    }
+  }
+  return items;
+}
+
+bool stillRelated(const std::string& path, const std::string& bundleID, const Locations& places) {
+  if (!isUsableName(bundleID) || bundleID.starts_with(kApplePrefix)) return false;
+  std::string standard = paths::standardize(path);
+  std::string_view folder = paths::parent(standard);
+  std::string_view name = paths::lastComponent(standard);
+  bool inFolder = std::any_of(kRelatedFolders.begin(), kRelatedFolders.end(), [&](auto f) {
+    return paths::standardize(relatedFolder(f, places)) == folder;
+  });
+  bool named = std::any_of(kRelatedSuffixes.begin(), kRelatedSuffixes.end(),
+                           [&](auto suffix) { return name == bundleID + std::string(suffix); });
+  struct stat s {};
+  return inFolder && named && ::lstat(standard.c_str(), &s) == 0 &&
+         LeftoverScanner::isAllowedPath(standard, places);
+}
+
+bool isInApplications(const std::string& bundlePath, const Locations& places) {
+  if (bundlePath.empty() || bundlePath.front() != '/') return false;
+  std::string bundle = resolved(bundlePath);
+  for (const std::string& folder :
+       {places.underRoot("/Applications"), paths::join(places.home, "Applications")}) {
+    if (paths::isStrictlyWithin(bundle, resolved(folder))) return true;
+  }
+  return false;
+}
+
+std::optional<AppRecord> describe(const std::string& bundlePath, const Locations& places,
+                                  const std::set<std::string>& running) {
+  struct stat s {};
+  if (::lstat(bundlePath.c_str(), &s) != 0) return std::nullopt;
+  AppRecord r;
+  r.bundlePath = bundlePath;
+  r.ino = static_cast<std::uint64_t>(s.st_ino);
+  std::string_view file = paths::lastComponent(bundlePath);
+  if (file.ends_with(".app")) file.remove_suffix(4);
+  if (auto info = platform::readPropertyList(paths::join(bundlePath, "Contents/Info.plist"))) {
+    r.bundleID = nonEmpty(info->string("CFBundleIdentifier"));
+    r.name = nonEmpty(info->string("CFBundleDisplayName"));
+    if (r.name.empty()) r.name = nonEmpty(info->string("CFBundleName"));
+  }
+  if (r.name.empty()) r.name = std::string(file);
+  r.apple = r.bundleID.starts_with(kApplePrefix);
+  r.own = !r.bundleID.empty() && r.bundleID == places.bundleID;
+  if (!r.apple && !r.own) r.related = relatedItems(r.bundleID, places);
+  r.running = !r.bundleID.empty() && running.contains(r.bundleID);
+  r.lastUsed = platform::appLastUsed(bundlePath);
+  return r;
+}
+
+void measure(std::vector<AppRecord>& records, SharedMeasurer& measurer) {
+  // One list of every tree, so that both cores measure; a path listed twice is walked once.
+  std::vector<std::string> all;
+  for (const AppRecord& r : records) {
+    all.push_back(r.bundlePath);
+    all.insert(all.end(), r.related.begin(), r.related.end());
+  }
+  std::vector<DiskSizer::SizeReading> readings = measurer.measureAll(all);
+  size_t next = 0;
+  for (AppRecord& r : records) {
+    r.bundleBytes = readings[next++].bytes;
+    r.relatedBytes = 0;
+    for (size_t i = 0; i < r.related.size(); ++i)
+      r.relatedBytes = checkedAdd(r.relatedBytes, readings[next++].bytes);
+  }
+}
+
+std::optional<AppRecord> recordFor(const std::string& bundlePath, const Locations& places,
+                                   const platform::Workspace& workspace, SharedMeasurer& measurer) {
+  std::optional<AppRecord> record = describe(bundlePath, places, workspace.runningBundleIDs());
+  if (!record) return std::nullopt;
+  std::vector<AppRecord> one{std::move(*record)};
+  measure(one, measurer);
+  return std::move(one.front());
+}
+
+std::vector<AppRecord> listApps(const Locations& places, const platform::Workspace& workspace,
+                                SharedMeasurer& measurer) {
+  std::set<std::string> running = workspace.runningBundleIDs();
+  std::vector<AppRecord> records;
+  for (const std::string& bundle : scanners::listApplicationBundles(places)) {
+    throwIfCancelled(measurer.stopToken());
+    if (auto r = describe(bundle, places, running)) records.push_back(std::move(*r));
+  }
+  measure(records, measurer);
+  sortByTotal(records);
+  return records;
+}
+
+std::int64_t totalBytes(const AppRecord& record) {
+  return checkedAdd(record.bundleBytes, record.relatedBytes);
+}
+
+void sortByTotal(std::vector<AppRecord>& records) {
+  // Every total is computed (and checked) before sorting, so the comparison cannot fail.
+  std::vector<std::pair<std::int64_t, size_t>> keys;
+  for (size_t i = 0; i < records.size(); ++i)
+    keys.emplace_back(totalBytes(records[i]), i);
+  std::stable_sort(keys.begin(), keys.end(),
+                   [](const auto& a, const auto& b) { return a.first > b.first; });
+  std::vector<AppRecord> sorted;
+  sorted.reserve(records.size());
+  for (const auto& key : keys)
+    sorted.push_back(std::move(records[key.second]));
+  records = std::move(sorted);
+}
+
+std::string rowText(const AppRecord& record) {
+  if (record.apple) return std::string(kAppleRow);
+  if (record.own) return std::string(kOwnRow);
+  if (record.running) return std::string(kRunningRow);
+  return {};
+}
+
+std::optional<std::string> refusal(const AppRecord& record, bool runningNow,
+                                   const Locations& places) {
+  bool staysInstalled = record.apple || record.own;
+  if (!isInApplications(record.bundlePath, places)) {
+    return record.name + (staysInstalled ? " cannot be uninstalled." : " is not in Applications.");
+  }
+  if (runningNow) return "Quit " + record.name + " first, then uninstall it.";
+  if (staysInstalled) return record.name + " cannot be uninstalled.";
+  return std::nullopt;
+}
+
+}  // namespace dw::AppUninstaller

@@ -1,0 +1,76 @@
+#pragma once
+// The applications installed for the user, each measured with the folders it keeps in the
+// user's Library, and which of them may be removed. Stateless and read-only: moving an app is
+// the clearing pipeline's work.
+
+#include <array>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "measure/shared_measurer.h"
+#include "platform/locations.h"
+#include "platform/workspace.h"
+#include "scanners/uninstaller/app_record.h"
+
+namespace dw::AppUninstaller {
+
+// Row texts of the apps list.
+inline constexpr std::string_view kAppleRow = "Apple app. Stays installed.";
+inline constexpr std::string_view kOwnRow = "This app. Stays installed.";
+inline constexpr std::string_view kRunningRow = "Open. Quit it before uninstalling.";
+// Joined after a row's opening words, hence the leading space.
+inline constexpr std::string_view kNeedsAdministratorRow =
+    " macOS refused because this app needs an administrator. Reveal in Finder.";
+
+// The Library folders an app keeps its data in, in the order they are searched.
+inline constexpr std::array<std::string_view, 8> kRelatedFolders = {
+    "Application Support",     "Caches",       "Preferences", "Containers",
+    "Saved Application State", "HTTPStorages", "WebKit",      "LaunchAgents"};
+
+// Every bundle of the application folders (see scanners::listApplicationBundles), measured,
+// largest total first; equal totals keep the listing order. Throws Cancelled (through the
+// measurer) and nothing else.
+std::vector<AppRecord> listApps(const Locations& places, const platform::Workspace& workspace,
+                                SharedMeasurer& measurer);
+
+// The record of one bundle with its sizes still 0; nullopt when nothing is there. running holds
+// the identifiers of the apps running now. A bundle whose Info.plist cannot be read or names no
+// identifier is still an app on disk: it is listed under its file name, with no identifier,
+// hence no related items and never counted as running.
+std::optional<AppRecord> describe(const std::string& bundlePath, const Locations& places,
+                                  const std::set<std::string>& running);
+// Sets bundleBytes and relatedBytes: every bundle and related item measured concurrently (a
+// folder as a tree, a file by itself, an item that vanished as 0).
+void measure(std::vector<AppRecord>& records, SharedMeasurer& measurer);
+// describe and measure for one bundle.
+std::optional<AppRecord> recordFor(const std::string& bundlePath, const Locations& places,
+                                   const platform::Workspace& workspace, SharedMeasurer& measurer);
+
+// The items named after bundleID in the related folders, in their order: bundleID, then
+// bundleID + ".plist", then bundleID + ".savedState" in each. At most 24 existence tests; no
+// folder is listed, and an app's name is never used.
+std::vector<std::string> relatedItems(const std::string& bundleID, const Locations& places);
+// The re-check before a related item moves: it still exists, directly in one of the related
+// folders, named after bundleID, and lies inside the home's Library once links are resolved.
+bool stillRelated(const std::string& path, const std::string& bundleID, const Locations& places);
+
+// The bundle (links resolved) lies inside /Applications (Utilities and vendor folders
+// included) or inside the home's Applications folder.
+bool isInApplications(const std::string& bundlePath, const Locations& places);
+
+// bundleBytes + relatedBytes; an overflow ends the program rather than show a wrong size.
+std::int64_t totalBytes(const AppRecord& record);
+// Stable, largest total first.
+void sortByTotal(std::vector<AppRecord>& records);
+
+// The row text of the apps list, "" when the app may be uninstalled.
+std::string rowText(const AppRecord& record);
+// Why the uninstall of this app is refused, checked in this order: its place (outside the
+// Applications folders), then running now, then Apple's or this application.
+std::optional<std::string> refusal(const AppRecord& record, bool runningNow,
+                                   const Locations& places);
+
+}  // namespace dw::AppUninstaller

@@ -1,0 +1,88 @@
+#include "trash/uninstalling.h"
+
+#include <sys/stat.h>
+
+#include "base/paths.h"
+#include "base/uuid.h"
+#include "findings/size_text.h"
+#include "measure/disk_sizer.h"
+#include "scanners/uninstaller/app_uninstaller.h"
+
+namespace dw::Clearing {
+
+namespace {
+
+std::string noLongerAllowed(std::string_view name) {
+  return std::string(name) + " (" + std::string(kNoLongerAllowed) + ")";
+}
+
+// The bundle at the listed path is still the one listed: same item on disk, same identifier.
+bool stillTheListedBundle(const AppUninstaller::AppRecord& app, const Locations& places) {
+  auto now = AppUninstaller::describe(app.bundlePath, places, {});
+  return now && now->ino == app.ino && now->bundleID == app.bundleID &&
+         AppUninstaller::isInApplications(app.bundlePath, places);
+}
+
+}  // namespace
+
+UninstallOutcome uninstallApp(const AppUninstaller::AppRecord& app, const Locations& places,
+                              const std::function<void(const Progress&)>& onProgress) {
+  UninstallOutcome result;
+  result.moves.sessionID = newUuid();
+  const int total = static_cast<int>(app.related.size()) + 1;
+  auto progressed = [&](int done, const std::string& current) {
+    if (onProgress) onProgress({done, total, current});
+  };
+
+  if (!stillTheListedBundle(app, places)) {
+    result.stayed.push_back(noLongerAllowed(app.name));
+    return result;
+  }
+  auto failure = moveOne({app.bundlePath, app.bundleBytes, "app", app.name}, places, result.moves);
+  progressed(1, app.name);
+  if (failure) {
+    // The app stays installed, so its data stays with it.
+    if (failure->permissionDenied) {
+      result.needsAdministrator = true;
+      result.stayed.push_back(app.name + " needs an administrator. Reveal in Finder.");
+    } else {
+      result.stayed.push_back(app.name + " (" + failure->reason + ")");
+    }
+    return result;
+  }
+  result.bundleMoved = true;
+
+  int done = 1;
+  for (const std::string& path : app.related) {
+    std::string name(paths::lastComponent(path));
+    if (!AppUninstaller::stillRelated(path, app.bundleID, places)) {
+      result.stayed.push_back(noLongerAllowed(name));
+    } else {
+      // What moves now, not what the listing saw.
+      std::int64_t bytes = DiskSizer::measure(path).bytes;
+      if (auto f = moveOne({path, bytes, "app-data", name}, places, result.moves)) {
+        result.stayed.push_back(name + " (" + f->reason + ")");
+      }
+    }
+    progressed(++done, name);
+  }
+  return result;
+}
+
+std::string uninstallMessage(const UninstallOutcome& outcome) {
+  std::string moved = sizeText(outcome.moves.movedBytes) +
+                      " moved to the Trash. Empty the Trash to get the space back.";
+  if (outcome.stayed.empty()) {
+    return outcome.moves.entries.empty() ? "Nothing was moved to the Trash." : moved;
+  }
+  std::string text = "Some items stayed in place: ";
+  for (size_t i = 0; i < outcome.stayed.size(); ++i) {
+    if (i) text += "; ";
+    text += outcome.stayed[i];
+  }
+  // A failure that is a sentence of its own already ends the list.
+  if (!text.ends_with('.')) text += '.';
+  return text + " " + moved;
+}
+
+}  // namespace dw::Clearing

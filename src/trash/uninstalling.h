@@ -1,0 +1,35 @@
+#pragma once
+// Uninstalling one app: its bundle and then each of its related items moved to the Trash under
+// one session, each re-checked just before it moves. Nothing is deleted.
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "platform/locations.h"
+#include "scanners/uninstaller/app_record.h"
+#include "trash/clearing.h"
+
+namespace dw::Clearing {
+
+struct UninstallOutcome {
+  Outcome moves;                    // sessionID, entries and movedBytes of what moved
+  std::vector<std::string> stayed;  // one text per item that stayed, in order
+  bool bundleMoved = false;
+  bool needsAdministrator = false;  // the bundle stayed for lack of rights
+};
+
+// Moves the bundle (kind "app") and, only once it is in the Trash, each related item (kind
+// "app-data"). The refusals (place, running, Apple's or this app) are the caller's, decided
+// before; here the bundle must still be the one listed (same file-system identity and
+// identifier) and each related item must still be named after the identifier in its Library
+// folder. An uninstall is never stopped halfway: at most 25 items, and an app with half its
+// data gone would serve no one. onProgress is called after each item.
+UninstallOutcome uninstallApp(const AppUninstaller::AppRecord& app, const Locations& places,
+                              const std::function<void(const Progress&)>& onProgress = {});
+
+// "Some items stayed in place: a; b. 12 MB moved to the Trash. Empty the Trash to get the space
+// back.", "Nothing was moved to the Trash." or "12 MB moved to the Trash. ...".
+std::string uninstallMessage(const UninstallOutcome& outcome);
+
+}  // namespace dw::Clearing

@@ -1,0 +1,208 @@
+// The installed-apps list and the uninstall, with the manual dispatcher, against real bundles,
+// a real Trash and the real log.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "model/scan_model.h"
+#include "scanners/uninstaller/app_uninstaller.h"
+#include "support/home_builder.h"
+#include "support/temp_dir.h"
+#include "support/test_workspace.h"
+
+namespace dw {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using Phase = ScanModel::Phase;
+using AppUninstaller::AppRecord;
+
+class ScanModelApps : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    model = std::make_unique<ScanModel>(dispatcher, places, workspace, defaults);
+    model->addObserver([this](ScanModel::Field field) {
+      if (field == ScanModel::Field::message) messages.push_back(model->message());
+    });
+  }
+  void refresh() {
+    model->refreshApps();
+    dispatcher.runAll();
+  }
+  const AppRecord* app(std::string_view name) const {
+    for (const auto& a : model->installedApps())
+      if (a.name == name) return &a;
+    return nullptr;
+  }
+  // Starts the uninstall of the listed app and reports whether it started moving.
+  bool uninstall(std::string_view name) {
+    const AppRecord* a = app(name);
+    if (!a) return false;
+    model->setUninstallTarget(*a);
+    model->uninstall();
+    bool started = model->isClearRunning();
+    dispatcher.runAll();
+    return started;
+  }
+
+  test::TempHome trashHome;  // the real Trash and the log live under this home
+  test::HomeBuilder mac;
+  Locations places = mac.locations();
+  ManualDispatcher dispatcher;
+  test::TestWorkspace workspace;
+  platform::UserDefaults defaults{places.defaultsFile};
+  std::unique_ptr<ScanModel> model;
+  std::vector<std::string> messages;
+};
+
+TEST_F(ScanModelApps, UninstallMovesTheAppAndItsDataUnderOneSessionAndPutBackRestoresThem) {
+  {
+    test::ScopedEnv host("XCTestConfigurationFilePath", "/tmp/x.xctestconfiguration");
+    model->refreshApps();
+    EXPECT_EQ(dispatcher.pendingTasks(), 0u);
+    EXPECT_FALSE(model->appsLoading());
+  }
+  const std::string id = "com.example.foo";
+  std::string bundle = mac.app(mac.inHome("Applications/Foo.app"), id);
+  mac.file(bundle + "/Contents/MacOS/foo", 3 * 1024 * 1024);
+  std::string support = mac.folderOfSize(mac.inHome("Library/Application Support/" + id), 1 << 20);
+  std::string prefs = mac.preference(id);
+  std::string container = mac.folder(mac.inHome("Library/Containers/" + id));
+  mac.app(mac.inRoot("Applications/Other.app"), "com.example.other");
+  auto before = test::snapshot(mac.root());
+
+  model->refreshApps();
+  EXPECT_TRUE(model->appsLoading());
+  dispatcher.runAll();
+  EXPECT_FALSE(model->appsLoading());
+  ASSERT_EQ(model->installedApps().size(), 2u);
+  const AppRecord* foo = app("Foo");
+  ASSERT_TRUE(foo);
+  EXPECT_EQ(model->installedApps().front().name, "Foo");  // the larger
+  EXPECT_EQ(foo->related, (std::vector<std::string>{support, prefs, container}));
+
+  model->setUninstallTarget(*foo);
+  model->uninstall();
+  EXPECT_EQ(model->phase(), Phase::clearing());
+  EXPECT_EQ(model->progress(), (ScanModel::Progress{0, 4, ""}));
+  dispatcher.runAll();
+
+  EXPECT_EQ(model->phase(), Phase::ready());
+  EXPECT_FALSE(model->progress());
+  EXPECT_FALSE(model->uninstallTarget());
+  EXPECT_TRUE(model->offerRecentlyCleared());
+  EXPECT_FALSE(app("Foo"));
+  EXPECT_TRUE(app("Other"));
+  EXPECT_THAT(model->appsNeedingAdmin(), IsEmpty());
+  EXPECT_EQ(model->message(), "4 MB moved to the Trash. Empty the Trash to get the space back.");
+  EXPECT_GE(model->trashedBytesThisSession(), 4 * 1024 * 1024);
+  const auto entries = model->clearedEntries();  // newest first
+  ASSERT_EQ(entries.size(), 4u);
+  std::vector<std::string> moved;
+  for (const auto& e : entries) {
+    EXPECT_EQ(e.sessionID, entries.front().sessionID);
+    EXPECT_EQ(e.kind, e.originalPath == bundle ? "app" : "app-data");
+    EXPECT_EQ(e.trashPath.rfind(trashHome.trashFiles(), 0), 0u) << e.trashPath;
+    EXPECT_FALSE(test::exists(e.originalPath));
+    moved.push_back(e.originalPath);
+  }
+  EXPECT_THAT(moved, ElementsAre(container, prefs, support, bundle));
+  EXPECT_EQ(entries.back().name, "Foo");
+
+  for (const auto& e : entries)
+    EXPECT_TRUE(model->putBack(e)) << model->message();
+  EXPECT_EQ(test::snapshot(mac.root()), before);
+}
+
+TEST_F(ScanModelApps, RefusalsComeFirstAndWhatChangedSinceTheListingStays) {
+  std::string foo = mac.app(mac.inRoot("Applications/Vendor/Foo.app"), "com.example.foo");
+  mac.app(mac.inRoot("Applications/Safari.app"), "com.apple.Safari");
+  mac.app(mac.inHome("Downloads/Tool.app"), "com.example.tool");
+  std::string bar = mac.app(mac.inHome("Applications/Bar.app"), "com.example.bar");
+  std::string barData = mac.folder(mac.inHome("Library/Caches/com.example.bar"));
+  std::string barState =
+      mac.folder(mac.inHome("Library/Saved Application State/com.example.bar.savedState"));
+  std::string baz = mac.app(mac.inHome("Applications/Baz.app"), "com.example.baz");
+  refresh();
+
+  workspace.setRunning("com.example.foo", true);  // opened after the listing
+  EXPECT_FALSE(uninstall("Foo"));
+  EXPECT_EQ(model->message(), "Quit Foo first, then uninstall it.");
+  EXPECT_EQ(model->phase(), Phase::scanning());  // untouched: nothing started
+  EXPECT_FALSE(uninstall("Safari"));
+  EXPECT_EQ(model->message(), "Safari cannot be uninstalled.");
+  SharedMeasurer measurer({});
+  auto tool =
+      AppUninstaller::recordFor(mac.inHome("Downloads/Tool.app"), places, workspace, measurer);
+  ASSERT_TRUE(tool);
+  model->setUninstallTarget(*tool);
+  model->uninstall();
+  EXPECT_FALSE(model->isClearRunning());
+  EXPECT_EQ(model->message(), "Tool is not in Applications.");
+  EXPECT_TRUE(test::exists(foo));
+  EXPECT_THAT(model->clearedEntries(), IsEmpty());
+
+  // A related item that is something else by now stays; the rest goes.
+  std::filesystem::remove(barState);
+  mac.symlink(mac.inHome("Documents"), barState);
+  EXPECT_TRUE(uninstall("Bar"));
+  EXPECT_EQ(model->message(),
+            "Some items stayed in place: com.example.bar.savedState (no longer allowed). 0 MB "
+            "moved to the Trash. Empty the Trash to get the space back.");
+  EXPECT_FALSE(test::exists(bar));
+  EXPECT_FALSE(test::exists(barData));
+  EXPECT_EQ(model->clearedEntries().size(), 2u);
+
+  // A bundle replaced since the listing is not the app the user chose: nothing of it moves.
+  const AppRecord listed = *app("Baz");
+  std::filesystem::rename(baz, mac.inRoot("old-baz"));
+  mac.app(baz, "com.example.baz");
+  model->setUninstallTarget(listed);
+  model->uninstall();
+  dispatcher.runAll();
+  EXPECT_EQ(model->message(),
+            "Some items stayed in place: Baz (no longer allowed). 0 MB moved to "
+            "the Trash. Empty the Trash to get the space back.");
+  EXPECT_FALSE(model->offerRecentlyCleared());
+  EXPECT_TRUE(app("Baz")) << "still installed, still listed";
+  EXPECT_TRUE(test::exists(baz));
+}
+
+TEST_F(ScanModelApps, ABundleTheUserMayNotMoveNeedsAnAdministrator) {
+  std::string foo = mac.app(mac.inRoot("Applications/Foo.app"), "com.example.foo");
+  std::string data = mac.folder(mac.inHome("Library/Application Support/com.example.foo"));
+  ASSERT_EQ(::chmod(mac.inRoot("Applications").c_str(), 0555), 0);
+  auto out = mac.runUnprivileged([&] {
+    test::TempHome own;  // a Trash and a log the unprivileged user may write
+    Locations childPlaces = mac.locations();
+    platform::UserDefaults childDefaults(childPlaces.defaultsFile);
+    test::TestWorkspace childWorkspace;
+    ManualDispatcher d;
+    ScanModel m(d, childPlaces, childWorkspace, childDefaults);
+    m.refreshApps();
+    d.runAll();
+    if (m.installedApps().size() != 1) return std::string("not listed");
+    m.setUninstallTarget(m.installedApps().front());
+    m.uninstall();
+    d.runAll();
+    std::string admin;
+    for (const auto& path : m.appsNeedingAdmin())
+      admin += path;
+    return m.message() + "|" + admin + "|" + std::to_string(m.installedApps().size()) + "|" +
+           std::to_string(m.clearedEntries().size());
+  });
+  ASSERT_TRUE(out);
+  EXPECT_EQ(*out,
+            "Some items stayed in place: Foo needs an administrator. Reveal in Finder. 0 MB moved "
+            "to the Trash. Empty the Trash to get the space back.|" +
+                foo + "|1|0");
+  EXPECT_TRUE(test::exists(foo));
+  EXPECT_TRUE(test::exists(data)) << "an app that stays keeps its data";
+}
+
+}  // namespace
+}  // namespace dw

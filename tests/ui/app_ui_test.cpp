@@ -319,3 +319,91 @@ TEST(ClearedDates, TodayThisYearAndEarlier) {
 
 }  // namespace
 }  // namespace dw
+
+namespace dw {
+namespace {
+
+TEST_F(AppUiTest, DuplicatesFindKeepAnotherAndMoveTheExtraCopies) {
+  skipOnboarding();
+  // Two groups of identical content: three copies of 2 MiB, two of 3 MiB; a twin in Music
+  // stays out of the search once Music is switched off.
+  std::vector<std::string> small = {mac.sparseFile(mac.inHome("Downloads/a.bin"), 2 * kMiB),
+                                    mac.sparseFile(mac.inHome("Pictures/b.bin"), 2 * kMiB),
+                                    mac.sparseFile(mac.inHome("Downloads/c.bin"), 2 * kMiB)};
+  std::vector<std::string> large = {mac.sparseFile(mac.inHome("Downloads/big.mov"), 3 * kMiB),
+                                    mac.sparseFile(mac.inHome("Pictures/big copy.mov"), 3 * kMiB)};
+  std::string music = mac.sparseFile(mac.inHome("Music/song.bin"), 5 * kMiB);
+  mac.sparseFile(mac.inHome("Downloads/song.bin"), 5 * kMiB);
+  test::UiDriver ui(places);
+
+  ui.page("duplicates");
+  EXPECT_EQ(ui.text("emptyState.title"), "No duplicates yet");
+  EXPECT_EQ(ui.one("duplicates.find")->property("text").toString(), "Find duplicates");
+  EXPECT_FALSE(ui.shows("duplicates.skipped"));
+  ui.click("duplicates.folder.Music");
+  EXPECT_FALSE(ui.bridge().model().duplicateScope().contains(DuplicateScanner::Scope::music));
+
+  ui.click("duplicates.find");
+  ASSERT_TRUE(ui.waitFor([&] {
+    return !ui.bridge().model().duplicatesScanning() &&
+           !ui.bridge().model().duplicateGroups().empty();
+  }));
+  EXPECT_EQ(ui.text("duplicates.summaryTitle"), "Up to 7 MB in 2 duplicate groups");
+  EXPECT_EQ(ui.text("footer.summary"), "Up to 0 MB selected · 0 copies");
+  std::vector<QQuickItem*> rows = ui.all("duplicateRow");
+  ASSERT_EQ(rows.size(), 5u);
+  int kept = 0;
+  for (QQuickItem* row : rows) {
+    if (!showing(row, "row.lock")) {
+      EXPECT_TRUE(showing(row, "row.check"));
+      continue;
+    }
+    ++kept;
+    EXPECT_FALSE(showing(row, "row.check"));
+  }
+  EXPECT_EQ(kept, 2);
+
+  // Keeping another copy of the first group: it takes the lock and the picked note.
+  const auto& first = ui.bridge().model().duplicateGroups().front();
+  std::string before = ui.bridge().model().duplicateKeepPath().at(first.hashHex);
+  ui.click("duplicates.keep");
+  std::string after = ui.bridge().model().duplicateKeepPath().at(first.hashHex);
+  EXPECT_NE(after, before);
+  bool sawPicked = false;
+  for (QQuickItem* row : ui.all("duplicateRow")) {
+    if (field(row, "row.name").toStdString() == after.substr(after.rfind('/') + 1)) {
+      EXPECT_TRUE(showing(row, "row.lock"));
+      sawPicked = true;
+    }
+  }
+  EXPECT_TRUE(sawPicked);
+
+  ui.click("sectionHeader.selectAll");
+  EXPECT_EQ(ui.text("footer.summary"), "Up to 7 MB selected · 3 copies");
+  ui.click("footer.move");
+  ASSERT_TRUE(ui.shows("confirm.title"));
+  EXPECT_EQ(ui.text("confirm.title"), "Move 3 items to the Trash?");
+  std::set<std::string> keptPaths;
+  for (const auto& [hash, path] : ui.bridge().model().duplicateKeepPath())
+    keptPaths.insert(path);
+  ui.click("confirm.move");
+  ASSERT_TRUE(ui.waitFor([&] { return ui.shows("confirm.checkmark"); }));
+
+  EXPECT_TRUE(keptPaths.count(after));
+  int moved = 0;
+  for (const auto& group : {small, large}) {
+    for (const auto& path : group) {
+      if (keptPaths.count(path)) {
+        EXPECT_TRUE(test::exists(path)) << path;
+      } else {
+        EXPECT_FALSE(test::exists(path)) << path;
+        ++moved;
+      }
+    }
+  }
+  EXPECT_EQ(moved, 3);
+  EXPECT_TRUE(test::exists(music));
+}
+
+}  // namespace
+}  // namespace dw

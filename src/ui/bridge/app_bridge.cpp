@@ -1,5 +1,7 @@
 #include "bridge/app_bridge.h"
 
+#include <QFileInfo>
+
 #include <algorithm>
 #include <cstdlib>
 
@@ -29,14 +31,14 @@ int ConfirmListModel::rowCount(const QModelIndex& parent) const {
 
 QVariant ConfirmListModel::data(const QModelIndex& index, int role) const {
   if (!index.isValid() || index.row() >= rowCount()) return {};
-  const CacheFinding& f = items_[static_cast<size_t>(index.row())];
+  const Entry& e = items_[static_cast<size_t>(index.row())];
   switch (role) {
     case NameRole:
-      return QString::fromStdString(f.name);
+      return e.name;
     case SizeTextRole:
-      return QString::fromStdString(sizeText(f.bytes));
+      return QString::fromStdString(sizeText(e.bytes));
     case KindWordRole:
-      return QString::fromStdString(pagetexts::kindWord(f.kind));
+      return e.kindWord;
   }
   return {};
 }
@@ -45,7 +47,14 @@ QHash<int, QByteArray> ConfirmListModel::roleNames() const {
   return {{NameRole, "name"}, {SizeTextRole, "sizeText"}, {KindWordRole, "kindWord"}};
 }
 
-void ConfirmListModel::reset(std::vector<CacheFinding> items) {
+std::int64_t ConfirmListModel::totalBytes() const {
+  std::int64_t bytes = 0;
+  for (const auto& e : items_)
+    bytes += e.bytes;
+  return bytes;
+}
+
+void ConfirmListModel::reset(std::vector<Entry> items) {
   beginResetModel();
   items_ = std::move(items);
   endResetModel();
@@ -61,7 +70,8 @@ AppBridge::AppBridge(Locations places, QObject* parent)
       model_(std::make_unique<ScanModel>(dispatcher_, places, *workspace_, defaults_)),
       caches_(std::make_unique<FindingListModel>(*model_, CacheFinding::Kind::cache)),
       leftovers_(std::make_unique<FindingListModel>(*model_, CacheFinding::Kind::leftover)),
-      files_(std::make_unique<FindingListModel>(*model_, CacheFinding::Kind::file)) {
+      files_(std::make_unique<FindingListModel>(*model_, CacheFinding::Kind::file)),
+      duplicates_(std::make_unique<DuplicateListModel>(*model_)) {
   model_->addObserver([this](ScanModel::Field field) { fieldChanged(field); });
   clock_.setInterval(30'000);
   connect(&clock_, &QTimer::timeout, this, &AppBridge::scannedTextChanged);
@@ -75,6 +85,7 @@ void AppBridge::fieldChanged(ScanModel::Field field) {
   caches_->modelChanged(field);
   leftovers_->modelChanged(field);
   files_->modelChanged(field);
+  duplicates_->modelChanged(field);
   switch (field) {
     case F::phase:
       if (!clearing()) stopping_ = false;
@@ -100,10 +111,12 @@ void AppBridge::fieldChanged(ScanModel::Field field) {
     case F::confirmScope:
     case F::selected:
     case F::caches:
+    case F::duplicateSelected:
+    case F::duplicateGroups:
       if (field == F::caches) emit dashboardChanged();
       // The sheet lists what the clear would move now; while it moves, the list stands.
       if (model_->confirm() && !clearing()) {
-        confirmItems_.reset(model_->itemsToClear(model_->confirmScope()));
+        confirmItems_.reset(pendingEntries());
       }
       emit confirmChanged();
       break;
@@ -168,10 +181,26 @@ QString AppBridge::confirmTitle() const {
 }
 
 QString AppBridge::confirmSize() const {
-  std::int64_t bytes = 0;
-  for (const auto& f : model_->itemsToClear(model_->confirmScope()))
-    bytes += f.bytes;
-  return QString::fromStdString(sizeText(bytes));
+  return QString::fromStdString(sizeText(confirmItems_.totalBytes()));
+}
+
+std::vector<ConfirmListModel::Entry> AppBridge::pendingEntries() const {
+  std::vector<ConfirmListModel::Entry> entries;
+  if (model_->confirmScope() == ScanModel::ConfirmScope::duplicates) {
+    for (const auto& group : model_->duplicateGroups()) {
+      for (const auto& file : group.files) {
+        if (!model_->duplicateSelected().count(file.path)) continue;
+        entries.push_back({QFileInfo(QString::fromStdString(file.path)).fileName(), file.bytes,
+                           QStringLiteral("extra copy")});
+      }
+    }
+    return entries;
+  }
+  for (const auto& f : model_->itemsToClear(model_->confirmScope())) {
+    entries.push_back({QString::fromStdString(f.name), f.bytes,
+                       QString::fromStdString(pagetexts::kindWord(f.kind))});
+  }
+  return entries;
 }
 
 QString AppBridge::progressText() const {
@@ -384,9 +413,14 @@ void AppBridge::requestConfirm(const QString& scope) {
   if (scope == "caches") model_->requestConfirm(ScanModel::ConfirmScope::caches);
   if (scope == "leftovers") model_->requestConfirm(ScanModel::ConfirmScope::leftovers);
   if (scope == "files") model_->requestConfirm(ScanModel::ConfirmScope::files);
+  if (scope == "duplicates") model_->requestConfirm(ScanModel::ConfirmScope::duplicates);
 }
 
 void AppBridge::confirmMove() {
+  if (model_->confirmScope() == ScanModel::ConfirmScope::duplicates) {
+    model_->clearDuplicates();
+    return;
+  }
   model_->clearSelected();
 }
 

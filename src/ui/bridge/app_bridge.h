@@ -12,6 +12,7 @@
 #include <memory>
 #include <vector>
 
+#include "bridge/duplicate_list_model.h"
 #include "bridge/finding_list_model.h"
 #include "bridge/qt_dispatcher.h"
 #include "model/onboarding_gate.h"
@@ -30,10 +31,16 @@ class ConfirmListModel : public QAbstractListModel {
   int rowCount(const QModelIndex& parent = {}) const override;
   QVariant data(const QModelIndex& index, int role) const override;
   QHash<int, QByteArray> roleNames() const override;
-  void reset(std::vector<CacheFinding> items);
+  struct Entry {
+    QString name;
+    std::int64_t bytes = 0;
+    QString kindWord;
+  };
+  void reset(std::vector<Entry> items);
+  std::int64_t totalBytes() const;
 
  private:
-  std::vector<CacheFinding> items_;
+  std::vector<Entry> items_;
 };
 
 class AppBridge : public QObject {
@@ -72,6 +79,7 @@ class AppBridge : public QObject {
   Q_PROPERTY(QObject* caches READ caches CONSTANT)
   Q_PROPERTY(QObject* leftovers READ leftovers CONSTANT)
   Q_PROPERTY(QObject* files READ files CONSTANT)
+  Q_PROPERTY(QObject* duplicates READ duplicates CONSTANT)
   Q_PROPERTY(QString confirmPutBackLine READ confirmPutBackLine CONSTANT)
   Q_PROPERTY(QString confirmEmptyLine READ confirmEmptyLine CONSTANT)
   Q_PROPERTY(QString confirmKeysHint READ confirmKeysHint CONSTANT)
@@ -127,6 +135,7 @@ class AppBridge : public QObject {
   QObject* caches() { return caches_.get(); }
   QObject* leftovers() { return leftovers_.get(); }
   QObject* files() { return files_.get(); }
+  QObject* duplicates() { return duplicates_.get(); }
   QString confirmPutBackLine() const;
   QString confirmEmptyLine() const;
   QString confirmKeysHint() const;
@@ -168,6 +177,9 @@ class AppBridge : public QObject {
 
  private:
   void fieldChanged(ScanModel::Field field);
+  // What the pending clear would move: the selected findings of its list, or the selected
+  // extra copies.
+  std::vector<ConfirmListModel::Entry> pendingEntries() const;
 
   std::unique_ptr<platform::Workspace> workspace_;
   platform::UserDefaults defaults_;
@@ -176,6 +188,7 @@ class AppBridge : public QObject {
   QtDispatcher dispatcher_;
   std::unique_ptr<ScanModel> model_;
   std::unique_ptr<FindingListModel> caches_, leftovers_, files_;
+  std::unique_ptr<DuplicateListModel> duplicates_;
   ConfirmListModel confirmItems_;
   QTimer clock_;  // keeps "Scanned 5 minutes ago" current
   bool stopping_ = false;

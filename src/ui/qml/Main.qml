@@ -228,7 +228,7 @@ ApplicationWindow {
                         noticeAction: dw.fullDiskAccessSetting ? "Open Full Disk Access settings" : ""
                         onNoticeTriggered: dw.openFullDiskAccessSettings()
                     }
-                    PendingPage { symbol: "square.on.square"; title: "Duplicates" }
+                    DuplicatesPage { objectName: "page.duplicates"; scanning: dw.scanning }
                     CleanListPage {
                         objectName: "page.largeFiles"
                         list: dw.files
@@ -246,6 +246,7 @@ ApplicationWindow {
     Binding { target: dw.caches; property: "query"; value: window.page === 1 ? window.query : "" }
     Binding { target: dw.leftovers; property: "query"; value: window.page === 2 ? window.query : "" }
     Binding { target: dw.files; property: "query"; value: window.page === 4 ? window.query : "" }
+    Binding { target: dw.duplicates; property: "query"; value: window.page === 3 ? window.query : "" }
 
     FullDiskAccessSheet { visible: window.activeSheet === "fullDiskAccess" }
     ConfirmSheet {

@@ -1,0 +1,242 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Dustwhale
+
+// Duplicates: the four folders and the search, then the groups (the kept copy with its lock,
+// the extra copies to pick), the folders the search could not read, and the selection footer.
+Item {
+    id: page
+    property var list: dw.duplicates
+    property bool scanning: false
+
+    readonly property bool nothingFound: list.totalCount === 0
+    readonly property var folders: [
+        { title: "Downloads", bit: 1 }, { title: "Movies", bit: 2 },
+        { title: "Music", bit: 4 }, { title: "Pictures", bit: 8 }
+    ]
+
+    ColumnLayout {
+        anchors.fill: parent
+        spacing: 0
+
+        ColumnLayout {
+            Layout.fillWidth: true
+            Layout.leftMargin: Theme.pagePadding
+            Layout.rightMargin: Theme.pagePadding
+            Layout.topMargin: 4
+            spacing: 4
+            Text {
+                objectName: "duplicates.summaryTitle"
+                text: page.list.summaryTitle
+                color: Theme.text
+                font.pixelSize: Theme.largeSize
+                font.weight: Font.DemiBold
+            }
+            Text {
+                Layout.fillWidth: true
+                text: page.list.summaryDetail
+                color: Theme.secondaryText
+                font.pixelSize: Theme.bodySize
+                wrapMode: Text.WordWrap
+            }
+        }
+
+        RowLayout {
+            Layout.fillWidth: true
+            Layout.leftMargin: Theme.pagePadding
+            Layout.rightMargin: Theme.pagePadding
+            Layout.topMargin: 14
+            spacing: 16
+            Repeater {
+                model: page.folders
+                delegate: CheckBox {
+                    required property var modelData
+                    objectName: "duplicates.folder." + modelData.title
+                    text: modelData.title
+                    font.pixelSize: Theme.bodySize
+                    checked: (page.list.scopeBits & modelData.bit) !== 0
+                    enabled: !page.list.searching
+                    onToggled: page.list.setFolder(modelData.bit, checked)
+                }
+            }
+            Item { Layout.fillWidth: true }
+            DwButton {
+                objectName: "duplicates.find"
+                primary: !page.list.searching
+                text: page.list.searching ? "Scanning" : "Find duplicates"
+                enabled: !page.list.searching && page.list.scopeBits !== 0
+                onClicked: page.list.find()
+            }
+        }
+
+        Text {
+            objectName: "duplicates.progress"
+            visible: page.list.searching
+            Layout.fillWidth: true
+            Layout.leftMargin: Theme.pagePadding
+            Layout.rightMargin: Theme.pagePadding
+            Layout.topMargin: 8
+            text: "Looking for duplicates…" + (page.list.progress !== "" && page.list.progress !== "Looking for duplicates…"
+                  ? " " + page.list.progress : "")
+            color: Theme.secondaryText
+            font.pixelSize: Theme.smallSize + 1
+            elide: Text.ElideRight
+        }
+
+        Card {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            Layout.margins: Theme.pagePadding
+            Layout.topMargin: 14
+            Layout.bottomMargin: page.list.skipped.length > 0 ? 10 : 18
+            clip: true
+
+            ScanningSkeleton {
+                anchors.fill: parent
+                visible: page.list.searching && page.nothingFound
+            }
+            EmptyState {
+                objectName: "duplicates.empty"
+                anchors.fill: parent
+                visible: !page.list.searching && page.nothingFound
+                symbol: page.list.emptySymbol
+                title: page.list.emptyTitle
+                detail: page.list.emptyDetail
+            }
+            ColumnLayout {
+                anchors.fill: parent
+                anchors.margins: 1
+                spacing: 0
+                visible: !page.nothingFound
+                SectionHeader {
+                    Layout.fillWidth: true
+                    title: page.list.sectionTitle
+                    detail: "Most space first"
+                    onSelectAll: page.list.selectAll()
+                    onSelectNone: page.list.selectNone()
+                }
+                ListView {
+                    id: listView
+                    objectName: "duplicates.list"
+                    Layout.fillWidth: true
+                    Layout.fillHeight: true
+                    clip: true
+                    model: page.list
+                    boundsBehavior: Flickable.StopAtBounds
+                    ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
+                    delegate: Column {
+                        id: copy
+                        required property int index
+                        required property string name
+                        required property string note
+                        required property string sizeText
+                        required property string badge
+                        required property string badgeKind
+                        required property bool selected
+                        required property bool selectable
+                        required property bool showsLock
+                        required property string whySafe
+                        required property string lastUsed
+                        required property string location
+                        required property bool kept
+                        required property bool groupStart
+                        required property string groupTitle
+                        width: listView.width
+
+                        Rectangle {
+                            visible: copy.groupStart
+                            width: parent.width
+                            height: visible ? 30 : 0
+                            color: Theme.hover
+                            Text {
+                                anchors.left: parent.left
+                                anchors.leftMargin: 18
+                                anchors.verticalCenter: parent.verticalCenter
+                                text: copy.groupTitle
+                                color: Theme.secondaryText
+                                font.pixelSize: Theme.smallSize + 1
+                                font.weight: Font.DemiBold
+                            }
+                        }
+                        FindingRow {
+                            objectName: "duplicateRow"
+                            width: parent.width
+                            name: copy.name
+                            note: copy.note
+                            sizeText: copy.sizeText
+                            badge: copy.badge
+                            badgeKind: copy.badgeKind
+                            selected: copy.selected
+                            selectable: copy.selectable
+                            showsLock: copy.showsLock
+                            whySafe: copy.whySafe
+                            lastUsed: copy.lastUsed
+                            location: copy.location
+                            showsSeparator: copy.kept
+                            proofActionTitle: dw.revealTitle
+                            onToggled: page.list.toggle(copy.index)
+                            onProofAction: page.list.reveal(copy.index)
+                        }
+                        Item {
+                            visible: !copy.kept
+                            width: parent.width
+                            height: visible ? 30 : 0
+                            DwButton {
+                                objectName: "duplicates.keep"
+                                plain: true
+                                x: 46
+                                anchors.top: parent.top
+                                text: "Keep this copy instead"
+                                onClicked: page.list.keep(copy.index)
+                            }
+                            Rectangle {
+                                anchors.bottom: parent.bottom
+                                anchors.left: parent.left
+                                anchors.right: parent.right
+                                anchors.leftMargin: 18
+                                height: 1
+                                color: Theme.separator
+                            }
+                        }
+                    }
+                }
+            }
+        }
+
+        ColumnLayout {
+            objectName: "duplicates.skipped"
+            visible: page.list.skipped.length > 0
+            Layout.fillWidth: true
+            Layout.leftMargin: Theme.pagePadding
+            Layout.rightMargin: Theme.pagePadding
+            Layout.bottomMargin: 12
+            spacing: 2
+            Text {
+                text: "Skipped: protected by macOS"
+                color: Theme.text
+                font.pixelSize: Theme.smallSize + 1
+                font.weight: Font.DemiBold
+            }
+            Repeater {
+                model: page.list.skipped
+                delegate: Text {
+                    required property string modelData
+                    Layout.fillWidth: true
+                    text: modelData
+                    color: Theme.secondaryText
+                    font.pixelSize: Theme.smallSize + 1
+                    elide: Text.ElideMiddle
+                }
+            }
+        }
+
+        SelectionFooter {
+            Layout.fillWidth: true
+            summary: page.list.footerSummary
+            detail: page.list.footerDetail
+            enabled: page.list.canClear && !page.scanning
+            onAction: page.list.requestMove()
+        }
+    }
+}

@@ -364,10 +364,10 @@ TEST_F(AppUiTest, DuplicatesFindKeepAnotherAndMoveTheExtraCopies) {
   EXPECT_EQ(kept, 2);
 
   // Keeping another copy of the first group: it takes the lock and the picked note.
-  const auto& first = ui.bridge().model().duplicateGroups().front();
-  std::string before = ui.bridge().model().duplicateKeepPath().at(first.hashHex);
+  const std::string firstHash = ui.bridge().model().duplicateGroups().front().hashHex;
+  std::string before = ui.bridge().model().duplicateKeepPath().at(firstHash);
   ui.click("duplicates.keep");
-  std::string after = ui.bridge().model().duplicateKeepPath().at(first.hashHex);
+  std::string after = ui.bridge().model().duplicateKeepPath().at(firstHash);
   EXPECT_NE(after, before);
   bool sawPicked = false;
   for (QQuickItem* row : ui.all("duplicateRow")) {

@@ -50,14 +50,39 @@ Item {
             spacing: 16
             Repeater {
                 model: page.folders
-                delegate: CheckBox {
+                delegate: AbstractButton {
+                    id: folder
                     required property var modelData
                     objectName: "duplicates.folder." + modelData.title
-                    text: modelData.title
-                    font.pixelSize: Theme.bodySize
+                    // The model holds the choice; a click asks it, so the binding stays.
                     checked: (page.list.scopeBits & modelData.bit) !== 0
                     enabled: !page.list.searching
-                    onToggled: page.list.setFolder(modelData.bit, checked)
+                    opacity: enabled ? 1 : 0.55
+                    Accessible.name: modelData.title
+                    onClicked: page.list.setFolder(modelData.bit, !checked)
+                    contentItem: Row {
+                        spacing: 7
+                        Rectangle {
+                            anchors.verticalCenter: parent.verticalCenter
+                            width: 16; height: 16; radius: 4
+                            color: folder.checked ? Theme.accent : Theme.field
+                            border.width: folder.checked ? 0 : 1.5
+                            border.color: Theme.fieldBorder
+                            Icon {
+                                anchors.centerIn: parent
+                                visible: folder.checked
+                                symbol: "checkmark"
+                                size: 14
+                                color: Theme.accentForeground
+                            }
+                        }
+                        Text {
+                            anchors.verticalCenter: parent.verticalCenter
+                            text: folder.modelData.title
+                            color: Theme.text
+                            font.pixelSize: Theme.bodySize
+                        }
+                    }
                 }
             }
             Item { Layout.fillWidth: true }

@@ -95,7 +95,6 @@ void AppBridge::fieldChanged(ScanModel::Field field) {
       break;
     case F::volume:
     case F::volumeName:
-    case F::duplicateGroups:
       emit dashboardChanged();
       break;
     case F::lastScannedAt:
@@ -113,7 +112,7 @@ void AppBridge::fieldChanged(ScanModel::Field field) {
     case F::caches:
     case F::duplicateSelected:
     case F::duplicateGroups:
-      if (field == F::caches) emit dashboardChanged();
+      if (field == F::caches || field == F::duplicateGroups) emit dashboardChanged();
       // The sheet lists what the clear would move now; while it moves, the list stands.
       if (model_->confirm() && !clearing()) {
         confirmItems_.reset(pendingEntries());

@@ -81,6 +81,12 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
     std::fprintf(stderr, "dustwhale-gui: the scan did not finish\n");
     return false;
   }
+  // The duplicate search over the chosen folders, so that the page shows its groups.
+  dw.model().findDuplicates();
+  if (!waitFor([&] { return !dw.model().duplicatesScanning(); }, 120'000)) {
+    std::fprintf(stderr, "dustwhale-gui: the duplicate search did not finish\n");
+    return false;
+  }
   for (const QString& appearance : appearances) {
     s.appearance = appearance;
     s.call("setDark", appearance == "dark");
@@ -100,6 +106,12 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
                                                                             : "recently-cleared"));
     }
     quick->resize(normal);
+
+    // Every extra copy picked: the selection and its footer.
+    dw.model().selectExtraCopies();
+    s.call("showPage", "duplicates");
+    s.shoot("duplicates-selected");
+    qobject_cast<DuplicateListModel*>(dw.duplicates())->selectNone();
 
     s.call("showPage", "review");
     for (int step = 0; step < 3; ++step) {

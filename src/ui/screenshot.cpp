@@ -81,12 +81,16 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
     std::fprintf(stderr, "dustwhale-gui: the scan did not finish\n");
     return false;
   }
-  // The duplicate search over the chosen folders, so that the page shows its groups.
+  // The duplicate search over the chosen folders, so that the page shows its groups; the space
+  // map with its largest folder selected.
   dw.model().findDuplicates();
-  if (!waitFor([&] { return !dw.model().duplicatesScanning(); }, 120'000)) {
+  dw.model().buildSpaceMap();
+  if (!waitFor([&] { return !dw.model().duplicatesScanning() && !dw.model().spaceScanning(); },
+               120'000)) {
     std::fprintf(stderr, "dustwhale-gui: the duplicate search did not finish\n");
     return false;
   }
+  qobject_cast<SpaceMapModel*>(dw.spaceMap())->move(0);
   for (const QString& appearance : appearances) {
     s.appearance = appearance;
     s.call("setDark", appearance == "dark");

@@ -410,3 +410,50 @@ TEST_F(AppUiTest, DuplicatesFindKeepAnotherAndMoveTheExtraCopies) {
 
 }  // namespace
 }  // namespace dw
+
+namespace dw {
+namespace {
+
+TEST_F(AppUiTest, SpaceMapStripSelectsStepsInAndBackByKeyboard) {
+  skipOnboarding();
+  mac.file(mac.inHome("Movies/Trip/day1.mov"), 6 * kMiB);
+  mac.file(mac.inHome("Movies/Trip/day2.mov"), 3 * kMiB);
+  mac.file(mac.inHome("Downloads/setup.dmg"), 2 * kMiB);
+  test::UiDriver ui(places);
+
+  ui.page("spaceMap");
+  EXPECT_EQ(ui.one("spaceMap.build")->property("text").toString(), "Build map");
+  ui.click("spaceMap.build");
+  ASSERT_TRUE(ui.waitFor([&] {
+    return !ui.bridge().model().spaceScanning() && ui.bridge().model().spaceRoot().has_value();
+  }));
+  EXPECT_EQ(ui.one("spaceMap.build")->property("text").toString(), "Rebuild");
+  std::vector<QQuickItem*> cells = ui.all("spaceMap.cell");
+  ASSERT_GE(cells.size(), 2u);
+  // Largest first, each as wide as the core's row layout makes it.
+  EXPECT_EQ(cells[0]->property("name").toString(), "Movies");
+  auto* map = qobject_cast<ui::SpaceMapModel*>(ui.bridge().spaceMap());
+  QQuickItem* strip = ui.one("spaceMap.strip");
+  QVariantList laid = map->cells(strip->width());
+  ASSERT_EQ(laid.size(), static_cast<qsizetype>(cells.size()));
+  for (size_t i = 0; i < cells.size(); ++i) {
+    EXPECT_DOUBLE_EQ(cells[i]->width(),
+                     laid[static_cast<qsizetype>(i)].toMap()["width"].toDouble());
+  }
+
+  const QString second = cells[1]->property("name").toString();
+  ui.click(cells[1]);  // the strip is drawn anew: cells are stale from here
+  EXPECT_EQ(ui.text("spaceMap.selectedName"), second);
+  ui.key(Qt::Key_Left);
+  EXPECT_EQ(ui.text("spaceMap.selectedName"), "Movies");
+  ui.key(Qt::Key_Return);
+  ASSERT_EQ(ui.bridge().model().spacePath().size(), 1u);
+  EXPECT_EQ(ui.all("spaceMap.crumb").size(), 2u);
+  EXPECT_EQ(ui.all("spaceMap.cell")[0]->property("name").toString(), "Trip");
+  ui.key(Qt::Key_Escape);
+  EXPECT_TRUE(ui.bridge().model().spacePath().empty());
+  EXPECT_EQ(ui.all("spaceMap.crumb").size(), 1u);
+}
+
+}  // namespace
+}  // namespace dw

@@ -71,7 +71,8 @@ AppBridge::AppBridge(Locations places, QObject* parent)
       caches_(std::make_unique<FindingListModel>(*model_, CacheFinding::Kind::cache)),
       leftovers_(std::make_unique<FindingListModel>(*model_, CacheFinding::Kind::leftover)),
       files_(std::make_unique<FindingListModel>(*model_, CacheFinding::Kind::file)),
-      duplicates_(std::make_unique<DuplicateListModel>(*model_)) {
+      duplicates_(std::make_unique<DuplicateListModel>(*model_)),
+      spaceMap_(std::make_unique<SpaceMapModel>(*model_)) {
   model_->addObserver([this](ScanModel::Field field) { fieldChanged(field); });
   clock_.setInterval(30'000);
   connect(&clock_, &QTimer::timeout, this, &AppBridge::scannedTextChanged);
@@ -86,6 +87,7 @@ void AppBridge::fieldChanged(ScanModel::Field field) {
   leftovers_->modelChanged(field);
   files_->modelChanged(field);
   duplicates_->modelChanged(field);
+  spaceMap_->modelChanged(field);
   switch (field) {
     case F::phase:
       if (!clearing()) stopping_ = false;

@@ -15,6 +15,7 @@
 #include "bridge/duplicate_list_model.h"
 #include "bridge/finding_list_model.h"
 #include "bridge/qt_dispatcher.h"
+#include "bridge/space_map_model.h"
 #include "model/onboarding_gate.h"
 #include "model/scan_model.h"
 #include "platform/defaults.h"
@@ -80,6 +81,7 @@ class AppBridge : public QObject {
   Q_PROPERTY(QObject* leftovers READ leftovers CONSTANT)
   Q_PROPERTY(QObject* files READ files CONSTANT)
   Q_PROPERTY(QObject* duplicates READ duplicates CONSTANT)
+  Q_PROPERTY(QObject* spaceMap READ spaceMap CONSTANT)
   Q_PROPERTY(QString confirmPutBackLine READ confirmPutBackLine CONSTANT)
   Q_PROPERTY(QString confirmEmptyLine READ confirmEmptyLine CONSTANT)
   Q_PROPERTY(QString confirmKeysHint READ confirmKeysHint CONSTANT)
@@ -136,6 +138,7 @@ class AppBridge : public QObject {
   QObject* leftovers() { return leftovers_.get(); }
   QObject* files() { return files_.get(); }
   QObject* duplicates() { return duplicates_.get(); }
+  QObject* spaceMap() { return spaceMap_.get(); }
   QString confirmPutBackLine() const;
   QString confirmEmptyLine() const;
   QString confirmKeysHint() const;
@@ -189,6 +192,7 @@ class AppBridge : public QObject {
   std::unique_ptr<ScanModel> model_;
   std::unique_ptr<FindingListModel> caches_, leftovers_, files_;
   std::unique_ptr<DuplicateListModel> duplicates_;
+  std::unique_ptr<SpaceMapModel> spaceMap_;
   ConfirmListModel confirmItems_;
   QTimer clock_;  // keeps "Scanned 5 minutes ago" current
   bool stopping_ = false;

@@ -234,7 +234,7 @@ ApplicationWindow {
                         list: dw.files
                         scanning: dw.scanning
                     }
-                    PendingPage { symbol: "rectangle.split.3x3"; title: "Space Map" }
+                    SpaceMapPage { objectName: "page.spaceMap"; onOpenPage: (key) => window.showPage(key) }
                     PendingPage { symbol: "minus.square"; title: "Uninstaller" }
                     RecentlyClearedPage { objectName: "page.recentlyCleared" }
                 }

@@ -1,0 +1,246 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Dustwhale
+
+// Space Map: the home folder's size tree one level at a time, as a strip of cells as wide as
+// their share; a breadcrumb back up, and the selected folder's advice. Arrow keys move between
+// cells, Return steps in, Backspace or Esc step out.
+Item {
+    id: page
+    property var map: dw.spaceMap
+    signal openPage(string key)
+
+    readonly property var cellList: map.hasMap ? map.cells(strip.width) : []
+    function stepOut() {
+        const crumbs = page.map.crumbs
+        if (crumbs.length > 1) page.map.leave(crumbs.length - 2)
+    }
+
+    focus: true
+    Keys.onLeftPressed: map.move(-1)
+    Keys.onRightPressed: map.move(1)
+    Keys.onReturnPressed: if (map.hasSelection) map.enter(map.selectedPath)
+    Keys.onEnterPressed: if (map.hasSelection) map.enter(map.selectedPath)
+    Keys.onBackPressed: stepOut()
+    Keys.onEscapePressed: stepOut()
+    Keys.onPressed: (event) => { if (event.key === Qt.Key_Backspace) { stepOut(); event.accepted = true } }
+
+    ColumnLayout {
+        anchors.fill: parent
+        anchors.leftMargin: Theme.pagePadding
+        anchors.rightMargin: Theme.pagePadding
+        anchors.bottomMargin: 18
+        spacing: 14
+
+        RowLayout {
+            Layout.fillWidth: true
+            Layout.topMargin: 4
+            spacing: 10
+            ColumnLayout {
+                Layout.fillWidth: true
+                spacing: 4
+                Text {
+                    objectName: "spaceMap.title"
+                    text: page.map.hasMap ? page.map.currentTitle : "Where the space goes"
+                    color: Theme.text
+                    font.pixelSize: Theme.largeSize
+                    font.weight: Font.DemiBold
+                    elide: Text.ElideRight
+                    Layout.fillWidth: true
+                }
+                Text {
+                    Layout.fillWidth: true
+                    text: "Folders of your home folder, each as wide as its share. Select one to see what it is; step in to see inside. The map does not move anything."
+                    color: Theme.secondaryText
+                    font.pixelSize: Theme.bodySize
+                    wrapMode: Text.WordWrap
+                }
+            }
+            DwButton {
+                objectName: "spaceMap.build"
+                primary: !page.map.building
+                enabled: !page.map.building
+                text: page.map.building ? "Building…" : page.map.hasMap ? "Rebuild" : "Build map"
+                onClicked: page.map.build()
+            }
+        }
+
+        Row {
+            objectName: "spaceMap.crumbs"
+            Layout.fillWidth: true
+            spacing: 4
+            visible: page.map.hasMap
+            Repeater {
+                model: page.map.crumbs
+                delegate: Row {
+                    required property var modelData
+                    required property int index
+                    spacing: 4
+                    Text {
+                        visible: index > 0
+                        anchors.verticalCenter: parent.verticalCenter
+                        text: "›"
+                        color: Theme.tertiaryText
+                        font.pixelSize: Theme.bodySize
+                    }
+                    DwButton {
+                        objectName: "spaceMap.crumb"
+                        plain: true
+                        text: modelData.name
+                        onClicked: { page.forceActiveFocus(); page.map.leave(modelData.level) }
+                    }
+                }
+            }
+        }
+
+        Card {
+            Layout.fillWidth: true
+            Layout.preferredHeight: 150
+            clip: true
+            EmptyState {
+                anchors.fill: parent
+                visible: !page.map.hasMap
+                symbol: "rectangle.split.3x3"
+                title: page.map.building ? "Mapping your home folder…" : "No map yet"
+                detail: page.map.building ? "" : "Build the map to see which folders hold the most."
+            }
+            Flickable {
+                anchors.fill: parent
+                anchors.margins: 12
+                contentWidth: Math.max(width, strip.rowWidth)
+                clip: true
+                boundsBehavior: Flickable.StopAtBounds
+                Item {
+                    id: strip
+                    objectName: "spaceMap.strip"
+                    width: parent.parent.width
+                    height: parent.parent.height
+                    property real rowWidth: page.cellList.length > 0
+                        ? page.cellList[page.cellList.length - 1].x + page.cellList[page.cellList.length - 1].width : 0
+                    Repeater {
+                        model: page.cellList
+                        delegate: Rectangle {
+                            required property var modelData
+                            objectName: "spaceMap.cell"
+                            property string name: modelData.name
+                            x: modelData.x
+                            width: modelData.width
+                            height: strip.height
+                            radius: 6
+                            color: Qt.rgba(Theme.accent.r, Theme.accent.g, Theme.accent.b,
+                                           Math.max(0.16, 0.85 - modelData.rank * 0.12))
+                            border.width: modelData.selected ? 2 : 0
+                            border.color: Theme.text
+                            Column {
+                                visible: parent.width >= 64
+                                anchors.left: parent.left
+                                anchors.right: parent.right
+                                anchors.bottom: parent.bottom
+                                anchors.margins: 8
+                                spacing: 2
+                                Text {
+                                    width: parent.width
+                                    text: modelData.name
+                                    color: modelData.rank < 4 ? Theme.accentForeground : Theme.text
+                                    font.pixelSize: Theme.smallSize + 1
+                                    font.weight: Font.DemiBold
+                                    elide: Text.ElideRight
+                                }
+                                Text {
+                                    width: parent.width
+                                    text: modelData.sizeText
+                                    color: modelData.rank < 4 ? Theme.accentForeground : Theme.secondaryText
+                                    font.pixelSize: Theme.smallSize
+                                    elide: Text.ElideRight
+                                }
+                            }
+                            TapHandler {
+                                // The strip is rebuilt on selection: focus first, while this cell lives.
+                                onTapped: { page.forceActiveFocus(); page.map.select(modelData.path) }
+                                onDoubleTapped: page.map.enter(modelData.path)
+                            }
+                        }
+                    }
+                }
+            }
+        }
+
+        Card {
+            objectName: "spaceMap.detail"
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            visible: page.map.hasMap
+            ColumnLayout {
+                anchors.fill: parent
+                anchors.margins: 18
+                spacing: 6
+                visible: page.map.hasSelection
+                RowLayout {
+                    Layout.fillWidth: true
+                    Text {
+                        objectName: "spaceMap.selectedName"
+                        Layout.fillWidth: true
+                        text: page.map.selectedName
+                        color: Theme.text
+                        font.pixelSize: Theme.bodySize + 2
+                        font.weight: Font.DemiBold
+                        elide: Text.ElideRight
+                    }
+                    Text {
+                        text: page.map.selectedSize
+                        color: Theme.text
+                        font.pixelSize: Theme.bodySize + 2
+                        font.weight: Font.DemiBold
+                    }
+                }
+                Text {
+                    objectName: "spaceMap.adviceTitle"
+                    Layout.fillWidth: true
+                    text: page.map.adviceTitle
+                    color: Theme.text
+                    font.pixelSize: Theme.bodySize
+                    wrapMode: Text.WordWrap
+                }
+                Text {
+                    Layout.fillWidth: true
+                    text: page.map.adviceDetail
+                    color: Theme.secondaryText
+                    font.pixelSize: Theme.bodySize
+                    wrapMode: Text.WordWrap
+                }
+                Text {
+                    Layout.fillWidth: true
+                    text: page.map.selectedPath
+                    color: Theme.tertiaryText
+                    font.pixelSize: Theme.smallSize + 1
+                    elide: Text.ElideMiddle
+                }
+                Item { Layout.fillHeight: true }
+                RowLayout {
+                    spacing: 10
+                    DwButton { text: dw.revealTitle; onClicked: page.map.reveal() }
+                    DwButton {
+                        objectName: "spaceMap.enter"
+                        visible: page.map.selectedHasChildren
+                        text: "Show inside"
+                        onClicked: { page.map.enter(page.map.selectedPath); page.forceActiveFocus() }
+                    }
+                    DwButton {
+                        visible: page.map.linkedPage !== ""
+                        primary: true
+                        text: page.map.linkedPage === "review" ? "Open Caches" : "Open App leftovers"
+                        onClicked: page.openPage(page.map.linkedPage)
+                    }
+                }
+            }
+            Text {
+                anchors.centerIn: parent
+                visible: !page.map.hasSelection
+                text: "Select a folder to see what it holds."
+                color: Theme.secondaryText
+                font.pixelSize: Theme.bodySize
+            }
+        }
+    }
+}

@@ -85,12 +85,18 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
   // map with its largest folder selected.
   dw.model().findDuplicates();
   dw.model().buildSpaceMap();
-  if (!waitFor([&] { return !dw.model().duplicatesScanning() && !dw.model().spaceScanning(); },
-               120'000)) {
+  dw.model().refreshApps();
+  if (!waitFor(
+          [&] {
+            return !dw.model().duplicatesScanning() && !dw.model().spaceScanning() &&
+                   !dw.model().appsLoading();
+          },
+          120'000)) {
     std::fprintf(stderr, "dustwhale-gui: the duplicate search did not finish\n");
     return false;
   }
   qobject_cast<SpaceMapModel*>(dw.spaceMap())->move(0);
+  qobject_cast<AppListModel*>(dw.apps())->choose(0);
   for (const QString& appearance : appearances) {
     s.appearance = appearance;
     s.call("setDark", appearance == "dark");

@@ -457,3 +457,45 @@ TEST_F(AppUiTest, SpaceMapStripSelectsStepsInAndBackByKeyboard) {
 
 }  // namespace
 }  // namespace dw
+
+namespace dw {
+namespace {
+
+TEST_F(AppUiTest, UninstallerListsAppsKeysCancelAndMovesTheAppToTheTrash) {
+  skipOnboarding();
+  std::string app = mac.app(mac.inRoot("Applications/Tidy.app"), "com.example.tidy");
+  mac.file(app + "/Contents/MacOS/Tidy", 2 * kMiB);
+  std::string support =
+      mac.file(mac.inHome("Library/Application Support/com.example.tidy/db"), kMiB);
+  test::UiDriver ui(places);
+
+  ui.page("apps");
+  ui.click("apps.refresh");
+  ASSERT_TRUE(ui.waitFor([&] {
+    return !ui.bridge().model().appsLoading() && !ui.bridge().model().installedApps().empty();
+  }));
+  QQuickItem* row = nullptr;
+  for (QQuickItem* r : ui.all("apps.row"))
+    if (field(r, "apps.name") == "Tidy") row = r;
+  ASSERT_NE(row, nullptr);
+  ui.click(row);
+  EXPECT_TRUE(ui.text("apps.currentName").startsWith("Tidy · "));
+
+  for (Qt::Key key : {Qt::Key_Return, Qt::Key_Escape}) {
+    ui.click("apps.uninstall");
+    ASSERT_TRUE(ui.shows("apps.confirmTitle"));
+    EXPECT_EQ(ui.text("apps.confirmTitle"), "Move Tidy to the Trash?");
+    ui.key(key);
+    EXPECT_FALSE(ui.shows("apps.confirmTitle"));
+  }
+  EXPECT_TRUE(test::exists(app));
+
+  ui.click("apps.uninstall");
+  ui.click("apps.confirmUninstall");
+  ASSERT_TRUE(ui.waitFor([&] { return !test::exists(app) && !ui.bridge().clearing(); }));
+  EXPECT_TRUE(test::exists(trashHome.trashFiles() + "/Tidy.app"));
+  EXPECT_FALSE(test::exists(support));
+}
+
+}  // namespace
+}  // namespace dw

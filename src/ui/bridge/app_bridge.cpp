@@ -72,7 +72,8 @@ AppBridge::AppBridge(Locations places, QObject* parent)
       leftovers_(std::make_unique<FindingListModel>(*model_, CacheFinding::Kind::leftover)),
       files_(std::make_unique<FindingListModel>(*model_, CacheFinding::Kind::file)),
       duplicates_(std::make_unique<DuplicateListModel>(*model_)),
-      spaceMap_(std::make_unique<SpaceMapModel>(*model_)) {
+      spaceMap_(std::make_unique<SpaceMapModel>(*model_)),
+      apps_(std::make_unique<AppListModel>(*model_)) {
   model_->addObserver([this](ScanModel::Field field) { fieldChanged(field); });
   clock_.setInterval(30'000);
   connect(&clock_, &QTimer::timeout, this, &AppBridge::scannedTextChanged);
@@ -88,6 +89,7 @@ void AppBridge::fieldChanged(ScanModel::Field field) {
   files_->modelChanged(field);
   duplicates_->modelChanged(field);
   spaceMap_->modelChanged(field);
+  apps_->modelChanged(field);
   switch (field) {
     case F::phase:
       if (!clearing()) stopping_ = false;

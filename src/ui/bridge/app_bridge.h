@@ -12,6 +12,7 @@
 #include <memory>
 #include <vector>
 
+#include "bridge/app_list_model.h"
 #include "bridge/duplicate_list_model.h"
 #include "bridge/finding_list_model.h"
 #include "bridge/qt_dispatcher.h"
@@ -82,6 +83,7 @@ class AppBridge : public QObject {
   Q_PROPERTY(QObject* files READ files CONSTANT)
   Q_PROPERTY(QObject* duplicates READ duplicates CONSTANT)
   Q_PROPERTY(QObject* spaceMap READ spaceMap CONSTANT)
+  Q_PROPERTY(QObject* apps READ apps CONSTANT)
   Q_PROPERTY(QString confirmPutBackLine READ confirmPutBackLine CONSTANT)
   Q_PROPERTY(QString confirmEmptyLine READ confirmEmptyLine CONSTANT)
   Q_PROPERTY(QString confirmKeysHint READ confirmKeysHint CONSTANT)
@@ -139,6 +141,7 @@ class AppBridge : public QObject {
   QObject* files() { return files_.get(); }
   QObject* duplicates() { return duplicates_.get(); }
   QObject* spaceMap() { return spaceMap_.get(); }
+  QObject* apps() { return apps_.get(); }
   QString confirmPutBackLine() const;
   QString confirmEmptyLine() const;
   QString confirmKeysHint() const;
@@ -193,6 +196,7 @@ class AppBridge : public QObject {
   std::unique_ptr<FindingListModel> caches_, leftovers_, files_;
   std::unique_ptr<DuplicateListModel> duplicates_;
   std::unique_ptr<SpaceMapModel> spaceMap_;
+  std::unique_ptr<AppListModel> apps_;
   ConfirmListModel confirmItems_;
   QTimer clock_;  // keeps "Scanned 5 minutes ago" current
   bool stopping_ = false;

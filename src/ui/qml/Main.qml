@@ -235,7 +235,7 @@ ApplicationWindow {
                         scanning: dw.scanning
                     }
                     SpaceMapPage { objectName: "page.spaceMap"; onOpenPage: (key) => window.showPage(key) }
-                    PendingPage { symbol: "minus.square"; title: "Uninstaller" }
+                    UninstallerPage { objectName: "page.apps" }
                     RecentlyClearedPage { objectName: "page.recentlyCleared" }
                 }
             }
@@ -247,6 +247,7 @@ ApplicationWindow {
     Binding { target: dw.leftovers; property: "query"; value: window.page === 2 ? window.query : "" }
     Binding { target: dw.files; property: "query"; value: window.page === 4 ? window.query : "" }
     Binding { target: dw.duplicates; property: "query"; value: window.page === 3 ? window.query : "" }
+    Binding { target: dw.apps; property: "query"; value: window.page === 6 ? window.query : "" }
 
     FullDiskAccessSheet { visible: window.activeSheet === "fullDiskAccess" }
     ConfirmSheet {

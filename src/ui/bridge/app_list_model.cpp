@@ -1,0 +1,132 @@
+#include "bridge/app_list_model.h"
+
+#include "findings/size_text.h"
+#include "scanners/uninstaller/app_uninstaller.h"
+
+namespace dw::ui {
+
+AppListModel::AppListModel(ScanModel& model, QObject* parent)
+    : QAbstractListModel(parent), model_(model) {
+  rebuild();
+}
+
+void AppListModel::modelChanged(ScanModel::Field field) {
+  using F = ScanModel::Field;
+  if (field == F::installedApps || field == F::appsNeedingAdmin) {
+    beginResetModel();
+    rebuild();
+    current_ = -1;
+    endResetModel();
+    emit listChanged();
+    emit currentChanged();
+  } else if (field == F::appsLoading) {
+    emit listChanged();
+  }
+}
+
+void AppListModel::rebuild() {
+  rows_.clear();
+  const auto& apps = model_.installedApps();
+  for (size_t i = 0; i < apps.size(); ++i) {
+    if (!query_.isEmpty() &&
+        !QString::fromStdString(apps[i].name).contains(query_, Qt::CaseInsensitive)) {
+      continue;
+    }
+    rows_.push_back(i);
+  }
+}
+
+void AppListModel::setQuery(const QString& query) {
+  if (query == query_) return;
+  beginResetModel();
+  query_ = query;
+  rebuild();
+  current_ = -1;
+  endResetModel();
+  emit queryChanged();
+  emit listChanged();
+  emit currentChanged();
+}
+
+int AppListModel::rowCount(const QModelIndex& parent) const {
+  return parent.isValid() ? 0 : static_cast<int>(rows_.size());
+}
+
+QVariant AppListModel::data(const QModelIndex& index, int role) const {
+  if (!index.isValid() || index.row() >= rowCount()) return {};
+  const auto& app = model_.installedApps()[rows_[static_cast<size_t>(index.row())]];
+  switch (role) {
+    case NameRole:
+      return QString::fromStdString(app.name);
+    case SizeTextRole:
+      return QString::fromStdString(sizeText(AppUninstaller::totalBytes(app)));
+    case DetailRole:
+      return QString::fromStdString("App " + sizeText(app.bundleBytes) + " · related " +
+                                    sizeText(app.relatedBytes));
+    case RowTextRole:
+      return QString::fromStdString(AppUninstaller::rowText(app));
+    case CurrentRole:
+      return index.row() == current_;
+  }
+  return {};
+}
+
+QHash<int, QByteArray> AppListModel::roleNames() const {
+  return {{NameRole, "name"},
+          {SizeTextRole, "sizeText"},
+          {DetailRole, "detail"},
+          {RowTextRole, "rowText"},
+          {CurrentRole, "current"}};
+}
+
+const AppUninstaller::AppRecord* AppListModel::currentApp() const {
+  if (current_ < 0 || current_ >= rowCount()) return nullptr;
+  return &model_.installedApps()[rows_[static_cast<size_t>(current_)]];
+}
+
+QString AppListModel::currentName() const {
+  auto* app = currentApp();
+  return app ? QString::fromStdString(app->name) : QString();
+}
+
+QStringList AppListModel::currentItems() const {
+  QStringList out;
+  auto* app = currentApp();
+  if (!app) return out;
+  out << QString::fromStdString(app->bundlePath);
+  for (const auto& path : app->related)
+    out << QString::fromStdString(path);
+  return out;
+}
+
+QString AppListModel::currentSize() const {
+  auto* app = currentApp();
+  return app ? QString::fromStdString(sizeText(AppUninstaller::totalBytes(*app))) : QString();
+}
+
+bool AppListModel::canUninstall() const {
+  auto* app = currentApp();
+  return app && !AppUninstaller::refusal(*app, app->running, model_.places()).has_value();
+}
+
+void AppListModel::refresh() {
+  model_.refreshApps();
+}
+
+void AppListModel::choose(int row) {
+  if (row < 0 || row >= rowCount()) return;
+  int before = current_;
+  current_ = row;
+  if (before >= 0) emit dataChanged(index(before), index(before), {CurrentRole});
+  emit dataChanged(index(row), index(row), {CurrentRole});
+  emit currentChanged();
+}
+
+void AppListModel::uninstall() {
+  auto* app = currentApp();
+  if (!app) return;
+  model_.setUninstallTarget(*app);
+  model_.uninstall();
+}
+
+}  // namespace dw::ui

@@ -1,0 +1,66 @@
+#pragma once
+// The Uninstaller's list: the installed apps whose name matches the search, with their sizes,
+// the row text the core gives an app that may not be removed, and the chosen app's related
+// items. Uninstalling is the model's: this asks it to, after the page's confirmation.
+
+#include <QAbstractListModel>
+#include <QString>
+#include <QStringList>
+#include <vector>
+
+#include "model/scan_model.h"
+
+namespace dw::ui {
+
+class AppListModel : public QAbstractListModel {
+  Q_OBJECT
+  Q_PROPERTY(QString query READ query WRITE setQuery NOTIFY queryChanged)
+  Q_PROPERTY(int count READ rowCount NOTIFY listChanged)
+  Q_PROPERTY(bool loading READ loading NOTIFY listChanged)
+  Q_PROPERTY(int current READ current NOTIFY currentChanged)
+  Q_PROPERTY(QString currentName READ currentName NOTIFY currentChanged)
+  Q_PROPERTY(QStringList currentItems READ currentItems NOTIFY currentChanged)
+  Q_PROPERTY(QString currentSize READ currentSize NOTIFY currentChanged)
+  Q_PROPERTY(bool canUninstall READ canUninstall NOTIFY currentChanged)
+
+ public:
+  enum Role { NameRole = Qt::UserRole + 1, SizeTextRole, DetailRole, RowTextRole, CurrentRole };
+  explicit AppListModel(ScanModel& model, QObject* parent = nullptr);
+
+  int rowCount(const QModelIndex& parent = {}) const override;
+  QVariant data(const QModelIndex& index, int role) const override;
+  QHash<int, QByteArray> roleNames() const override;
+
+  QString query() const { return query_; }
+  void setQuery(const QString& query);
+  bool loading() const { return model_.appsLoading(); }
+  int current() const { return current_; }
+  QString currentName() const;
+  // The bundle and then its related items, each with its path.
+  QStringList currentItems() const;
+  QString currentSize() const;
+  bool canUninstall() const;
+
+  Q_INVOKABLE void refresh();
+  Q_INVOKABLE void choose(int row);
+  // Moves the chosen app and its related items to the Trash (after the page's confirmation).
+  Q_INVOKABLE void uninstall();
+
+  void modelChanged(ScanModel::Field field);
+
+ signals:
+  void queryChanged();
+  void listChanged();
+  void currentChanged();
+
+ private:
+  void rebuild();
+  const AppUninstaller::AppRecord* currentApp() const;
+
+  ScanModel& model_;
+  QString query_;
+  std::vector<size_t> rows_;
+  int current_ = -1;
+};
+
+}  // namespace dw::ui

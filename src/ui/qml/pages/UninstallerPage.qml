@@ -64,7 +64,10 @@ Item {
                 ListView {
                     id: list
                     anchors.fill: parent
-                    anchors.margins: 1
+                    anchors.topMargin: 6  // clear of the card's rounded corners
+                    anchors.bottomMargin: 6
+                    anchors.leftMargin: 1
+                    anchors.rightMargin: 1
                     clip: true
                     model: page.apps
                     boundsBehavior: Flickable.StopAtBounds

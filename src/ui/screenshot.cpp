@@ -115,6 +115,10 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
                                       : page == std::string_view("review")  ? "caches"
                                                                             : "recently-cleared"));
     }
+    for (const char* page : {"duplicates", "spaceMap", "apps"}) {
+      s.call("showPage", page);
+      s.shoot(QString("smallest-") + page);
+    }
     quick->resize(normal);
 
     // Every extra copy picked: the selection and its footer.

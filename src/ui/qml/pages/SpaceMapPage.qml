@@ -96,7 +96,8 @@ Item {
 
         Card {
             Layout.fillWidth: true
-            Layout.preferredHeight: 150
+            // Shorter in a small window, so that the detail below keeps its buttons in view.
+            Layout.preferredHeight: page.height < 480 ? 84 : 150
             clip: true
             EmptyState {
                 anchors.fill: parent

@@ -89,7 +89,7 @@ std::string unreadLeftoversNotice(const std::vector<std::string>& locations,
            "). Full Disk Access is required for a complete scan.";
   }
   return "Some leftover folders could not be read (" + names +
-         "). Your user needs read permission on them for a complete scan.";
+         "). Check their permissions: your user needs to read them for a complete scan.";
 }
 
 }  // namespace dw::pagetexts

@@ -212,10 +212,12 @@ void ScanModel::finishScan(ScanResult result, std::uint64_t generation) {
       if (i) text += ", ";
       text += unreadLeftoverLocations_[i];
     }
-    text += ". Full Disk Access is required for a complete leftovers scan.";
-    // Where no Full Disk Access setting exists (Linux), there is nothing the prompt could ask.
-    if (platform::hasFullDiskAccessSetting() &&
-        !defaults_.boolValue(platform::kFullDiskAccessPromptShownKey)) {
+    // Where no Full Disk Access setting exists (Linux), the folders' permissions are what
+    // keeps them unread, and there is nothing the prompt could ask.
+    bool fullDiskAccess = platform::hasFullDiskAccessSetting();
+    text += fullDiskAccess ? ". Full Disk Access is required for a complete leftovers scan."
+                           : ". Check their permissions for a complete leftovers scan.";
+    if (fullDiskAccess && !defaults_.boolValue(platform::kFullDiskAccessPromptShownKey)) {
       showFullDiskAccessPrompt_ = true;
       notify(Field::showFullDiskAccessPrompt);
     }
@@ -231,9 +233,17 @@ void ScanModel::endScanWithError(bool cancelled, std::uint64_t generation) {
   scanArea_.reset();
   notify(Field::scanArea);
   scanTask_.reset();
-  message_ = cancelled ? "Scan cancelled."
-                       : "Scan could not finish. Try Scan again, or check Full Disk Access if "
-                         "leftovers were incomplete.";
+  if (cancelled) {
+    message_ = "Scan cancelled.";
+  } else if (platform::hasFullDiskAccessSetting()) {
+    message_ =
+        "Scan could not finish. Try Scan again, or check Full Disk Access if leftovers were "
+        "incomplete.";
+  } else {
+    message_ =
+        "Scan could not finish. Try Scan again, or check the folders' permissions if leftovers "
+        "were incomplete.";
+  }
   notify(Field::message);
 }
 

@@ -147,6 +147,7 @@ Locations Locations::macos(std::string root, std::string home, std::string bundl
                           paths::join(h, "Applications")};
   l.systemExtensions = l.underRoot("/Library/SystemExtensions");
   l.refusedRoots = {l.underRoot("/Applications"), l.underRoot("/Library"), l.underRoot("/System")};
+  l.leftoverRoots = {l.library};
 
   l.music = paths::join(h, "Music");
   l.pictures = paths::join(h, "Pictures");
@@ -199,6 +200,18 @@ Locations Locations::linux(std::string root, std::string home, std::string bundl
       l.pictures = path;
   }
   l.moviesName = std::string(paths::lastComponent(l.movies));
+
+  // Flatpak keeps each app's data in ~/.var/app/<app id>, whichever installation holds the app.
+  l.leftoverLocations = {
+      {paths::join(h, ".var/app"), "~/.var/app", EntryRule::flatpakAppID},
+  };
+  l.leftoverRoots = {paths::join(h, ".var/app")};
+  l.flatpakInstallations = {paths::join(l.dataHome, "flatpak"), l.underRoot("/var/lib/flatpak")};
+  l.appImageFolders = {paths::join(h, "Applications"), paths::join(h, ".local/bin")};
+  l.launchers = paths::join(l.dataHome, "applications");
+  l.icons = paths::join(l.dataHome, "icons");
+  l.systemLaunchers = l.underRoot("/usr/share/applications");
+  l.packageDatabase = l.underRoot("/var/lib/dpkg");
 
   ownFilesOnLinux(l);
   return l;

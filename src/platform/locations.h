@@ -22,10 +22,11 @@ struct Locations {
 
   // How a leftover location's entries yield a candidate bundle identifier.
   enum class EntryRule {
-    folderName,       // a folder: its name
-    plistFileName,    // a file ending ".plist": the name without it
-    savedStateName,   // a folder ending ".savedState": the name without it
-    launchAgentLabel  // a file ending "plist": the property list's Label
+    folderName,        // a folder: its name
+    plistFileName,     // a file ending ".plist": the name without it
+    savedStateName,    // a folder ending ".savedState": the name without it
+    launchAgentLabel,  // a file ending "plist": the property list's Label
+    flatpakAppID       // a folder named after a Flatpak application identifier (~/.var/app)
   };
   struct LeftoverLocation {
     std::string path;     // absolute
@@ -58,6 +59,18 @@ struct Locations {
   std::vector<std::string> applicationFolders;
   std::string systemExtensions;           // bundles ending "systemextension"
   std::vector<std::string> refusedRoots;  // never a leftover: /Applications, /Library, /System
+  // Every leftover path lies inside one of these: ~/Library on a Mac, ~/.var/app on Linux.
+  std::vector<std::string> leftoverRoots;
+
+  // Linux applications. Flatpak installations (the user's, then the system's), each holding
+  // app/<id> and exports/share/applications; the folders searched for AppImages; the user's
+  // launchers and icons; the distribution's launchers and its package database.
+  std::vector<std::string> flatpakInstallations;
+  std::vector<std::string> appImageFolders;  // ~/Applications, ~/.local/bin
+  std::string launchers;                     // $XDG_DATA_HOME/applications
+  std::string icons;                         // $XDG_DATA_HOME/icons
+  std::string systemLaunchers;               // /usr/share/applications
+  std::string packageDatabase;               // /var/lib/dpkg
 
   std::string logFile;       // cleared.json
   std::string defaultsFile;  // the two preference flags (Linux; the system keeps them on macOS)

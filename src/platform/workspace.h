@@ -28,7 +28,19 @@ class Workspace {
   virtual void setAppEventHandler(AppEventHandler handler) = 0;
 };
 
-// The system's workspace (Linux: processes under /proc).
+// The Flatpak application a process belongs to, from what /proc shows of it: the "name" key of
+// the "[Application]" group of the sandbox's /.flatpak-info, or the systemd scope its cgroup
+// line names ("app-flatpak-<id>-<number>.scope"). "" when the text names none.
+std::string flatpakAppOfInfo(std::string_view flatpakInfo);
+std::string flatpakAppOfCgroup(std::string_view cgroup);
+
+// The executables of the processes running now, for programs that have no identifier to be
+// asked by (an AppImage runs as its own file). Linux reads the links /proc/<pid>/exe of the
+// processes it may see; a program replaced since it started is named as it was.
+std::set<std::string> runningExecutables();
+
+// The system's workspace (Linux: processes under /proc; a running Flatpak app counts under its
+// application identifier).
 std::unique_ptr<Workspace> systemWorkspace();
 
 // When the application bundle at bundlePath was last opened, where the system records it.

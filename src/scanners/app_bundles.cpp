@@ -1,8 +1,11 @@
 #include "scanners/app_bundles.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <set>
 
 #include "base/paths.h"
 #include "platform/own_ground.h"
@@ -59,6 +62,77 @@ std::vector<std::string> listApplicationBundles(const Locations& places) {
     }
   }
   return bundles;
+}
+
+bool hasFlatpakIDShape(std::string_view id) {
+  if (id.empty() || id.size() > 255 || id.front() == '.') return false;
+  size_t elements = 0;
+  size_t start = 0;
+  while (true) {
+    size_t dot = id.find('.', start);
+    std::string_view element = id.substr(start, dot == std::string_view::npos ? dot : dot - start);
+    bool last = dot == std::string_view::npos;
+    if (element.empty() || (element.front() >= '0' && element.front() <= '9')) return false;
+    for (char c : element) {
+      bool ok = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+                c == '_' || (c == '-' && last);
+      if (!ok) return false;
+    }
+    ++elements;
+    if (last) break;
+    start = dot + 1;
+  }
+  return elements >= 3;
+}
+
+std::vector<FlatpakApp> listFlatpakApps(const Locations& places) {
+  std::vector<FlatpakApp> apps;
+  std::set<std::string> seen;
+  for (const std::string& installation : places.flatpakInstallations) {
+    if (installation.empty()) continue;
+    std::string folder = paths::join(installation, "app");
+    auto entries = listFolder(folder);
+    if (!entries) continue;
+    for (const FolderEntry& e : *entries) {
+      std::string path = paths::join(folder, e.name);
+      if (!hasFlatpakIDShape(e.name) || !isFolderOrLinkToOne(path)) continue;
+      if (!seen.insert(e.name).second) continue;
+      apps.push_back(
+          {e.name, path,
+           paths::join(installation, "exports/share/applications/" + e.name + ".desktop")});
+    }
+  }
+  return apps;
+}
+
+bool isAppImage(const std::string& path) {
+  struct stat s {};
+  if (::lstat(path.c_str(), &s) != 0 || !S_ISREG(s.st_mode)) return false;
+  int fd = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
+  if (fd < 0) return false;
+  unsigned char head[16] = {};
+  ssize_t n = ::read(fd, head, sizeof head);
+  ::close(fd);
+  if (n < 11 || head[0] != 0x7f || head[1] != 'E' || head[2] != 'L' || head[3] != 'F') {
+    return false;
+  }
+  bool marked = head[8] == 'A' && head[9] == 'I' && head[10] == 0x02;
+  return marked || paths::asciiLower(paths::lastComponent(path)).ends_with(".appimage");
+}
+
+std::vector<std::string> listAppImages(const Locations& places) {
+  std::vector<std::string> found;
+  for (const std::string& folder : places.appImageFolders) {
+    if (folder.empty()) continue;
+    auto entries = listFolder(folder);
+    if (!entries) continue;
+    for (const FolderEntry& e : *entries) {
+      if (e.type != S_IFREG) continue;
+      std::string path = paths::join(folder, e.name);
+      if (!OwnGround::excludes(path, places) && isAppImage(path)) found.push_back(path);
+    }
+  }
+  return found;
 }
 
 }  // namespace dw::scanners

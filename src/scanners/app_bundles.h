@@ -3,6 +3,7 @@
 // uninstaller shows them, and the leftover scanner counts their identifiers as installed.
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/locations.h"
@@ -19,5 +20,27 @@ std::vector<std::string> listApplicationBundles(const Locations& places);
 
 // Whether path names a bundle: a folder, or a link to one, whose name ends ".app".
 bool isAppBundle(const std::string& path);
+
+// A Flatpak application installed in one of places.flatpakInstallations.
+struct FlatpakApp {
+  std::string id;                // org.example.App
+  std::string path;              // <installation>/app/<id>
+  std::string exportedLauncher;  // <installation>/exports/share/applications/<id>.desktop
+};
+// The apps of every Flatpak installation, the user's first; an id installed in both is listed
+// once, from the first. Only folders whose name has the Flatpak identifier shape count.
+std::vector<FlatpakApp> listFlatpakApps(const Locations& places);
+
+// A Flatpak application identifier: at most 255 characters, not starting with "."; three or
+// more non-empty elements separated by "."; each element made of ASCII letters, digits, "_" and
+// "-" and not starting with a digit; "-" only in the last element.
+bool hasFlatpakIDShape(std::string_view id);
+
+// An AppImage: a regular file (not a link) that is an ELF executable and either carries the
+// AppImage mark ("AI" and the type 2 byte at offset 8) or has a name ending ".AppImage" in any
+// case.
+bool isAppImage(const std::string& path);
+// The AppImages directly in places.appImageFolders, folder by folder and by name within one.
+std::vector<std::string> listAppImages(const Locations& places);
 
 }  // namespace dw::scanners

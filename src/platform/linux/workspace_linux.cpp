@@ -87,14 +87,37 @@ std::set<std::string> runningKnownApps(const std::stop_token& stop = {}) {
   return running;
 }
 
+// The identifiers of the Flatpak apps with a process of this user's right now. Each sandboxed
+// process shows its app in /.flatpak-info under its own root; the cgroup answers when that root
+// cannot be entered (another user's process, a sandbox being torn down).
+std::set<std::string> runningFlatpakApps() {
+  std::set<std::string> running;
+  DIR* proc = ::opendir("/proc");
+  if (!proc) return running;
+  while (dirent* entry = ::readdir(proc)) {
+    std::string_view name = entry->d_name;
+    if (name.empty() || name.find_first_not_of("0123456789") != std::string_view::npos) continue;
+    std::string folder = "/proc/" + std::string(name);
+    std::string id = flatpakAppOfCgroup(readSmall(folder + "/cgroup"));
+    if (id.empty()) id = flatpakAppOfInfo(readSmall(folder + "/root/.flatpak-info"));
+    if (!id.empty()) running.insert(std::move(id));
+  }
+  ::closedir(proc);
+  return running;
+}
+
 class ProcWorkspace final : public Workspace {
  public:
   ~ProcWorkspace() override { stopPolling(); }
 
   bool isRunning(std::string_view bundleID) const override {
-    return runningKnownApps().contains(std::string(bundleID));
+    return runningBundleIDs().contains(std::string(bundleID));
   }
-  std::set<std::string> runningBundleIDs() const override { return runningKnownApps(); }
+  std::set<std::string> runningBundleIDs() const override {
+    std::set<std::string> running = runningKnownApps();
+    running.merge(runningFlatpakApps());
+    return running;
+  }
 
   // Called from one thread (the receiver's), or from inside the handler itself.
   void setAppEventHandler(AppEventHandler handler) override {
@@ -167,6 +190,27 @@ class ProcWorkspace final : public Workspace {
 };
 
 }  // namespace
+
+std::set<std::string> runningExecutables() {
+  std::set<std::string> executables;
+  DIR* proc = ::opendir("/proc");
+  if (!proc) return executables;
+  while (dirent* entry = ::readdir(proc)) {
+    std::string_view name = entry->d_name;
+    if (name.empty() || name.find_first_not_of("0123456789") != std::string_view::npos) continue;
+    char target[4096];
+    ssize_t n =
+        ::readlink(("/proc/" + std::string(name) + "/exe").c_str(), target, sizeof target - 1);
+    if (n <= 0) continue;
+    std::string exe(target, static_cast<size_t>(n));
+    constexpr std::string_view kDeleted = " (deleted)";
+    if (exe.size() > kDeleted.size() && exe.ends_with(kDeleted))
+      exe.resize(exe.size() - kDeleted.size());
+    executables.insert(std::move(exe));
+  }
+  ::closedir(proc);
+  return executables;
+}
 
 std::unique_ptr<Workspace> systemWorkspace() {
   return std::make_unique<ProcWorkspace>();

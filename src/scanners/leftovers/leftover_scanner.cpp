@@ -140,6 +140,7 @@ std::optional<std::string> candidateOf(const std::string& folder, const Entry& e
                                        std::optional<std::string>* program = nullptr) {
   switch (rule) {
     case EntryRule::folderName:
+    case EntryRule::flatpakAppID:
       if (e.type == S_IFDIR) return e.name;
       return std::nullopt;
     case EntryRule::plistFileName:
@@ -186,6 +187,8 @@ struct Group {
 bool isReportable(const Group& group, const Locations& places) {
   for (const FoundPath& p : group.paths) {
     if (p.launchAgent) return true;
+    // A Flatpak app's data folder is all it leaves; there are no preference-only traces.
+    if (places.leftoverLocations[p.location].rule == EntryRule::flatpakAppID) return true;
     std::string_view folder = places.leftoverLocations[p.location].path;
     for (std::string_view kind : {"/Library/Application Support", "/Library/Containers",
                                   "/Library/Saved Application State", "/Library/WebKit"}) {
@@ -240,6 +243,13 @@ TimePoint lastModifiedOf(const std::vector<std::string>& paths,
     }
   }
   return latest;
+}
+
+// The identifier shape a location's entries must have: Flatpak's in ~/.var/app, a bundle
+// identifier's everywhere else.
+bool hasShapeFor(std::string_view candidate, EntryRule rule) {
+  return rule == EntryRule::flatpakAppID ? scanners::hasFlatpakIDShape(candidate)
+                                         : hasBundleIDShape(candidate);
 }
 
 }  // namespace
@@ -307,6 +317,8 @@ std::set<std::string> installedBundleIDs(const Locations& places,
     addBundleID(bundle, ids);
     addNestedBundles(bundle, ids);
   }
+  for (const scanners::FlatpakApp& app : scanners::listFlatpakApps(places))
+    ids.insert(app.id);
   // System extensions sit in the folder itself or one folder down (one per team or UUID).
   if (auto entries = listFolder(places.systemExtensions)) {
     for (const Entry& e : *entries) {
@@ -333,7 +345,12 @@ bool isAllowedPath(const std::string& path, const Locations& places) {
   if (path.empty() || OwnGround::excludes(path, places)) return false;
   std::string resolvedHome = resolved(places.home);
   std::string file = resolved(path);
-  if (!paths::isStrictlyWithin(file, paths::join(resolvedHome, "Library"))) return false;
+  bool inRoot = std::any_of(
+      places.leftoverRoots.begin(), places.leftoverRoots.end(), [&](const std::string& root) {
+        return !root.empty() &&
+               paths::isStrictlyWithin(file, underResolvedHome(root, places, resolvedHome));
+      });
+  if (!inRoot) return false;
   for (const std::string* folder : {&places.desktop, &places.documents}) {
     if (paths::isWithin(file, underResolvedHome(*folder, places, resolvedHome)) ||
         paths::isWithin(file, resolved(*folder))) {
@@ -347,12 +364,13 @@ bool isAllowedPath(const std::string& path, const Locations& places) {
 }
 
 bool stillBelongsTo(const std::string& path, const std::string& bundleID, const Locations& places) {
-  if (!hasBundleIDShape(bundleID) || isNeverReported(bundleID)) return false;
+  if (isNeverReported(bundleID)) return false;
   if (!isAllowedPath(path, places)) return false;
   std::string standard = paths::standardize(path);
   std::string folder(paths::parent(standard));
   for (const Locations::LeftoverLocation& location : places.leftoverLocations) {
     if (paths::standardize(location.path) != folder) continue;
+    if (!hasShapeFor(bundleID, location.rule)) return false;
     struct stat s {};
     if (::lstat(standard.c_str(), &s) != 0) return false;
     Entry e{std::string(paths::lastComponent(standard)), s.st_mode & S_IFMT};
@@ -379,7 +397,7 @@ Result scan(const Locations& places, const platform::Workspace& workspace,
     for (const Entry& e : *entries) {
       std::optional<std::string> program;
       auto candidate = candidateOf(location.path, e, location.rule, &program);
-      if (!candidate || !hasBundleIDShape(*candidate)) continue;
+      if (!candidate || !hasShapeFor(*candidate, location.rule)) continue;
       if (isNeverReported(*candidate) || isAccountedFor(*candidate, installed)) continue;
       std::string path = paths::join(location.path, e.name);
       bool agent = location.rule == EntryRule::launchAgentLabel;

@@ -1,6 +1,6 @@
 #pragma once
-// Folders and files in the user's Library that belong to apps no longer installed, grouped by
-// bundle identifier. Stateless and read-only.
+// Folders and files in the user's Library (on Linux, the Flatpak data folders in ~/.var/app)
+// that belong to apps no longer installed, grouped by identifier. Stateless and read-only.
 
 #include <set>
 #include <stop_token>
@@ -43,8 +43,8 @@ Result scan(const Locations& places, const platform::Workspace& workspace,
             SharedMeasurer& measurer);
 
 // Identifiers read from the Info.plist of every app the uninstaller lists (vendor folders one
-// level deep included), of their nested bundles and of the system extensions, with the running
-// apps and this program itself.
+// level deep included), of their nested bundles and of the system extensions, the Flatpak apps
+// of every installation, with the running apps and this program itself.
 std::set<std::string> installedBundleIDs(const Locations& places,
                                          const platform::Workspace& workspace);
 // The identifier or one of its shorter forms (trailing components dropped) is installed.
@@ -52,9 +52,9 @@ bool isAccountedFor(const std::string& bundleID, const std::set<std::string>& in
 bool hasBundleIDShape(std::string_view candidate);
 bool isNeverReported(std::string_view bundleID);
 
-// The location check every leftover path passes before it is listed or moved: inside the
-// home's Library (links resolved, "/private" removed) and not under Desktop, Documents,
-// /Applications, /Library or /System.
+// The location check every leftover path passes before it is listed or moved: inside one of
+// places.leftoverRoots (the home's Library, ~/.var/app on Linux; links resolved, "/private"
+// removed) and not under Desktop, Documents, /Applications, /Library or /System.
 bool isAllowedPath(const std::string& path, const Locations& places);
 
 // The re-check before a leftover path moves: the path passes isAllowedPath, is still a direct

@@ -20,6 +20,20 @@ namespace {
 
 using AppUninstaller::AppRecord;
 
+std::string kindName(AppRecord::Kind kind) {
+  switch (kind) {
+    case AppRecord::Kind::bundle:
+      return "bundle";
+    case AppRecord::Kind::appImage:
+      return "appimage";
+    case AppRecord::Kind::flatpak:
+      return "flatpak";
+    case AppRecord::Kind::package:
+      return "package";
+  }
+  return "bundle";
+}
+
 json::Value appJson(const AppRecord& app) {
   json::Value out{json::Object{}};
   out.set("name", app.name);
@@ -36,6 +50,10 @@ json::Value appJson(const AppRecord& app) {
   out.set("apple", app.apple);
   out.set("own", app.own);
   out.set("ino", static_cast<std::int64_t>(app.ino));
+  out.set("kind", kindName(app.kind));
+  out.set("iconPath", app.iconPath);
+  out.set("softwareManager", AppUninstaller::removedWithSoftwareManager(app));
+  out.set("rowText", AppUninstaller::rowText(app));
   return out;
 }
 
@@ -70,7 +88,8 @@ std::string absolutePath(const std::string& path) {
 }
 
 bool looksLikePath(const std::string& text) {
-  return text.find('/') != std::string::npos || text.ends_with(".app");
+  return text.find('/') != std::string::npos || text.ends_with(".app") ||
+         paths::asciiLower(text).ends_with(".appimage");
 }
 
 bool askToConfirm(const AppRecord& app) {
@@ -107,7 +126,10 @@ Runner addApps(CLI::App& app) {
       return 0;
     }
     if (model.installedApps().empty()) {
-      std::cout << "No apps found in the Applications folders.\n";
+      std::cout << (model.places().layout == Locations::Layout::linux
+                        ? "No apps found: no AppImages in ~/Applications or ~/.local/bin, no "
+                          "Flatpak or desktop apps of the system.\n"
+                        : "No apps found in the Applications folders.\n");
       return 0;
     }
     for (const AppRecord& a : model.installedApps())

@@ -56,7 +56,7 @@ void ScanModel::uninstall() {
   if (!uninstallTarget_ || clearTask_) return;
   AppUninstaller::AppRecord app = *uninstallTarget_;
   // Whether it runs is asked now: the listing may be minutes old.
-  bool running = app.running || (!app.bundleID.empty() && workspace_.isRunning(app.bundleID));
+  bool running = AppUninstaller::isRunningNow(app, workspace_);
   if (auto refused = AppUninstaller::refusal(app, running, places_)) {
     message_ = *refused;
     notify(Field::message);

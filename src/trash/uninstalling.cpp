@@ -18,8 +18,9 @@ std::string noLongerAllowed(std::string_view name) {
 
 // The bundle at the listed path is still the one listed: same item on disk, same identifier.
 bool stillTheListedBundle(const AppUninstaller::AppRecord& app, const Locations& places) {
+  if (AppUninstaller::removedWithSoftwareManager(app)) return false;  // never ours to move
   auto now = AppUninstaller::describe(app.bundlePath, places, {});
-  return now && now->ino == app.ino && now->bundleID == app.bundleID &&
+  return now && now->kind == app.kind && now->ino == app.ino && now->bundleID == app.bundleID &&
          AppUninstaller::isInApplications(app.bundlePath, places);
 }
 
@@ -55,7 +56,7 @@ UninstallOutcome uninstallApp(const AppUninstaller::AppRecord& app, const Locati
   int done = 1;
   for (const std::string& path : app.related) {
     std::string name(paths::lastComponent(path));
-    if (!AppUninstaller::stillRelated(path, app.bundleID, places)) {
+    if (!AppUninstaller::stillRelatedTo(path, app, places)) {
       result.stayed.push_back(noLongerAllowed(name));
     } else {
       // What moves now, not what the listing saw.

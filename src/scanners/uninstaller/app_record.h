@@ -9,8 +9,16 @@
 
 namespace dw::AppUninstaller {
 
-// One installed application with the folders it keeps in the user's Library.
+// One installed application with the folders it keeps in the user's Library (on Linux: an
+// AppImage with its launchers and icons, or an app the software manager installed).
 struct AppRecord {
+  enum class Kind {
+    bundle,    // an application bundle (.app) of the Applications folders
+    appImage,  // an AppImage file of ~/Applications or ~/.local/bin; bundlePath is the file
+    flatpak,   // a Flatpak app; bundlePath is <installation>/app/<id>, bundleID the id
+    package    // a distribution package's desktop app; bundlePath is its launcher, bundleID
+               // the package when known
+  };
   std::string name;
   std::string bundleID;
   std::string bundlePath;
@@ -22,6 +30,9 @@ struct AppRecord {
   bool apple = false;
   bool own = false;  // this application itself
   std::uint64_t ino = 0;
+  Kind kind = Kind::bundle;
+  // An image file (PNG, SVG, XPM) of the app's icon, "" when none is known. Only read.
+  std::string iconPath;
   bool operator==(const AppRecord&) const = default;
 };
 

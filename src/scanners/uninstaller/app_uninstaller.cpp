@@ -10,6 +10,7 @@
 #include "platform/plist.h"
 #include "scanners/app_bundles.h"
 #include "scanners/leftovers/leftover_scanner.h"
+#include "scanners/uninstaller/linux_apps.h"
 
 namespace dw::AppUninstaller {
 
@@ -83,17 +84,50 @@ bool stillRelated(const std::string& path, const std::string& bundleID, const Lo
 bool isInApplications(const std::string& bundlePath, const Locations& places) {
   if (bundlePath.empty() || bundlePath.front() != '/') return false;
   std::string bundle = resolved(bundlePath);
-  for (const std::string& folder :
-       {places.underRoot("/Applications"), paths::join(places.home, "Applications")}) {
-    if (paths::isStrictlyWithin(bundle, resolved(folder))) return true;
+  std::vector<std::string> folders{places.underRoot("/Applications"),
+                                   paths::join(places.home, "Applications")};
+  folders.insert(folders.end(), places.appImageFolders.begin(), places.appImageFolders.end());
+  for (const std::string& folder : folders) {
+    if (!folder.empty() && paths::isStrictlyWithin(bundle, resolved(folder))) return true;
   }
   return false;
+}
+
+bool stillRelatedTo(const std::string& path, const AppRecord& app, const Locations& places) {
+  switch (app.kind) {
+    case AppRecord::Kind::bundle:
+      return stillRelated(path, app.bundleID, places);
+    case AppRecord::Kind::appImage:
+      return stillRelatedToAppImage(path, app, places);
+    case AppRecord::Kind::flatpak:
+    case AppRecord::Kind::package:
+      break;
+  }
+  return false;
+}
+
+bool removedWithSoftwareManager(const AppRecord& record) {
+  return record.kind == AppRecord::Kind::flatpak || record.kind == AppRecord::Kind::package;
+}
+
+bool isRunningNow(const AppRecord& record, const platform::Workspace& workspace) {
+  if (record.running) return true;
+  if (record.kind == AppRecord::Kind::appImage) {
+    std::set<std::string> executables = platform::runningExecutables();
+    return executables.contains(paths::standardize(record.bundlePath)) ||
+           executables.contains(resolved(record.bundlePath));
+  }
+  return !record.bundleID.empty() && workspace.isRunning(record.bundleID);
 }
 
 std::optional<AppRecord> describe(const std::string& bundlePath, const Locations& places,
                                   const std::set<std::string>& running) {
   struct stat s {};
   if (::lstat(bundlePath.c_str(), &s) != 0) return std::nullopt;
+  if (!places.appImageFolders.empty() && scanners::isAppImage(bundlePath)) {
+    return describeAppImage(bundlePath, places, userLaunchers(places),
+                            platform::runningExecutables());
+  }
   AppRecord r;
   r.bundlePath = bundlePath;
   r.ino = static_cast<std::uint64_t>(s.st_ino);
@@ -117,13 +151,13 @@ void measure(std::vector<AppRecord>& records, SharedMeasurer& measurer) {
   // One list of every tree, so that both cores measure; a path listed twice is walked once.
   std::vector<std::string> all;
   for (const AppRecord& r : records) {
-    all.push_back(r.bundlePath);
+    if (r.kind != AppRecord::Kind::package) all.push_back(r.bundlePath);
     all.insert(all.end(), r.related.begin(), r.related.end());
   }
   std::vector<DiskSizer::SizeReading> readings = measurer.measureAll(all);
   size_t next = 0;
   for (AppRecord& r : records) {
-    r.bundleBytes = readings[next++].bytes;
+    if (r.kind != AppRecord::Kind::package) r.bundleBytes = readings[next++].bytes;
     r.relatedBytes = 0;
     for (size_t i = 0; i < r.related.size(); ++i)
       r.relatedBytes = checkedAdd(r.relatedBytes, readings[next++].bytes);
@@ -147,6 +181,19 @@ std::vector<AppRecord> listApps(const Locations& places, const platform::Workspa
     throwIfCancelled(measurer.stopToken());
     if (auto r = describe(bundle, places, running)) records.push_back(std::move(*r));
   }
+  if (std::vector<std::string> images = scanners::listAppImages(places); !images.empty()) {
+    std::vector<Launcher> launchers = userLaunchers(places);
+    std::set<std::string> executables = platform::runningExecutables();
+    for (const std::string& image : images) {
+      throwIfCancelled(measurer.stopToken());
+      records.push_back(describeAppImage(image, places, launchers, executables));
+    }
+  }
+  for (AppRecord& r : describeFlatpaks(places, running))
+    records.push_back(std::move(r));
+  throwIfCancelled(measurer.stopToken());
+  for (AppRecord& r : describePackages(places))
+    records.push_back(std::move(r));
   measure(records, measurer);
   sortByTotal(records);
   return records;
@@ -171,6 +218,8 @@ void sortByTotal(std::vector<AppRecord>& records) {
 }
 
 std::string rowText(const AppRecord& record) {
+  if (record.kind == AppRecord::Kind::flatpak) return std::string(kFlatpakRow);
+  if (record.kind == AppRecord::Kind::package) return std::string(kPackageRow);
   if (record.apple) return std::string(kAppleRow);
   if (record.own) return std::string(kOwnRow);
   if (record.running) return std::string(kRunningRow);
@@ -179,9 +228,21 @@ std::string rowText(const AppRecord& record) {
 
 std::optional<std::string> refusal(const AppRecord& record, bool runningNow,
                                    const Locations& places) {
+  if (removedWithSoftwareManager(record)) {
+    return "Remove " + record.name + " with the software manager.";
+  }
   bool staysInstalled = record.apple || record.own;
   if (!isInApplications(record.bundlePath, places)) {
-    return record.name + (staysInstalled ? " cannot be uninstalled." : " is not in Applications.");
+    if (staysInstalled) return record.name + " cannot be uninstalled.";
+    if (record.kind == AppRecord::Kind::appImage) {
+      std::string folders;
+      for (size_t i = 0; i < places.appImageFolders.size(); ++i) {
+        if (i) folders += i + 1 == places.appImageFolders.size() ? " or " : ", ";
+        folders += paths::tilde(places.appImageFolders[i], places.home);
+      }
+      return record.name + " is not in " + folders + ".";
+    }
+    return record.name + " is not in Applications.";
   }
   if (runningNow) return "Quit " + record.name + " first, then uninstall it.";
   if (staysInstalled) return record.name + " cannot be uninstalled.";

@@ -21,6 +21,10 @@ namespace dw::AppUninstaller {
 inline constexpr std::string_view kAppleRow = "Apple app. Stays installed.";
 inline constexpr std::string_view kOwnRow = "This app. Stays installed.";
 inline constexpr std::string_view kRunningRow = "Open. Quit it before uninstalling.";
+// Apps that only the system's software manager may remove (Linux).
+inline constexpr std::string_view kFlatpakRow = "Flatpak app. Remove it with the software manager.";
+inline constexpr std::string_view kPackageRow =
+    "System package. Remove it with the software manager.";
 // Joined after a row's opening words, hence the leading space.
 inline constexpr std::string_view kNeedsAdministratorRow =
     " macOS refused because this app needs an administrator. Reveal in Finder.";
@@ -30,20 +34,23 @@ inline constexpr std::array<std::string_view, 8> kRelatedFolders = {
     "Application Support",     "Caches",       "Preferences", "Containers",
     "Saved Application State", "HTTPStorages", "WebKit",      "LaunchAgents"};
 
-// Every bundle of the application folders (see scanners::listApplicationBundles), measured,
-// largest total first; equal totals keep the listing order. Throws Cancelled (through the
-// measurer) and nothing else.
+// Every bundle of the application folders (see scanners::listApplicationBundles), then every
+// AppImage of the AppImage folders, every Flatpak app and every desktop app of the
+// distribution's launchers (see linux_apps.h), measured, largest total first; equal totals keep
+// the listing order. Throws Cancelled (through the measurer) and nothing else.
 std::vector<AppRecord> listApps(const Locations& places, const platform::Workspace& workspace,
                                 SharedMeasurer& measurer);
 
-// The record of one bundle with its sizes still 0; nullopt when nothing is there. running holds
+// The record of one bundle (or AppImage, where the places have AppImage folders) with its sizes
+// still 0; nullopt when nothing is there. running holds
 // the identifiers of the apps running now. A bundle whose Info.plist cannot be read or names no
 // identifier is still an app on disk: it is listed under its file name, with no identifier,
 // hence no related items and never counted as running.
 std::optional<AppRecord> describe(const std::string& bundlePath, const Locations& places,
                                   const std::set<std::string>& running);
 // Sets bundleBytes and relatedBytes: every bundle and related item measured concurrently (a
-// folder as a tree, a file by itself, an item that vanished as 0).
+// folder as a tree, a file by itself, an item that vanished as 0). A package's bundleBytes is
+// the package database's and stays as it is.
 void measure(std::vector<AppRecord>& records, SharedMeasurer& measurer);
 // describe and measure for one bundle.
 std::optional<AppRecord> recordFor(const std::string& bundlePath, const Locations& places,
@@ -57,8 +64,18 @@ std::vector<std::string> relatedItems(const std::string& bundleID, const Locatio
 // folders, named after bundleID, and lies inside the home's Library once links are resolved.
 bool stillRelated(const std::string& path, const std::string& bundleID, const Locations& places);
 
+// The re-check of any related item of app: stillRelated for a bundle, stillRelatedToAppImage
+// for an AppImage; nothing else has items that may move.
+bool stillRelatedTo(const std::string& path, const AppRecord& app, const Locations& places);
+
+// Flatpak apps and distribution packages: listed, never moved by us.
+bool removedWithSoftwareManager(const AppRecord& record);
+// Whether the app runs now, asked afresh: its identifier, or for an AppImage a process
+// executing its file.
+bool isRunningNow(const AppRecord& record, const platform::Workspace& workspace);
+
 // The bundle (links resolved) lies inside /Applications (Utilities and vendor folders
-// included) or inside the home's Applications folder.
+// included) or inside the home's Applications folder, or inside one of the AppImage folders.
 bool isInApplications(const std::string& bundlePath, const Locations& places);
 
 // bundleBytes + relatedBytes; an overflow ends the program rather than show a wrong size.
@@ -68,8 +85,9 @@ void sortByTotal(std::vector<AppRecord>& records);
 
 // The row text of the apps list, "" when the app may be uninstalled.
 std::string rowText(const AppRecord& record);
-// Why the uninstall of this app is refused, checked in this order: its place (outside the
-// Applications folders), then running now, then Apple's or this application.
+// Why the uninstall of this app is refused, checked in this order: removed with the software
+// manager only, its place (outside the Applications folders), then running now, then Apple's
+// or this application.
 std::optional<std::string> refusal(const AppRecord& record, bool runningNow,
                                    const Locations& places);
 

@@ -1,5 +1,7 @@
 #include "bridge/app_list_model.h"
 
+#include <QUrl>
+
 #include "findings/size_text.h"
 #include "scanners/uninstaller/app_uninstaller.h"
 
@@ -67,6 +69,12 @@ QVariant AppListModel::data(const QModelIndex& index, int role) const {
       return QString::fromStdString(AppUninstaller::rowText(app));
     case CurrentRole:
       return index.row() == current_;
+    case IconRole:
+      return app.iconPath.empty()
+                 ? QString()
+                 : QUrl::fromLocalFile(QString::fromStdString(app.iconPath)).toString();
+    case SoftwareManagerRole:
+      return AppUninstaller::removedWithSoftwareManager(app);
   }
   return {};
 }
@@ -76,7 +84,9 @@ QHash<int, QByteArray> AppListModel::roleNames() const {
           {SizeTextRole, "sizeText"},
           {DetailRole, "detail"},
           {RowTextRole, "rowText"},
-          {CurrentRole, "current"}};
+          {CurrentRole, "current"},
+          {IconRole, "iconUrl"},
+          {SoftwareManagerRole, "softwareManager"}};
 }
 
 const AppUninstaller::AppRecord* AppListModel::currentApp() const {

@@ -24,7 +24,15 @@ class AppListModel : public QAbstractListModel {
   Q_PROPERTY(bool canUninstall READ canUninstall NOTIFY currentChanged)
 
  public:
-  enum Role { NameRole = Qt::UserRole + 1, SizeTextRole, DetailRole, RowTextRole, CurrentRole };
+  enum Role {
+    NameRole = Qt::UserRole + 1,
+    SizeTextRole,
+    DetailRole,
+    RowTextRole,
+    CurrentRole,
+    IconRole,            // a file: URL of the app's icon image, empty when it has none
+    SoftwareManagerRole  // removed with the system's software manager, never by us
+  };
   explicit AppListModel(ScanModel& model, QObject* parent = nullptr);
 
   int rowCount(const QModelIndex& parent = {}) const override;

@@ -1,0 +1,339 @@
+// The Linux table: Flatpak leftovers in ~/.var/app, and the apps list of AppImages with their
+// launchers and icons, Flatpak apps and distribution packages, in a Linux-shaped temporary
+// root and home.
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "findings/page_texts.h"
+#include "platform/desktop_entry.h"
+#include "scanners/app_bundles.h"
+#include "scanners/leftovers/leftover_scanner.h"
+#include "scanners/uninstaller/app_uninstaller.h"
+#include "scanners/uninstaller/linux_apps.h"
+#include "support/home_builder.h"
+#include "support/linux_apps.h"
+#include "support/test_workspace.h"
+#include "trash/uninstalling.h"
+
+namespace dw {
+namespace {
+
+using AppUninstaller::AppRecord;
+using Strings = std::vector<std::string>;
+using test::AppImageShape;
+using test::writeFile;
+constexpr std::int64_t MB = 1024 * 1024;
+
+const test::TestWorkspace kNothingRuns;
+
+LeftoverScanner::Result scanLeftovers(const Locations& places,
+                                      const platform::Workspace& workspace = kNothingRuns) {
+  SharedMeasurer measurer({});
+  return LeftoverScanner::scan(places, workspace, measurer);
+}
+
+Strings ids(const LeftoverScanner::Result& r) {
+  Strings out;
+  for (const auto& f : r.findings)
+    out.push_back(f.bundleID);
+  return out;
+}
+
+std::vector<AppRecord> listApps(const Locations& places,
+                                const platform::Workspace& workspace = kNothingRuns) {
+  SharedMeasurer measurer({});
+  return AppUninstaller::listApps(places, workspace, measurer);
+}
+
+const AppRecord* named(const std::vector<AppRecord>& apps, std::string_view name) {
+  for (const auto& a : apps)
+    if (a.name == name) return &a;
+  return nullptr;
+}
+
+TEST(LinuxApps, FlatpakIdentifierShape) {
+  using scanners::hasFlatpakIDShape;
+  for (std::string good : {"org.gimp.GIMP", "com.example.App_2", "org.example.my-app", "a.b.c",
+                           "org._private.x", "io.github.user.Tool-Name", "org.example.App.Devel"})
+    EXPECT_TRUE(hasFlatpakIDShape(good)) << good;
+  for (std::string bad :
+       {"", "org.gimp", "gimp", ".org.gimp.GIMP", "org..gimp.GIMP", "org.gimp.GIMP.", "org.gimp.",
+        "org.1gimp.GIMP", "org.gimp.2GIMP", "org.my-app.Tool", "org.gimp.GI MP", "org.gimp/x.y",
+        "org.gimp.GIMP!", "org.gimp.Gimpé"})
+    EXPECT_FALSE(hasFlatpakIDShape(bad)) << bad;
+  // At most 255 characters.
+  std::string longest = "org.example." + std::string(255 - 12, 'a');
+  EXPECT_TRUE(hasFlatpakIDShape(longest));
+  EXPECT_FALSE(hasFlatpakIDShape(longest + "a"));
+}
+
+TEST(LinuxApps, FlatpakDataOfAnAppNoLongerInstalledIsALeftover) {
+  test::HomeBuilder b;
+  Locations places = test::linuxPlaces(b);
+  EXPECT_EQ(places.leftoverLocations.size(), 1u);
+
+  std::string gone = test::flatpakData(b, "org.example.Gone", 3 * MB);
+  test::flatpakData(b, "org.example.UserApp");
+  test::flatpakData(b, "org.example.SystemApp");
+  test::flatpakData(b, "org.example.Running");
+  test::flatpakData(b, "org.example.App.Plugin");  // accounted for by org.example.App
+  test::flatpakData(b, "org.example");             // two elements: not an app id
+  test::flatpakData(b, "org.1example.App");
+  test::flatpakData(b, "com.google.Keystone.Agent");  // never reported, as everywhere
+  writeFile(b.inHome(".var/app/org.example.AFile"), "a file, not an app's folder");
+  b.symlink(b.inHome("Documents"), b.inHome(".var/app/org.example.Link"));
+  b.folder(b.inHome("Library/Application Support/com.example.mac"));  // not a Linux place
+
+  test::flatpakInstall(b, b.inHome(".local/share/flatpak"), "org.example.UserApp");
+  test::flatpakInstall(b, b.inRoot("var/lib/flatpak"), "org.example.SystemApp");
+  test::flatpakInstall(b, b.inRoot("var/lib/flatpak"), "org.example.App");
+  test::TestWorkspace workspace;
+  workspace.setRunning("org.example.Running", true);
+
+  auto r = scanLeftovers(places, workspace);
+  EXPECT_TRUE(r.unreadableLocations.empty());
+  ASSERT_EQ(ids(r), Strings{"org.example.Gone"});
+  const auto& f = r.findings.front();
+  EXPECT_EQ(f.removablePaths, Strings{gone});
+  EXPECT_EQ(f.evidence, Strings{"~/.var/app"});
+  EXPECT_EQ(f.appName, "Gone");
+  EXPECT_EQ(f.bytes, DiskSizer::measure(gone).bytes);
+  EXPECT_TRUE(f.largestFiles.empty()) << "below 100 MB";
+  CacheFinding c = LeftoverScanner::toCacheFinding(f, places);
+  EXPECT_EQ(c.id, "leftover:org.example.Gone");
+  EXPECT_EQ(c.path, "~/.var/app/org.example.Gone");
+  EXPECT_FALSE(c.suggested);
+  EXPECT_EQ(c.note.rfind("Last used ", 0), 0u);
+
+  // The re-check before a move, and the system install read under the scanned root only.
+  EXPECT_TRUE(LeftoverScanner::stillBelongsTo(gone, "org.example.Gone", places));
+  EXPECT_FALSE(LeftoverScanner::stillBelongsTo(gone, "org.example.Other", places));
+  EXPECT_FALSE(
+      LeftoverScanner::stillBelongsTo(b.inHome(".var/app/org.example"), "org.example", places));
+  EXPECT_FALSE(LeftoverScanner::isAllowedPath(b.inHome("Documents/x"), places));
+  std::filesystem::remove_all(b.inRoot("var/lib/flatpak/app/org.example.SystemApp"));
+  EXPECT_EQ(ids(scanLeftovers(places, workspace)),
+            (Strings{"org.example.Gone", "org.example.SystemApp"}));
+
+  // The same sizes, largest files and notes as on a Mac.
+  b.file(gone + "/cache/big.bin", 101 * MB);
+  auto big = scanLeftovers(places, workspace);
+  ASSERT_FALSE(big.findings.empty());
+  EXPECT_EQ(big.findings.front().bundleID, "org.example.Gone");
+  ASSERT_EQ(big.findings.front().largestFiles.size(), 2u);
+  EXPECT_EQ(big.findings.front().largestFiles.front().name, "big.bin");
+}
+
+TEST(LinuxApps, AnUnreadableVarAppIsReportedWithThePermissionsText) {
+  test::HomeBuilder b;
+  Locations places = test::linuxPlaces(b);
+  test::flatpakData(b, "org.example.Gone");
+  ASSERT_EQ(::chmod(b.inHome(".var/app").c_str(), 0), 0);
+  auto out = b.runUnprivileged([&] {
+    auto r = scanLeftovers(places);
+    std::string text = r.findings.empty() ? "" : "found ";
+    for (const auto& u : r.unreadableLocations)
+      text += u + ";";
+    return text;
+  });
+  ::chmod(b.inHome(".var/app").c_str(), 0755);
+  if (!out) GTEST_SKIP() << "no unprivileged user to run as";
+  EXPECT_EQ(*out, "~/.var/app;");
+  EXPECT_EQ(pagetexts::unreadLeftoversNotice({"~/.var/app"}, false),
+            "Some leftover folders could not be read (~/.var/app). Check their permissions: "
+            "your user needs to read them for a complete scan.");
+}
+
+TEST(LinuxApps, DesktopEntriesAndTheProgramsTheyStart) {
+  auto entry = platform::parseDesktopEntry(
+      "# comment\n[Desktop Action new]\nName=Not this\nExec=other\n[Desktop Entry]\n"
+      "Name[de]=Bearbeiter\nName = My\\sEditor\nExec=\"/opt/My Apps/ed\" --x %U\nIcon=ed\n"
+      "NoDisplay=true\n[Desktop Action y]\nHidden=true\n");
+  ASSERT_TRUE(entry);
+  EXPECT_EQ(entry->name, "My Editor");
+  EXPECT_EQ(entry->icon, "ed");
+  EXPECT_TRUE(entry->noDisplay);
+  EXPECT_FALSE(entry->hidden);
+  EXPECT_EQ(platform::execProgram(entry->exec), "/opt/My Apps/ed");
+  EXPECT_FALSE(platform::parseDesktopEntry("[Desktop Action x]\nName=y\n"));
+
+  using Row = std::pair<const char*, const char*>;
+  for (auto [exec, program] :
+       {Row{"/a/b.AppImage", "/a/b.AppImage"}, Row{"\"/a b/c.AppImage\" %F", "/a b/c.AppImage"},
+        Row{"%U /a/x", "/a/x"}, Row{"env FOO=1 BAR=\"a b\" /a/x %u", "/a/x"},
+        Row{"/usr/bin/env -u HOME -i LANG=C \"/a/q\\\"uote\"", "/a/q\"uote"},
+        Row{"FOO=1 /a/x", "/a/x"}, Row{"env -- /a/x", "/a/x"}, Row{"100%% /a", "100%"},
+        Row{"env -S \"/a/x y\"", ""}, Row{"\"/a/open", ""}, Row{"", ""}, Row{"env FOO=1", ""},
+        Row{"firefox %u", "firefox"}})
+    EXPECT_EQ(platform::execProgram(exec), program) << exec;
+  EXPECT_EQ(*platform::execArguments("a \"\" %f b%%c 'x'"), (Strings{"a", "", "b%c", "'x'"}));
+}
+
+TEST(LinuxApps, AnAppImageIsListedWithItsLaunchersAndIcons) {
+  test::HomeBuilder b;
+  Locations places = test::linuxPlaces(b);
+  std::string editor = test::appImage(b.inHome("Applications/Editor-1.2.appimage"));
+  std::string marked = test::appImage(b.inHome(".local/bin/tool"), AppImageShape::marked);
+  test::appImage(b.inHome("Applications/deeper/Deep.AppImage"));     // one level only
+  writeFile(b.inHome("Applications/Fake.AppImage"), "#!/bin/sh\n");  // not an ELF program
+  writeFile(b.inHome(".local/bin/script"), "#!/bin/sh\n");
+  b.symlink(editor, b.inHome(".local/bin/editor"));  // a link is not a second AppImage
+  EXPECT_TRUE(scanners::isAppImage(editor));
+  EXPECT_FALSE(scanners::isAppImage(b.inHome(".local/bin/editor")));
+  EXPECT_EQ(scanners::listAppImages(places), (Strings{editor, marked}));
+
+  std::string apps = b.inHome(".local/share/applications");
+  std::string icons = b.inHome(".local/share/icons");
+  std::string l1 = test::launcher(apps + "/appimagekit-editor.desktop", "Editor",
+                                  "env DESKTOPINTEGRATION=0 \"" + editor + "\" %U", "editor");
+  std::string l2 = test::launcher(apps + "/editor-private.desktop", "Editor (private)",
+                                  editor + " --private", icons + "/editor-private.svg");
+  test::launcher(apps + "/other.desktop", "Other", "/usr/bin/other", "shared");
+  test::launcher(apps + "/tool.desktop", "Tool", "tool %f", "shared");
+  std::string png = b.file(icons + "/hicolor/256x256/apps/editor.png", 4096);
+  std::string svg = b.file(icons + "/hicolor/scalable/apps/editor.svg", 4096);
+  std::string flat = b.file(icons + "/editor.xpm", 4096);
+  b.file(icons + "/editor.old.png", 4096);  // another name
+  std::string priv = b.file(icons + "/editor-private.svg", 4096);
+  std::string shared = b.file(icons + "/hicolor/48x48/apps/shared.png", 4096);
+  b.file(b.inHome("Pictures/tool.png"), 4096);
+  test::launcher(apps + "/z-pictures.desktop", "Pictured", marked, b.inHome("Pictures/tool.png"));
+
+  auto listed = listApps(places);
+  ASSERT_EQ(listed.size(), 2u);
+  const AppRecord* e = named(listed, "Editor");
+  ASSERT_TRUE(e);
+  EXPECT_EQ(e->kind, AppRecord::Kind::appImage);
+  EXPECT_EQ(e->bundlePath, editor);
+  EXPECT_EQ(e->related, (Strings{l1, l2, png, svg, flat, priv}));
+  EXPECT_EQ(e->iconPath, png);
+  EXPECT_EQ(e->bundleBytes, DiskSizer::measure(editor).bytes);
+  EXPECT_EQ(e->relatedBytes,
+            DiskSizer::measure(l1).bytes + DiskSizer::measure(l2).bytes + 4 * 4096);
+  EXPECT_TRUE(e->lastUsed);
+  EXPECT_FALSE(e->running);
+  EXPECT_EQ(AppUninstaller::rowText(*e), "");
+  EXPECT_EQ(AppUninstaller::refusal(*e, false, places), std::nullopt);
+
+  // The tool's launcher shares its icon with another app's, and the one in Pictures is the
+  // user's own picture: neither moves with it. Named after its launcher, shown with no icon.
+  const AppRecord* t = named(listed, "Tool");
+  ASSERT_TRUE(t);
+  EXPECT_EQ(t->related, (Strings{apps + "/tool.desktop", apps + "/z-pictures.desktop"}));
+  EXPECT_EQ(t->iconPath, shared);
+  EXPECT_EQ(named(listed, "Tool")->bundlePath, marked);
+
+  // The re-checks before anything moves.
+  EXPECT_TRUE(AppUninstaller::stillRelatedTo(l1, *e, places));
+  EXPECT_TRUE(AppUninstaller::stillRelatedTo(png, *e, places));
+  EXPECT_FALSE(AppUninstaller::stillRelatedTo(b.inHome("Pictures/tool.png"), *e, places));
+  test::launcher(l2 + ".new", "Editor", "/usr/bin/something-else");
+  std::filesystem::rename(l2 + ".new", l2);
+  EXPECT_FALSE(AppUninstaller::stillRelatedTo(l2, *e, places));
+
+  // Without a launcher: named after the file.
+  std::filesystem::remove(l1);
+  std::filesystem::remove(l2);
+  auto again = listApps(places);
+  EXPECT_TRUE(named(again, "Editor-1.2"));
+
+  // Outside the AppImage folders it is refused by where it is.
+  std::string elsewhere = test::appImage(b.inHome("Downloads/Else.AppImage"));
+  SharedMeasurer measurer({});
+  auto record = AppUninstaller::recordFor(elsewhere, places, kNothingRuns, measurer);
+  ASSERT_TRUE(record);
+  EXPECT_EQ(record->kind, AppRecord::Kind::appImage);
+  EXPECT_EQ(AppUninstaller::refusal(*record, false, places),
+            "Else is not in ~/Applications or ~/.local/bin.");
+}
+
+TEST(LinuxApps, ARunningAppImageMustBeQuitFirst) {
+  test::HomeBuilder b;
+  Locations places = test::linuxPlaces(b);
+  std::string sleeper = test::appImage(b.inHome("Applications/Sleeper.AppImage"));
+  {
+    test::RunningFile running(sleeper);
+    auto listed = listApps(places);
+    ASSERT_EQ(listed.size(), 1u);
+    EXPECT_TRUE(listed.front().running);
+    EXPECT_EQ(AppUninstaller::rowText(listed.front()), "Open. Quit it before uninstalling.");
+    AppRecord later = listed.front();
+    later.running = false;
+    EXPECT_TRUE(AppUninstaller::isRunningNow(later, kNothingRuns));
+    EXPECT_EQ(AppUninstaller::refusal(later, true, places),
+              "Quit Sleeper first, then uninstall it.");
+  }
+  EXPECT_FALSE(listApps(places).front().running);
+}
+
+TEST(LinuxApps, FlatpakAndPackageAppsAreListedAndNeverMoved) {
+  test::HomeBuilder b;
+  Locations places = test::linuxPlaces(b);
+  std::string userApp =
+      test::flatpakInstall(b, b.inHome(".local/share/flatpak"), "org.example.Notes", "Notes");
+  std::string systemApp = test::flatpakInstall(b, b.inRoot("var/lib/flatpak"), "org.example.Paint");
+  std::string icon = b.file(b.inRoot("var/lib/flatpak/exports/share/icons/hicolor/128x128/apps/"
+                                     "org.example.Paint.png"),
+                            4096);
+  test::flatpakInstall(b, b.inRoot("var/lib/flatpak"), "org.example.Notes", "Notes (system)");
+
+  std::string shared = b.inRoot("usr/share/applications");
+  std::string viewer = test::launcher(shared + "/viewer.desktop", "Viewer", "viewer %F", "viewer");
+  std::string term = test::launcher(shared + "/term.desktop", "Terminal", "/usr/bin/term");
+  test::launcher(shared + "/hidden.desktop", "Hidden", "hidden", "", "Hidden=true\n");
+  test::launcher(shared + "/nodisplay.desktop", "Helper", "helper", "", "NoDisplay=true\n");
+  writeFile(shared + "/link.desktop", "[Desktop Entry]\nType=Link\nName=Web\nURL=http://x\n");
+  b.file(b.inRoot("usr/bin/term"), 64 * 4096);
+  std::string viewerIcon = b.file(b.inRoot("usr/share/pixmaps/viewer.xpm"), 4096);
+  test::dpkgPackage(b, "other", 10, {"/usr/bin/other"});
+  test::dpkgPackage(b, "viewer", 2048,
+                    {"/usr/bin/viewer", "/usr/share/applications/viewer.desktop"});
+
+  test::TestWorkspace workspace;
+  workspace.setRunning("org.example.Paint", true);
+  auto listed = listApps(places, workspace);
+  ASSERT_EQ(listed.size(), 4u);
+  // Largest first: the package's Installed-Size, then the program's own size.
+  EXPECT_EQ(listed[0].name, "Viewer");
+  EXPECT_EQ(listed[0].kind, AppRecord::Kind::package);
+  EXPECT_EQ(listed[0].bundleID, "viewer");
+  EXPECT_EQ(listed[0].bundleBytes, 2048 * 1024);
+  EXPECT_EQ(listed[0].bundlePath, viewer);
+  EXPECT_EQ(listed[0].iconPath, viewerIcon);
+  EXPECT_EQ(listed[1].name, "Terminal");
+  EXPECT_EQ(listed[1].bundleBytes, DiskSizer::measure(b.inRoot("usr/bin/term")).bytes);
+  EXPECT_EQ(listed[1].bundlePath, term);
+  const AppRecord* notes = named(listed, "Notes");
+  ASSERT_TRUE(notes) << "the user's install, first of the two";
+  EXPECT_EQ(notes->bundlePath, userApp);
+  EXPECT_EQ(notes->kind, AppRecord::Kind::flatpak);
+  const AppRecord* paint = named(listed, "org.example.Paint");
+  ASSERT_TRUE(paint) << "no exported launcher: named by its id";
+  EXPECT_EQ(paint->bundlePath, systemApp);
+  EXPECT_EQ(paint->iconPath, icon);
+  EXPECT_TRUE(paint->running);
+  EXPECT_TRUE(paint->related.empty());
+
+  for (const AppRecord& a : listed) {
+    EXPECT_TRUE(AppUninstaller::removedWithSoftwareManager(a)) << a.name;
+    EXPECT_EQ(AppUninstaller::rowText(a), a.kind == AppRecord::Kind::flatpak
+                                              ? "Flatpak app. Remove it with the software manager."
+                                              : "System package. Remove it with the software "
+                                                "manager.");
+    EXPECT_EQ(AppUninstaller::refusal(a, a.running, places),
+              "Remove " + a.name + " with the software manager.");
+    // Even asked directly, the pipeline moves nothing of it.
+    test::TempHome trashHome;
+    auto outcome = Clearing::uninstallApp(a, places);
+    EXPECT_FALSE(outcome.bundleMoved);
+    EXPECT_TRUE(outcome.moves.entries.empty());
+    EXPECT_TRUE(test::exists(a.bundlePath));
+  }
+}
+
+}  // namespace
+}  // namespace dw

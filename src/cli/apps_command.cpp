@@ -197,6 +197,11 @@ Runner addUninstall(CLI::App& app) {
     }
 
     const AppRecord& a = *target;
+    // Nothing of it is ours to move: say so before listing anything as if it were.
+    if (AppUninstaller::removedWithSoftwareManager(a)) {
+      std::cerr << *AppUninstaller::refusal(a, a.running, model.places()) << '\n';
+      return 1;
+    }
     std::cout << "To move to the Trash: " << displayText(a.name) << " · "
               << sizeText(AppUninstaller::totalBytes(a)) << '\n';
     std::cout << "  " << displayText(a.bundlePath) << " · " << sizeText(a.bundleBytes) << '\n';

@@ -1,0 +1,61 @@
+// dustwhale apps and uninstall on a Linux-shaped root and home: the AppImage with its launcher,
+// the software manager's apps refused by name before anything is listed to move.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "base/json.h"
+#include "support/command.h"
+#include "support/home_builder.h"
+#include "support/linux_apps.h"
+#include "support/temp_dir.h"
+
+namespace dw {
+namespace {
+
+using ::testing::HasSubstr;
+
+TEST(LinuxAppsCli, ListsEveryKindAndRefusesTheSoftwareManagersApps) {
+  test::TempHome trashHome;
+  test::HomeBuilder b;
+  auto run = [&](std::vector<std::string> args) {
+    args.insert(args.end(), {"--root", b.root(), "--home", b.home(), "--layout", "linux"});
+    return test::dustwhale(args);
+  };
+  std::string image = test::appImage(b.inHome(".local/bin/Shot.AppImage"));
+  std::string launcher = test::launcher(b.inHome(".local/share/applications/shot.desktop"),
+                                        "Screenshot Tool", "Shot.AppImage");
+  test::flatpakInstall(b, b.inRoot("var/lib/flatpak"), "org.example.Notes", "Notes");
+
+  auto json = run({"apps", "--json"});
+  ASSERT_EQ(json.status, 0) << json.err;
+  auto doc = json::parse(json.out);
+  ASSERT_TRUE(doc && doc->isArray() && doc->array().size() == 2) << json.out;
+  std::map<std::string, const json::Value*> byName;
+  for (const json::Value& v : doc->array())
+    byName[v.find("name")->string()] = &v;
+  ASSERT_TRUE(byName.count("Screenshot Tool") && byName.count("Notes")) << json.out;
+  const json::Value& shot = *byName["Screenshot Tool"];
+  EXPECT_EQ(shot.find("kind")->string(), "appimage");
+  EXPECT_EQ(shot.find("bundlePath")->string(), image);
+  ASSERT_EQ(shot.find("related")->array().size(), 1u);
+  EXPECT_EQ(shot.find("related")->array()[0].string(), launcher);
+  EXPECT_FALSE(shot.find("softwareManager")->boolean());
+  const json::Value& notes = *byName["Notes"];
+  EXPECT_EQ(notes.find("kind")->string(), "flatpak");
+  EXPECT_TRUE(notes.find("softwareManager")->boolean());
+  EXPECT_EQ(notes.find("rowText")->string(), "Flatpak app. Remove it with the software manager.");
+
+  auto refused = run({"uninstall", "Notes", "--yes"});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_EQ(refused.out, "");
+  EXPECT_EQ(refused.err, "Remove Notes with the software manager.\n");
+
+  auto dry = run({"uninstall", image, "--dry-run"});
+  ASSERT_EQ(dry.status, 0) << dry.err;
+  EXPECT_THAT(dry.out, HasSubstr(launcher));
+  EXPECT_TRUE(test::exists(image));
+}
+
+}  // namespace
+}  // namespace dw

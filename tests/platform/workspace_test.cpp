@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <mutex>
+#include <set>
 #include <vector>
 
 #include "support/home_builder.h"
@@ -44,6 +47,41 @@ TEST(SystemWorkspace, SeesChromeByItsProcessNamesAndReportsLaunchAndQuit) {
   RunningProgram chrome("chrome");
   std::this_thread::sleep_for(1500ms);
   EXPECT_EQ(seen().size(), 2u) << "no events once the handler is cleared";
+}
+
+}  // namespace
+}  // namespace dw
+
+namespace dw {
+namespace {
+
+TEST(FlatpakProcesses, TheAppIsReadFromTheSandboxInfoOrTheCgroup) {
+  using platform::flatpakAppOfCgroup;
+  using platform::flatpakAppOfInfo;
+  EXPECT_EQ(flatpakAppOfInfo("[Application]\nname=org.gnome.Calculator\nruntime=runtime/x\n"
+                             "\n[Instance]\nname=other\n"),
+            "org.gnome.Calculator");
+  EXPECT_EQ(flatpakAppOfInfo("[Runtime]\nname=org.gnome.Platform\r\n"), "");
+  EXPECT_EQ(flatpakAppOfInfo("[Instance]\nname=x\n[Application]\r\nname=org.a.B\r\n"), "org.a.B");
+  EXPECT_EQ(flatpakAppOfInfo(""), "");
+  EXPECT_EQ(flatpakAppOfCgroup("0::/user.slice/user-1000.slice/user@1000.service/app.slice/"
+                               "app-flatpak-org.gnome.Calculator-4242.scope\n"),
+            "org.gnome.Calculator");
+  EXPECT_EQ(flatpakAppOfCgroup("0::/user.slice/user-1000.slice/user@1000.service/app.slice/"
+                               "app-flatpak-org.example.my-app-17.scope/sub\n"),
+            "org.example.my-app");
+  for (const char* none : {"0::/user.slice/app-gnome-firefox-12.scope\n",
+                           "0::/app.slice/app-flatpak-org.a.B-x1.scope\n",
+                           "0::/app.slice/app-flatpak-org.a.B-12.service\n", ""})
+    EXPECT_EQ(flatpakAppOfCgroup(none), "") << none;
+}
+
+TEST(FlatpakProcesses, AProgramRunningItsOwnFileIsSeenByThatFile) {
+  std::set<std::string> executables = platform::runningExecutables();
+  char self[4096];
+  ssize_t n = ::readlink("/proc/self/exe", self, sizeof self - 1);
+  ASSERT_GT(n, 0);
+  EXPECT_TRUE(executables.contains(std::string(self, static_cast<size_t>(n))));
 }
 
 }  // namespace

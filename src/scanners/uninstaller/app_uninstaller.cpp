@@ -52,7 +52,8 @@ std::string resolved(const std::string& path) {
 
 std::vector<std::string> relatedItems(const std::string& bundleID, const Locations& places) {
   std::vector<std::string> items;
-  if (!isUsableName(bundleID)) return items;
+  // Without a Library (Linux) there is no folder to look in: "" + "/Caches" is no place.
+  if (!isUsableName(bundleID) || places.library.empty()) return items;
   for (std::string_view folder : kRelatedFolders) {
     std::string base = relatedFolder(folder, places);
     for (std::string_view suffix : kRelatedSuffixes) {
@@ -67,7 +68,8 @@ std::vector<std::string> relatedItems(const std::string& bundleID, const Locatio
 }
 
 bool stillRelated(const std::string& path, const std::string& bundleID, const Locations& places) {
-  if (!isUsableName(bundleID) || bundleID.starts_with(kApplePrefix)) return false;
+  if (!isUsableName(bundleID) || bundleID.starts_with(kApplePrefix) || places.library.empty())
+    return false;
   std::string standard = paths::standardize(path);
   std::string_view folder = paths::parent(standard);
   std::string_view name = paths::lastComponent(standard);

@@ -49,6 +49,7 @@ TEST_F(ScanModelLinux, AnAppImageGoesToTheTrashWithItsLauncherAndIconsAndEachCom
                                         "Photo Viewer", "\"" + image + "\" %F", "viewer");
   std::string png = b.file(b.inHome(".local/share/icons/hicolor/64x64/apps/viewer.png"), 8192);
   std::string svg = b.file(b.inHome(".local/share/icons/hicolor/scalable/apps/viewer.svg"), 4096);
+  std::string link = b.symlink("../../Applications/Viewer.AppImage", b.inHome(".local/bin/viewer"));
   test::flatpakInstall(b, b.inHome(".local/share/flatpak"), "org.example.Notes", "Notes");
   test::launcher(b.inRoot("usr/share/applications/term.desktop"), "Terminal", "term");
   auto before = test::snapshot(b.root());
@@ -58,7 +59,7 @@ TEST_F(ScanModelLinux, AnAppImageGoesToTheTrashWithItsLauncherAndIconsAndEachCom
   ASSERT_EQ(model->installedApps().size(), 3u);
   const AppRecord* viewer = app("Photo Viewer");
   ASSERT_TRUE(viewer);
-  EXPECT_EQ(viewer->related, (std::vector<std::string>{launcher, png, svg}));
+  EXPECT_EQ(viewer->related, (std::vector<std::string>{link, launcher, png, svg}));
 
   // The software manager's apps are refused before anything starts.
   for (const char* name : {"Notes", "Terminal"}) {
@@ -80,7 +81,7 @@ TEST_F(ScanModelLinux, AnAppImageGoesToTheTrashWithItsLauncherAndIconsAndEachCom
   EXPECT_EQ(model->message().rfind("Some items", 0), std::string::npos);
 
   const auto entries = model->clearedEntries();
-  ASSERT_EQ(entries.size(), 4u);
+  ASSERT_EQ(entries.size(), 5u);
   std::vector<std::string> moved;
   for (const auto& e : entries) {
     EXPECT_EQ(e.sessionID, entries.front().sessionID);
@@ -92,7 +93,7 @@ TEST_F(ScanModelLinux, AnAppImageGoesToTheTrashWithItsLauncherAndIconsAndEachCom
     EXPECT_FALSE(test::exists(e.originalPath));
     moved.push_back(e.originalPath);
   }
-  EXPECT_THAT(moved, UnorderedElementsAre(image, launcher, png, svg));
+  EXPECT_THAT(moved, UnorderedElementsAre(image, link, launcher, png, svg));
 
   // Put Back of each, one at a time; the tree is then byte for byte what it was.
   for (const auto& e : entries)

@@ -209,11 +209,12 @@ TEST(LinuxApps, AnAppImageIsListedWithItsLaunchersAndIcons) {
   ASSERT_TRUE(e);
   EXPECT_EQ(e->kind, AppRecord::Kind::appImage);
   EXPECT_EQ(e->bundlePath, editor);
-  EXPECT_EQ(e->related, (Strings{l1, l2, png, svg, flat, priv}));
+  std::string link = b.inHome(".local/bin/editor");
+  EXPECT_EQ(e->related, (Strings{link, l1, l2, png, svg, flat, priv}));
   EXPECT_EQ(e->iconPath, png);
   EXPECT_EQ(e->bundleBytes, DiskSizer::measure(editor).bytes);
-  EXPECT_EQ(e->relatedBytes,
-            DiskSizer::measure(l1).bytes + DiskSizer::measure(l2).bytes + 4 * 4096);
+  EXPECT_EQ(e->relatedBytes, DiskSizer::measure(link).bytes + DiskSizer::measure(l1).bytes +
+                                 DiskSizer::measure(l2).bytes + 4 * 4096);
   EXPECT_TRUE(e->lastUsed);
   EXPECT_FALSE(e->running);
   EXPECT_EQ(AppUninstaller::rowText(*e), "");
@@ -229,6 +230,8 @@ TEST(LinuxApps, AnAppImageIsListedWithItsLaunchersAndIcons) {
 
   // The re-checks before anything moves.
   EXPECT_TRUE(AppUninstaller::stillRelatedTo(l1, *e, places));
+  EXPECT_TRUE(AppUninstaller::stillRelatedTo(link, *e, places));
+  EXPECT_FALSE(AppUninstaller::stillRelatedTo(link, *named(listed, "Tool"), places));
   EXPECT_TRUE(AppUninstaller::stillRelatedTo(png, *e, places));
   EXPECT_FALSE(AppUninstaller::stillRelatedTo(b.inHome("Pictures/tool.png"), *e, places));
   test::launcher(l2 + ".new", "Editor", "/usr/bin/something-else");

@@ -1,6 +1,7 @@
 #include "scanners/uninstaller/linux_apps.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -99,7 +100,33 @@ std::string readText(const std::string& path, size_t limit) {
   return text;
 }
 
+// Where a link points, as an absolute path (a relative target read from the link's folder).
+std::string linkTarget(const std::string& link) {
+  char target[4096];
+  ssize_t n = ::readlink(link.c_str(), target, sizeof target - 1);
+  if (n <= 0) return {};
+  std::string text(target, static_cast<size_t>(n));
+  if (text.front() != '/') text = paths::join(paths::parent(link), text);
+  return paths::standardize(text);
+}
+
 }  // namespace
+
+std::vector<std::string> linksToAppImage(const std::string& appImage, const Locations& places) {
+  std::vector<std::string> links;
+  std::string image = paths::standardize(appImage);
+  for (const std::string& folder : places.appImageFolders) {
+    if (folder.empty()) continue;
+    auto entries = listFolder(folder);
+    if (!entries) continue;
+    for (const FolderEntry& e : *entries) {
+      if (e.type != S_IFLNK) continue;
+      std::string path = paths::join(folder, e.name);
+      if (linkTarget(path) == image && !OwnGround::excludes(path, places)) links.push_back(path);
+    }
+  }
+  return links;
+}
 
 std::vector<Launcher> userLaunchers(const Locations& places) {
   std::vector<Launcher> launchers;
@@ -202,6 +229,8 @@ AppRecord describeAppImage(const std::string& path, const Locations& places,
         othersIcons.insert(std::move(file));
     }
   }
+  for (std::string& link : linksToAppImage(path, places))
+    r.related.push_back(std::move(link));
   for (const Launcher* l : mine) {
     r.related.push_back(l->path);
     if (r.name.empty()) r.name = l->entry.name;
@@ -226,7 +255,17 @@ bool stillRelatedToAppImage(const std::string& path, const AppRecord& app,
                             const Locations& places) {
   std::string standard = paths::standardize(path);
   struct stat s {};
-  if (::lstat(standard.c_str(), &s) != 0 || !S_ISREG(s.st_mode)) return false;
+  if (::lstat(standard.c_str(), &s) != 0) return false;
+  if (S_ISLNK(s.st_mode)) {
+    // A link of the AppImage folders that still names the file the app was.
+    return std::any_of(places.appImageFolders.begin(), places.appImageFolders.end(),
+                       [&](const std::string& folder) {
+                         return !folder.empty() && paths::parent(standard) == folder;
+                       }) &&
+           linkTarget(standard) == paths::standardize(app.bundlePath) &&
+           !OwnGround::excludes(standard, places);
+  }
+  if (!S_ISREG(s.st_mode)) return false;
   if (!places.launchers.empty() &&
       paths::parent(standard) == paths::standardize(places.launchers) &&
       isLauncherName(paths::lastComponent(standard))) {

@@ -36,14 +36,19 @@ bool isMovableIcon(const std::string& path, const Locations& places);
 // data folder. Only movable icons.
 std::vector<std::string> iconFilesOf(const std::string& icon, const Locations& places);
 
-// The record of an AppImage with its sizes still 0: its launchers (those of launchers that
-// start it) and the icons they name as related items, unless another launcher names the same
-// icon. running: a process executes the file (one of executables).
+// The links in the AppImage folders that point at this AppImage (~/.local/bin/tool ->
+// ~/Applications/Tool.AppImage): they would point at nothing once it goes.
+std::vector<std::string> linksToAppImage(const std::string& appImage, const Locations& places);
+
+// The record of an AppImage with its sizes still 0. Related items, in order: the links to it,
+// the launchers that start it, and the icons those launchers name, unless another launcher
+// names the same icon. running: a process executes the file (one of executables).
 AppRecord describeAppImage(const std::string& path, const Locations& places,
                            const std::vector<Launcher>& launchers,
                            const std::set<std::string>& executables);
-// The re-check before a related item of an AppImage moves: a launcher still in places.launchers
-// whose Exec still starts the AppImage's path, or a movable icon.
+// The re-check before a related item of an AppImage moves: a link of the AppImage folders still
+// pointing at its path, a launcher still in places.launchers whose Exec still starts its path,
+// or a movable icon.
 bool stillRelatedToAppImage(const std::string& path, const AppRecord& app, const Locations& places);
 
 // The Flatpak apps of every installation (sizes 0), named by their exported launcher.

@@ -207,6 +207,7 @@ Locations Locations::linux(std::string root, std::string home, std::string bundl
   };
   l.leftoverRoots = {paths::join(h, ".var/app")};
   l.flatpakInstallations = {paths::join(l.dataHome, "flatpak"), l.underRoot("/var/lib/flatpak")};
+  l.flatpakInstallationConfigs = l.underRoot("/etc/flatpak/installations.d");
   l.appImageFolders = {paths::join(h, "Applications"), paths::join(h, ".local/bin")};
   l.launchers = paths::join(l.dataHome, "applications");
   l.icons = paths::join(l.dataHome, "icons");

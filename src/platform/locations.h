@@ -66,6 +66,7 @@ struct Locations {
   // app/<id> and exports/share/applications; the folders searched for AppImages; the user's
   // launchers and icons; the distribution's launchers and its package database.
   std::vector<std::string> flatpakInstallations;
+  std::string flatpakInstallationConfigs;    // /etc/flatpak/installations.d: more of them
   std::vector<std::string> appImageFolders;  // ~/Applications, ~/.local/bin
   std::string launchers;                     // $XDG_DATA_HOME/applications
   std::string icons;                         // $XDG_DATA_HOME/icons

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <fstream>
 #include <set>
 
 #include "base/paths.h"
@@ -85,10 +86,43 @@ bool hasFlatpakIDShape(std::string_view id) {
   return elements >= 3;
 }
 
+std::vector<std::string> flatpakInstallations(const Locations& places) {
+  std::vector<std::string> installations;
+  for (const std::string& i : places.flatpakInstallations) {
+    if (!i.empty()) installations.push_back(i);
+  }
+  if (places.flatpakInstallationConfigs.empty()) return installations;
+  auto entries = listFolder(places.flatpakInstallationConfigs);
+  if (!entries) return installations;
+  for (const FolderEntry& e : *entries) {
+    if (!e.name.ends_with(".conf")) continue;
+    std::ifstream in(paths::join(places.flatpakInstallationConfigs, e.name));
+    std::string line;
+    while (std::getline(in, line)) {
+      if (!line.empty() && line.back() == '\r') line.pop_back();
+      if (line.starts_with("Path=") && line.size() > 6 && line[5] == '/') {
+        std::string path = places.underRoot(paths::standardize(line.substr(5)));
+        if (std::find(installations.begin(), installations.end(), path) == installations.end())
+          installations.push_back(path);
+      }
+    }
+  }
+  return installations;
+}
+
+std::vector<std::string> unreadableFlatpakInstallations(const Locations& places) {
+  std::vector<std::string> unreadable;
+  for (const std::string& installation : flatpakInstallations(places)) {
+    std::string folder = paths::join(installation, "app");
+    if (!listFolder(folder)) unreadable.push_back(folder);
+  }
+  return unreadable;
+}
+
 std::vector<FlatpakApp> listFlatpakApps(const Locations& places) {
   std::vector<FlatpakApp> apps;
   std::set<std::string> seen;
-  for (const std::string& installation : places.flatpakInstallations) {
+  for (const std::string& installation : flatpakInstallations(places)) {
     if (installation.empty()) continue;
     std::string folder = paths::join(installation, "app");
     auto entries = listFolder(folder);

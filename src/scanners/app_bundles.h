@@ -27,9 +27,15 @@ struct FlatpakApp {
   std::string path;              // <installation>/app/<id>
   std::string exportedLauncher;  // <installation>/exports/share/applications/<id>.desktop
 };
-// The apps of every Flatpak installation, the user's first; an id installed in both is listed
-// once, from the first. Only folders whose name has the Flatpak identifier shape count.
+// The Flatpak installations: places.flatpakInstallations, then those the system configures in
+// places.flatpakInstallationConfigs (the Path= of each *.conf, read under the root).
+std::vector<std::string> flatpakInstallations(const Locations& places);
+// The apps of every Flatpak installation, the user's first; an id installed in more than one is
+// listed once, from the first. Only folders whose name has the Flatpak identifier shape count.
 std::vector<FlatpakApp> listFlatpakApps(const Locations& places);
+// The app folders of installations that exist but cannot be listed: while there is one, no
+// Flatpak app can be said to be missing.
+std::vector<std::string> unreadableFlatpakInstallations(const Locations& places);
 
 // A Flatpak application identifier: at most 255 characters, not starting with "."; three or
 // more non-empty elements separated by "."; each element made of ASCII letters, digits, "_" and

@@ -119,6 +119,12 @@ TEST(LinuxApps, FlatpakDataOfAnAppNoLongerInstalledIsALeftover) {
   EXPECT_EQ(ids(scanLeftovers(places, workspace)),
             (Strings{"org.example.Gone", "org.example.SystemApp"}));
 
+  // An installation the system configures elsewhere counts too.
+  writeFile(b.inRoot("etc/flatpak/installations.d/extra.conf"),
+            "[Installation \"extra\"]\nPath=/opt/flatpak\nDisplayName=Extra\n");
+  test::flatpakInstall(b, b.inRoot("opt/flatpak"), "org.example.SystemApp");
+  EXPECT_EQ(ids(scanLeftovers(places, workspace)), Strings{"org.example.Gone"});
+
   // The same sizes, largest files and notes as on a Mac.
   b.file(gone + "/cache/big.bin", 101 * MB);
   auto big = scanLeftovers(places, workspace);
@@ -143,6 +149,21 @@ TEST(LinuxApps, AnUnreadableVarAppIsReportedWithThePermissionsText) {
   ::chmod(b.inHome(".var/app").c_str(), 0755);
   if (!out) GTEST_SKIP() << "no unprivileged user to run as";
   EXPECT_EQ(*out, "~/.var/app;");
+
+  // An installation that cannot be read may hold the app: nothing is called a leftover.
+  test::flatpakInstall(b, b.inRoot("var/lib/flatpak"), "org.example.Other");
+  ASSERT_EQ(::chmod(b.inRoot("var/lib/flatpak/app").c_str(), 0), 0);
+  auto hidden = b.runUnprivileged([&] {
+    auto r = scanLeftovers(places);
+    std::string text = r.findings.empty() ? "" : "found ";
+    for (const auto& u : r.unreadableLocations)
+      text += u + ";";
+    bool belongs = LeftoverScanner::stillBelongsTo(b.inHome(".var/app/org.example.Gone"),
+                                                   "org.example.Gone", places);
+    return text + (belongs ? "belongs" : "-");
+  });
+  ::chmod(b.inRoot("var/lib/flatpak/app").c_str(), 0755);
+  EXPECT_EQ(*hidden, b.inRoot("var/lib/flatpak/app") + ";-");
   EXPECT_EQ(pagetexts::unreadLeftoversNotice({"~/.var/app"}, false),
             "Some leftover folders could not be read (~/.var/app). Check their permissions: "
             "your user needs to read them for a complete scan.");

@@ -371,6 +371,10 @@ bool stillBelongsTo(const std::string& path, const std::string& bundleID, const 
   for (const Locations::LeftoverLocation& location : places.leftoverLocations) {
     if (paths::standardize(location.path) != folder) continue;
     if (!hasShapeFor(bundleID, location.rule)) return false;
+    if (location.rule == EntryRule::flatpakAppID &&
+        !scanners::unreadableFlatpakInstallations(places).empty()) {
+      return false;
+    }
     struct stat s {};
     if (::lstat(standard.c_str(), &s) != 0) return false;
     Entry e{std::string(paths::lastComponent(standard)), s.st_mode & S_IFMT};
@@ -389,6 +393,15 @@ Result scan(const Locations& places, const platform::Workspace& workspace,
   for (size_t index = 0; index < places.leftoverLocations.size(); ++index) {
     throwIfCancelled(measurer.stopToken());
     const Locations::LeftoverLocation& location = places.leftoverLocations[index];
+    if (location.rule == EntryRule::flatpakAppID) {
+      // An installation we cannot read may hold any of these apps: none is called missing.
+      auto unreadable = scanners::unreadableFlatpakInstallations(places);
+      if (!unreadable.empty()) {
+        for (const std::string& folder : unreadable)
+          result.unreadableLocations.push_back(paths::tilde(folder, places.home));
+        continue;
+      }
+    }
     auto entries = listFolder(location.path);
     if (!entries) {
       result.unreadableLocations.push_back(location.display);

@@ -34,7 +34,7 @@ void PlaceOptions::addTo(CLI::App& command) {
       ->capture_default_str();
   command.add_option("--home", home, "The home folder (default: yours)");
   command.add_option("--layout", layout, "The places to read: linux (the default here) or macos")
-      ->check(CLI::IsMember({"macos"}));
+      ->check(CLI::IsMember({"linux", "macos"}));
 }
 
 Locations PlaceOptions::locations() const {

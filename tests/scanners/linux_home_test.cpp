@@ -35,7 +35,9 @@ std::string lines(const Findings& findings) {
 
 Findings scanAll(const Locations& places, const platform::Workspace& workspace) {
   SharedMeasurer measurer({});
-  return CacheScanner::scan(places, workspace, measurer);
+  // Gathered as the model gathers it: one look at the processes for the whole scan.
+  auto held = platform::filesHeldOpen(CacheScanner::heldOpenFolders(places));
+  return CacheScanner::scan(places, workspace, held, measurer);
 }
 
 TEST(LinuxHome, CachesInDotCacheAreNamedMeasuredAndOnlyTheRebuildableOnesListed) {
@@ -74,6 +76,16 @@ TEST(LinuxHome, CachesInDotCacheAreNamedMeasuredAndOnlyTheRebuildableOnesListed)
   }
   for (const CacheFinding& f : found)
     EXPECT_TRUE(CacheScanner::isListableCache(f.id, places)) << f.id;
+
+  // A cache folder set to the home folder itself (or one holding the user's folders) offers
+  // nothing: its children are the user's folders, not caches.
+  Locations wide = places;
+  wide.caches = b.home();
+  SharedMeasurer measurer({});
+  EXPECT_THAT(CacheScanner::scanLibraryCaches(wide, false, measurer), IsEmpty());
+  EXPECT_FALSE(CacheScanner::isListableCache(b.inHome("Music"), wide));
+  wide.caches = b.inHome(".config/..");
+  EXPECT_THAT(CacheScanner::scanLibraryCaches(wide, false, measurer), IsEmpty());
 }
 
 TEST(LinuxHome, ACacheARunningProgramHoldsOpenIsListedButNotChosen) {

@@ -231,6 +231,22 @@ bool isRefusedLinuxCache(const std::string& resolved, const Locations& places,
   return false;
 }
 
+// The cache folder as a place whose children may go: never the home folder or a folder above it
+// (an $XDG_CACHE_HOME set to the home folder would make every folder of it a "cache"), nor one
+// holding the user's folders or the program settings and data folders.
+bool isUsableCacheFolder(const Locations& places, const std::string& resolvedHome) {
+  if (places.caches.empty()) return false;
+  std::string caches = underResolvedHome(places.caches, places, resolvedHome);
+  if (paths::isWithin(resolvedHome, caches)) return false;
+  for (const std::string* kept :
+       {&places.configHome, &places.dataHome, &places.downloads, &places.desktop, &places.movies,
+        &places.documents, &places.music, &places.pictures}) {
+    if (!kept->empty() && paths::isWithin(underResolvedHome(*kept, places, resolvedHome), caches))
+      return false;
+  }
+  return true;
+}
+
 std::string heldOpenNote(const std::string& program) {
   return "In use by " + program + ". Quit it before clearing this cache.";
 }
@@ -241,17 +257,16 @@ bool isSafeCacheLocation(const std::string& path, const Locations& places) {
   if (path.empty() || isAppleFolder(paths::lastComponent(path), places)) return false;
   std::string resolvedHome = resolvedHomeOf(places);
   std::string resolved = paths::stripPrivate(paths::resolveSymlinks(path));
-  bool inside = !places.caches.empty() &&
-                paths::isStrictlyWithin(resolved,
-                                        underResolvedHome(places.caches, places, resolvedHome));
+  bool inside =
+      isUsableCacheFolder(places, resolvedHome) &&
+      paths::isStrictlyWithin(resolved, underResolvedHome(places.caches, places, resolvedHome));
   for (const DeveloperCache& row : kDeveloperCaches) {
     const std::string& cache = places.*row.path;
     if (cache.empty()) continue;  // no such place in this layout
     inside = inside || paths::isWithin(resolved, underResolvedHome(cache, places, resolvedHome));
   }
   return inside && !isRefusedPlace(resolved, places, resolvedHome) &&
-         !isRefusedLinuxCache(resolved, places, resolvedHome) &&
-         !OwnGround::excludes(path, places);
+         !isRefusedLinuxCache(resolved, places, resolvedHome) && !OwnGround::excludes(path, places);
 }
 
 bool isChromeProfileCache(const std::string& path, const Locations& places) {
@@ -260,8 +275,8 @@ bool isChromeProfileCache(const std::string& path, const Locations& places) {
   std::string resolved = paths::stripPrivate(paths::resolveSymlinks(path));
   std::string root;
   for (const std::string& profiles : places.chromeProfiles) {
-    std::string candidate = profiles.empty() ? std::string()
-                                             : underResolvedHome(profiles, places, resolvedHome);
+    std::string candidate =
+        profiles.empty() ? std::string() : underResolvedHome(profiles, places, resolvedHome);
     if (!candidate.empty() && paths::isStrictlyWithin(resolved, candidate)) root = candidate;
   }
   if (root.empty()) return false;
@@ -327,7 +342,7 @@ std::vector<CacheFinding> scanLibraryCaches(const Locations& places, bool chrome
                                             const std::vector<platform::HeldFile>& held,
                                             SharedMeasurer& measurer) {
   std::vector<std::string> children;
-  if (places.caches.empty()) return {};
+  if (!isUsableCacheFolder(places, resolvedHomeOf(places))) return {};
   struct stat folder {};
   bool folderKnown = ::stat(places.caches.c_str(), &folder) == 0;
   for (const FolderEntry& e : entriesOf(places.caches)) {
@@ -405,20 +420,20 @@ std::vector<CacheFinding> scanChromeCaches(const Locations& places, bool chromeR
     for (const FolderEntry& profile : entriesOf(root)) {
       if (!profile.isFolder()) continue;
       std::string profilePath = paths::join(root, profile.name);
-    for (const FolderEntry& child : entriesOf(profilePath)) {
-      if (child.isFolder() && isOneOf(child.name, kChromeCacheFolders)) {
-        candidates.push_back(
-            {paths::join(profilePath, child.name), "Chrome " + profile.name + " " + child.name});
+      for (const FolderEntry& child : entriesOf(profilePath)) {
+        if (child.isFolder() && isOneOf(child.name, kChromeCacheFolders)) {
+          candidates.push_back(
+              {paths::join(profilePath, child.name), "Chrome " + profile.name + " " + child.name});
+        }
       }
-    }
-    for (std::string_view folder : kServiceWorkerFolders) {
-      std::string path =
-          paths::join(profilePath, std::string(kServiceWorker) + "/" + std::string(folder));
-      if (isRealFolder(path)) {
-        candidates.push_back(
-            {path, "Chrome " + profile.name + " Service Worker " + std::string(folder)});
+      for (std::string_view folder : kServiceWorkerFolders) {
+        std::string path =
+            paths::join(profilePath, std::string(kServiceWorker) + "/" + std::string(folder));
+        if (isRealFolder(path)) {
+          candidates.push_back(
+              {path, "Chrome " + profile.name + " Service Worker " + std::string(folder)});
+        }
       }
-    }
     }
   }
   std::erase_if(candidates,
@@ -452,9 +467,9 @@ std::vector<std::string> heldOpenFolders(const Locations& places) {
 }
 
 std::vector<CacheFinding> scan(const Locations& places, const platform::Workspace& workspace,
+                               const std::vector<platform::HeldFile>& held,
                                SharedMeasurer& measurer) {
   bool chromeRunning = isChromeRunning(workspace);
-  std::vector<platform::HeldFile> held = platform::filesHeldOpen(heldOpenFolders(places));
   std::vector<CacheFinding> findings = scanLibraryCaches(places, chromeRunning, held, measurer);
   std::vector<CacheFinding> developer = scanDeveloperCaches(places, held, measurer);
   std::vector<CacheFinding> chrome = scanChromeCaches(places, chromeRunning, measurer);
@@ -464,14 +479,18 @@ std::vector<CacheFinding> scan(const Locations& places, const platform::Workspac
   return findings;
 }
 
+std::vector<CacheFinding> scan(const Locations& places, const platform::Workspace& workspace,
+                               SharedMeasurer& measurer) {
+  return scan(places, workspace, {}, measurer);
+}
+
 bool isChromeRunning(const platform::Workspace& workspace) {
   return workspace.isRunning(kChromeBundleID);
 }
 
 bool isChromeCachePath(const std::string& path, const Locations& places) {
   for (const std::string& cache : places.chromeCaches) {
-    if (!cache.empty() &&
-        paths::isWithin(paths::stripPrivate(path), paths::stripPrivate(cache))) {
+    if (!cache.empty() && paths::isWithin(paths::stripPrivate(path), paths::stripPrivate(cache))) {
       return true;
     }
   }

@@ -42,6 +42,9 @@ std::vector<CacheFinding> scanChromeCaches(const Locations& places, bool chromeR
                                            SharedMeasurer& measurer);
 // All three, sorted largest first.
 std::vector<CacheFinding> scan(const Locations& places, const platform::Workspace& workspace,
+                               const std::vector<platform::HeldFile>& held,
+                               SharedMeasurer& measurer);
+std::vector<CacheFinding> scan(const Locations& places, const platform::Workspace& workspace,
                                SharedMeasurer& measurer);
 
 bool isChromeRunning(const platform::Workspace& workspace);
@@ -66,8 +69,9 @@ bool isListableCache(const std::string& path, const Locations& places);
 
 // The finding for one measured ~/Library/Caches child, or nothing when it is too small, an
 // Apple folder or not in a safe place.
-std::optional<CacheFinding> libraryCacheFinding(
-    const std::string& path, const DiskSizer::SizeReading& reading, bool chromeRunning,
-    const Locations& places, const std::vector<platform::HeldFile>& held = {});
+std::optional<CacheFinding> libraryCacheFinding(const std::string& path,
+                                                const DiskSizer::SizeReading& reading,
+                                                bool chromeRunning, const Locations& places,
+                                                const std::vector<platform::HeldFile>& held = {});
 
 }  // namespace dw::CacheScanner

@@ -17,7 +17,7 @@ using ::testing::HasSubstr;
 
 TEST(LinuxAppsCli, ListsEveryKindAndRefusesTheSoftwareManagersApps) {
   test::TempHome trashHome;
-  test::HomeBuilder b;
+  test::HomeBuilder b{Locations::Layout::linux};
   auto run = [&](std::vector<std::string> args) {
     args.insert(args.end(), {"--root", b.root(), "--home", b.home(), "--layout", "linux"});
     return test::dustwhale(args);

@@ -35,8 +35,8 @@ class ScanModelLinuxApps : public ::testing::Test {
   }
 
   test::TempHome trashHome;  // the real Trash and the log live under this home
-  test::HomeBuilder b;
-  Locations places = test::linuxPlaces(b);
+  test::HomeBuilder b{Locations::Layout::linux};
+  Locations places = b.locations();
   ManualDispatcher dispatcher;
   test::TestWorkspace workspace;
   platform::UserDefaults defaults{places.defaultsFile};
@@ -107,7 +107,7 @@ TEST_F(ScanModelLinuxApps, AnUnreadableVarAppNamesThePermissionsAndNeverRaisesTh
   ASSERT_EQ(::chmod(b.inHome(".var/app").c_str(), 0), 0);
   auto out = b.runUnprivileged([this] {
     test::TempHome own;
-    Locations childPlaces = test::linuxPlaces(b);
+    Locations childPlaces = b.locations();
     platform::UserDefaults childDefaults(childPlaces.defaultsFile);
     ManualDispatcher d;
     ScanModel m(d, childPlaces, workspace, childDefaults);

@@ -72,8 +72,8 @@ TEST(LinuxApps, FlatpakIdentifierShape) {
 }
 
 TEST(LinuxApps, FlatpakDataOfAnAppNoLongerInstalledIsALeftover) {
-  test::HomeBuilder b;
-  Locations places = test::linuxPlaces(b);
+  test::HomeBuilder b{Locations::Layout::linux};
+  Locations places = b.locations();
   EXPECT_EQ(places.leftoverLocations.size(), 1u);
 
   std::string gone = test::flatpakData(b, "org.example.Gone", 3 * MB);
@@ -135,8 +135,8 @@ TEST(LinuxApps, FlatpakDataOfAnAppNoLongerInstalledIsALeftover) {
 }
 
 TEST(LinuxApps, AnUnreadableVarAppIsReportedWithThePermissionsText) {
-  test::HomeBuilder b;
-  Locations places = test::linuxPlaces(b);
+  test::HomeBuilder b{Locations::Layout::linux};
+  Locations places = b.locations();
   test::flatpakData(b, "org.example.Gone");
   ASSERT_EQ(::chmod(b.inHome(".var/app").c_str(), 0), 0);
   auto out = b.runUnprivileged([&] {
@@ -195,8 +195,8 @@ TEST(LinuxApps, DesktopEntriesAndTheProgramsTheyStart) {
 }
 
 TEST(LinuxApps, AnAppImageIsListedWithItsLaunchersAndIcons) {
-  test::HomeBuilder b;
-  Locations places = test::linuxPlaces(b);
+  test::HomeBuilder b{Locations::Layout::linux};
+  Locations places = b.locations();
   std::string editor = test::appImage(b.inHome("Applications/Editor-1.2.appimage"));
   std::string marked = test::appImage(b.inHome(".local/bin/tool"), AppImageShape::marked);
   test::appImage(b.inHome("Applications/deeper/Deep.AppImage"));     // one level only
@@ -276,8 +276,8 @@ TEST(LinuxApps, AnAppImageIsListedWithItsLaunchersAndIcons) {
 }
 
 TEST(LinuxApps, ARunningAppImageMustBeQuitFirst) {
-  test::HomeBuilder b;
-  Locations places = test::linuxPlaces(b);
+  test::HomeBuilder b{Locations::Layout::linux};
+  Locations places = b.locations();
   std::string sleeper = test::appImage(b.inHome("Applications/Sleeper.AppImage"));
   {
     test::RunningFile running(sleeper);
@@ -295,8 +295,8 @@ TEST(LinuxApps, ARunningAppImageMustBeQuitFirst) {
 }
 
 TEST(LinuxApps, FlatpakAndPackageAppsAreListedAndNeverMoved) {
-  test::HomeBuilder b;
-  Locations places = test::linuxPlaces(b);
+  test::HomeBuilder b{Locations::Layout::linux};
+  Locations places = b.locations();
   std::string userApp =
       test::flatpakInstall(b, b.inHome(".local/share/flatpak"), "org.example.Notes", "Notes");
   std::string systemApp = test::flatpakInstall(b, b.inRoot("var/lib/flatpak"), "org.example.Paint");

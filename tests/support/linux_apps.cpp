@@ -12,10 +12,6 @@
 
 namespace dw::test {
 
-Locations linuxPlaces(const HomeBuilder& b) {
-  return Locations::linux(b.root(), b.home());
-}
-
 std::string flatpakData(HomeBuilder& b, const std::string& id, std::int64_t bytes) {
   std::string folder = b.inHome(".var/app/" + id);
   if (bytes == 0) return b.folder(folder + "/config"), folder;

@@ -14,9 +14,6 @@
 
 namespace dw::test {
 
-// The linux places of the builder's root and home.
-Locations linuxPlaces(const HomeBuilder& b);
-
 // ~/.var/app/<id> holding one file of bytes (a folder only when bytes is 0).
 std::string flatpakData(HomeBuilder& b, const std::string& id, std::int64_t bytes = 0);
 // <installation>/app/<id>/current/active/files/bin/app, and when name is given the exported

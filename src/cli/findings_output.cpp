@@ -88,9 +88,14 @@ void printScanText(const ScanModel& model) {
     std::cout << group.title;
     if (count) std::cout << " · " << sizeText(total);
     std::cout << '\n';
-    if (!count)
-      std::cout << "    " << pagetexts::namingMovies(group.empty, model.places().moviesName)
+    if (!count) {
+      bool flatpak = group.kind == CacheFinding::Kind::leftover &&
+                     model.places().layout == Locations::Layout::linux;
+      std::cout << "    "
+                << (flatpak ? pagetexts::emptyState(group.kind, "", true).detail
+                            : pagetexts::namingMovies(group.empty, model.places().moviesName))
                 << '\n';
+    }
     for (const auto& f : model.caches()) {
       if (f.kind != group.kind) continue;
       const char* mark = model.selected().count(f.id) ? "[x]" : (f.removable ? "[ ]" : " - ");

@@ -64,13 +64,18 @@ std::string footerSummary(CacheFinding::Kind kind, std::int64_t bytes, std::int6
   return sizeText(bytes) + " selected · " + countNoun(count, noun(kind));
 }
 
-EmptyState emptyState(CacheFinding::Kind kind, std::string_view moviesName) {
+EmptyState emptyState(CacheFinding::Kind kind, std::string_view moviesName, bool flatpakLeftovers) {
   switch (kind) {
     case CacheFinding::Kind::cache:
       return {"trash", "Nothing to clear here — your Mac is in good shape",
               "No unused caches met the size threshold. Documents, Desktop, and projects stay "
               "untouched."};
     case CacheFinding::Kind::leftover:
+      if (flatpakLeftovers) {
+        return {"square.dashed", "Nothing to clear here — your Mac is in good shape",
+                "No data folders of removed Flatpak apps were found. Installed and running apps "
+                "stay out of this list."};
+      }
       return {"square.dashed", "Nothing to clear here — your Mac is in good shape",
               "No leftover folders from removed apps were found. Preferences-only and Apple "
               "systems stay out of this list."};

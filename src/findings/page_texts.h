@@ -27,7 +27,10 @@ struct EmptyState {
   std::string_view title;
   std::string detail;
 };
-EmptyState emptyState(CacheFinding::Kind kind, std::string_view moviesName = "Movies");
+// flatpakLeftovers: the leftovers are Flatpak data folders (Linux), which have no preferences-only
+// traces and no Apple systems to speak of.
+EmptyState emptyState(CacheFinding::Kind kind, std::string_view moviesName = "Movies",
+                      bool flatpakLeftovers = false);
 
 // text with every whole word "Movies" replaced by moviesName.
 std::string namingMovies(std::string_view text, std::string_view moviesName);

@@ -43,6 +43,9 @@ TEST(PageTexts, SummariesFootersAndTheConfirmation) {
   EXPECT_EQ(pagetexts::unreadLeftoversNotice({"~/Library/Containers", "~/Library/WebKit"}, true),
             "Some leftover folders could not be read (~/Library/Containers, ~/Library/WebKit). "
             "Full Disk Access is required for a complete scan.");
+  EXPECT_EQ(pagetexts::emptyState(Kind::leftover, "Videos", true).detail,
+            "No data folders of removed Flatpak apps were found. Installed and running apps stay "
+            "out of this list.");
   EXPECT_EQ(pagetexts::unreadLeftoversNotice({"~/.var/app"}, false),
             "Some leftover folders could not be read (~/.var/app). Check their permissions: your "
             "user needs to read them for a complete scan.");

@@ -149,7 +149,9 @@ QString FindingListModel::emptyTitle() const {
   return q(pagetexts::emptyState(kind_).title);
 }
 QString FindingListModel::emptyDetail() const {
-  return q(pagetexts::emptyState(kind_, model_.places().moviesName).detail);
+  return q(pagetexts::emptyState(kind_, model_.places().moviesName,
+                                 model_.places().layout == Locations::Layout::linux)
+               .detail);
 }
 QString FindingListModel::sectionTitle() const {
   return QString::fromStdString(countNoun(totalCount(), pagetexts::kindWord(kind_)));

@@ -6,6 +6,7 @@
 #include <QQuickStyle>
 #include <cstdlib>
 
+#include "bridge/app_icon.h"
 #include "bridge/icon_provider.h"
 
 namespace dw::ui {
@@ -28,6 +29,7 @@ AppWindow openAppWindow(const Locations& places, const QString& appearance) {
   w.engine = std::make_unique<QQmlApplicationEngine>();
   w.engine->addImportPath("qrc:/");
   w.engine->addImageProvider("icon", new IconProvider);
+  w.engine->addImageProvider("appicon", new AppIconProvider(w.bridge->model()));
   bool dark = appearance == "dark" ||
               (appearance.isEmpty() &&
                QGuiApplication::palette().color(QPalette::Window).lightness() < 128);

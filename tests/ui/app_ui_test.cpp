@@ -483,17 +483,23 @@ TEST_F(AppUiTest, UninstallerListsAppsKeysCancelAndMovesTheAppToTheTrash) {
 
   for (Qt::Key key : {Qt::Key_Return, Qt::Key_Escape}) {
     ui.click("apps.uninstall");
-    ASSERT_TRUE(ui.shows("apps.confirmTitle"));
-    EXPECT_EQ(ui.text("apps.confirmTitle"), "Move Tidy to the Trash?");
+    ASSERT_TRUE(ui.shows("confirm.title"));
+    EXPECT_EQ(ui.text("confirm.title"), "Move Tidy and 1 related item to the Trash?");
     ui.key(key);
-    EXPECT_FALSE(ui.shows("apps.confirmTitle"));
+    EXPECT_FALSE(ui.shows("confirm.title"));
   }
   EXPECT_TRUE(test::exists(app));
 
   ui.click("apps.uninstall");
-  ui.click("apps.confirmUninstall");
+  ui.click("confirm.move");
   ASSERT_TRUE(ui.waitFor([&] { return !test::exists(app) && !ui.bridge().clearing(); }));
   EXPECT_TRUE(test::exists(trashHome.trashFiles() + "/Tidy.app"));
+  // Done: the checkmark, the outcome and the way to Recently Cleared.
+  ASSERT_TRUE(ui.shows("confirm.checkmark"));
+  EXPECT_TRUE(ui.text("confirm.outcome").contains("moved to the Trash"));
+  ui.click("confirm.recentlyCleared");
+  EXPECT_FALSE(ui.shows("confirm.checkmark"));
+  EXPECT_TRUE(ui.shows("page.recentlyCleared"));
   EXPECT_FALSE(test::exists(support));
 }
 

@@ -1,5 +1,7 @@
 #include "bridge/app_bridge.h"
 
+#include "bridge/date_text.h"
+
 #include <QFileInfo>
 
 #include <algorithm>
@@ -13,6 +15,7 @@
 #include "findings/page_texts.h"
 #include "findings/size_text.h"
 #include "platform/desktop.h"
+#include "scanners/uninstaller/app_uninstaller.h"
 #include "trash/cleared_groups.h"
 
 namespace dw::ui {
@@ -36,7 +39,7 @@ QVariant ConfirmListModel::data(const QModelIndex& index, int role) const {
     case NameRole:
       return e.name;
     case SizeTextRole:
-      return QString::fromStdString(sizeText(e.bytes));
+      return e.sized ? QString::fromStdString(sizeText(e.bytes)) : QString();
     case KindWordRole:
       return e.kindWord;
   }
@@ -96,6 +99,11 @@ void AppBridge::fieldChanged(ScanModel::Field field) {
       emit phaseChanged();
       emit progressChanged();
       emit dashboardChanged();
+      // An uninstall that ended leaves its confirmation (the sheet shows the outcome now).
+      if (!clearing() && confirmingUninstall_) {
+        confirmingUninstall_ = false;
+        emit confirmChanged();
+      }
       break;
     case F::volume:
     case F::volumeName:
@@ -180,10 +188,18 @@ QString AppBridge::message() const {
 }
 
 QString AppBridge::confirmTitle() const {
+  if (confirmingUninstall_ && model_->uninstallTarget()) {
+    const auto& app = *model_->uninstallTarget();
+    return QString::fromStdString(
+        pagetexts::uninstallTitle(app.name, static_cast<std::int64_t>(app.related.size())));
+  }
   return QString::fromStdString(pagetexts::confirmTitle(confirmItems_.rowCount()));
 }
 
 QString AppBridge::confirmSize() const {
+  if (confirmingUninstall_ && model_->uninstallTarget()) {
+    return QString::fromStdString(sizeText(AppUninstaller::totalBytes(*model_->uninstallTarget())));
+  }
   return QString::fromStdString(sizeText(confirmItems_.totalBytes()));
 }
 
@@ -265,27 +281,8 @@ QString AppBridge::stoppingText() const {
   return q(pagetexts::kStoppingText);
 }
 
-namespace {
-// The locale's short time; a locale whose short form still shows seconds ("C") loses them.
-QString shortTime(const QTime& time) {
-  QString format = QLocale().timeFormat(QLocale::ShortFormat);
-  format.remove(":ss");
-  return QLocale().toString(time, format);
-}
-}  // namespace
-
 QString AppBridge::dateText(TimePoint when, TimePoint now) {
-  auto toQt = [](TimePoint t) {
-    return QDateTime::fromMSecsSinceEpoch(
-        std::chrono::duration_cast<std::chrono::milliseconds>(t.time_since_epoch()).count());
-  };
-  QDateTime at = toQt(when), today = toQt(now);
-  QLocale locale;
-  if (at.date() == today.date()) {
-    return "Today, " + shortTime(at.time());
-  }
-  if (at.date().year() == today.date().year()) return locale.toString(at.date(), "MMM d");
-  return locale.toString(at.date(), "MMM d, yyyy");
+  return localDateText(when, now);
 }
 
 QVariantList AppBridge::clearedGroups() const {
@@ -300,7 +297,7 @@ QVariantList AppBridge::clearedGroups() const {
         statusText =
             e.putBackAt
                 ? "Put back " +
-                      shortTime(
+                      localShortTime(
                           QDateTime::fromSecsSinceEpoch(Clock::to_time_t(*e.putBackAt)).time())
                 : QString("Already put back");
       } else if (status == 2) {
@@ -419,7 +416,32 @@ void AppBridge::requestConfirm(const QString& scope) {
   if (scope == "duplicates") model_->requestConfirm(ScanModel::ConfirmScope::duplicates);
 }
 
+void AppBridge::requestUninstall() {
+  const auto* app = qobject_cast<AppListModel*>(apps_.get())->currentApp();
+  if (!app || clearing()) return;
+  model_->setUninstallTarget(*app);
+  std::vector<ConfirmListModel::Entry> entries;
+  entries.push_back(
+      {QString::fromStdString(app->name), app->bundleBytes, q(pagetexts::kAppKindWord)});
+  for (const auto& path : app->related) {
+    entries.push_back({QFileInfo(QString::fromStdString(path)).fileName(), 0,
+                       q(pagetexts::kAppDataKindWord), false});
+  }
+  confirmItems_.reset(std::move(entries));
+  confirmingUninstall_ = true;
+  emit confirmChanged();
+}
+
 void AppBridge::confirmMove() {
+  if (confirmingUninstall_) {
+    model_->uninstall();
+    // Refused (it was opened meanwhile, say): the reason is in the status line.
+    if (!clearing()) {
+      confirmingUninstall_ = false;
+      emit confirmChanged();
+    }
+    return;
+  }
   if (model_->confirmScope() == ScanModel::ConfirmScope::duplicates) {
     model_->clearDuplicates();
     return;
@@ -432,6 +454,12 @@ void AppBridge::cancelConfirm() {
     stopping_ = true;
     model_->stopClearing();
     emit progressChanged();
+    return;
+  }
+  if (confirmingUninstall_) {
+    confirmingUninstall_ = false;
+    model_->setUninstallTarget(std::nullopt);
+    emit confirmChanged();
     return;
   }
   model_->dismissConfirm();

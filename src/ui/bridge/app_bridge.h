@@ -37,6 +37,7 @@ class ConfirmListModel : public QAbstractListModel {
     QString name;
     std::int64_t bytes = 0;
     QString kindWord;
+    bool sized = true;  // an app's related items are measured together, not one by one
   };
   void reset(std::vector<Entry> items);
   std::int64_t totalBytes() const;
@@ -54,6 +55,7 @@ class AppBridge : public QObject {
   Q_PROPERTY(QString scanArea READ scanArea NOTIFY scanAreaChanged)
   Q_PROPERTY(QString message READ message NOTIFY messageChanged)
   Q_PROPERTY(bool confirm READ confirm NOTIFY confirmChanged)
+  Q_PROPERTY(bool confirmingUninstall READ confirmingUninstall NOTIFY confirmChanged)
   Q_PROPERTY(QString confirmTitle READ confirmTitle NOTIFY confirmChanged)
   Q_PROPERTY(QString confirmSize READ confirmSize NOTIFY confirmChanged)
   Q_PROPERTY(int confirmCount READ confirmCount NOTIFY confirmChanged)
@@ -104,7 +106,9 @@ class AppBridge : public QObject {
   QString scannedText() const;
   QString scanArea() const;
   QString message() const;
-  bool confirm() const { return model_->confirm(); }
+  // The confirm sheet is up: for a clear of a list (the model's confirm), or for an uninstall.
+  bool confirm() const { return model_->confirm() || confirmingUninstall_; }
+  bool confirmingUninstall() const { return confirmingUninstall_; }
   QString confirmTitle() const;
   QString confirmSize() const;
   int confirmCount() const { return confirmItems_.rowCount(); }
@@ -166,6 +170,8 @@ class AppBridge : public QObject {
   Q_INVOKABLE void putBack(const QString& id);
   // The confirmation of a given list, as its footer button asks.
   Q_INVOKABLE void requestConfirm(const QString& scope);
+  // The confirmation of the Uninstaller's chosen app: its bundle and related items.
+  Q_INVOKABLE void requestUninstall();
 
  signals:
   void phaseChanged();
@@ -200,6 +206,7 @@ class AppBridge : public QObject {
   ConfirmListModel confirmItems_;
   QTimer clock_;  // keeps "Scanned 5 minutes ago" current
   bool stopping_ = false;
+  bool confirmingUninstall_ = false;
 };
 
 }  // namespace dw::ui

@@ -1,6 +1,11 @@
 #include "bridge/app_list_model.h"
 
+#include <QUrl>
+
+#include "bridge/date_text.h"
+#include "findings/page_texts.h"
 #include "findings/size_text.h"
+#include "platform/desktop.h"
 #include "scanners/uninstaller/app_uninstaller.h"
 
 namespace dw::ui {
@@ -54,7 +59,8 @@ int AppListModel::rowCount(const QModelIndex& parent) const {
 
 QVariant AppListModel::data(const QModelIndex& index, int role) const {
   if (!index.isValid() || index.row() >= rowCount()) return {};
-  const auto& app = model_.installedApps()[rows_[static_cast<size_t>(index.row())]];
+  const auto& app = at(index.row());
+  const bool needsAdmin = model_.appsNeedingAdmin().contains(app.bundlePath);
   switch (role) {
     case NameRole:
       return QString::fromStdString(app.name);
@@ -64,24 +70,48 @@ QVariant AppListModel::data(const QModelIndex& index, int role) const {
       return QString::fromStdString("App " + sizeText(app.bundleBytes) + " · related " +
                                     sizeText(app.relatedBytes));
     case RowTextRole:
-      return QString::fromStdString(AppUninstaller::rowText(app));
+      return QString::fromStdString(needsAdmin ? AppUninstaller::stayedForAdministratorRow()
+                                               : AppUninstaller::rowText(app));
     case CurrentRole:
       return index.row() == current_;
+    case IconRole:
+      return "image://appicon/" +
+             QString::fromUtf8(QUrl::toPercentEncoding(QString::fromStdString(app.bundlePath)));
+    case LastUsedRole:
+      return lastUsedText(app, Clock::now());
+    case NeedsAdminRole:
+      return needsAdmin;
   }
   return {};
 }
 
 QHash<int, QByteArray> AppListModel::roleNames() const {
-  return {{NameRole, "name"},
-          {SizeTextRole, "sizeText"},
-          {DetailRole, "detail"},
-          {RowTextRole, "rowText"},
-          {CurrentRole, "current"}};
+  return {{NameRole, "name"},         {SizeTextRole, "sizeText"},    {DetailRole, "detail"},
+          {RowTextRole, "rowText"},   {CurrentRole, "current"},      {IconRole, "iconSource"},
+          {LastUsedRole, "lastUsed"}, {NeedsAdminRole, "needsAdmin"}};
+}
+
+const AppUninstaller::AppRecord& AppListModel::at(int row) const {
+  return model_.installedApps()[rows_[static_cast<size_t>(row)]];
 }
 
 const AppUninstaller::AppRecord* AppListModel::currentApp() const {
   if (current_ < 0 || current_ >= rowCount()) return nullptr;
-  return &model_.installedApps()[rows_[static_cast<size_t>(current_)]];
+  return &at(current_);
+}
+
+QString AppListModel::title() const {
+  return QString::fromStdString(
+      pagetexts::appsTitle(static_cast<std::int64_t>(model_.installedApps().size())));
+}
+
+QString AppListModel::detail() const {
+  return QString::fromUtf8(pagetexts::kAppsDetail.data(),
+                           static_cast<qsizetype>(pagetexts::kAppsDetail.size()));
+}
+
+QString AppListModel::lastUsedText(const AppUninstaller::AppRecord& app, TimePoint now) {
+  return "Last used " + (app.lastUsed ? localDateText(*app.lastUsed, now) : QString("—"));
 }
 
 QString AppListModel::currentName() const {
@@ -122,11 +152,9 @@ void AppListModel::choose(int row) {
   emit currentChanged();
 }
 
-void AppListModel::uninstall() {
-  auto* app = currentApp();
-  if (!app) return;
-  model_.setUninstallTarget(*app);
-  model_.uninstall();
+void AppListModel::reveal(int row) {
+  if (row < 0 || row >= rowCount()) return;
+  platform::revealInFileManager(at(row).bundlePath);
 }
 
 }  // namespace dw::ui

@@ -1,7 +1,8 @@
 #pragma once
-// The Uninstaller's list: the installed apps whose name matches the search, with their sizes,
-// the row text the core gives an app that may not be removed, and the chosen app's related
-// items. Uninstalling is the model's: this asks it to, after the page's confirmation.
+// The Uninstaller's list: the installed apps whose name matches the search, with their icons,
+// sizes, last use, the row text the core gives an app that may not be removed (or whose move the
+// system refused), and the chosen app's related items. Uninstalling is the model's; the bridge
+// asks it to after the confirm sheet.
 
 #include <QAbstractListModel>
 #include <QString>
@@ -17,6 +18,8 @@ class AppListModel : public QAbstractListModel {
   Q_PROPERTY(QString query READ query WRITE setQuery NOTIFY queryChanged)
   Q_PROPERTY(int count READ rowCount NOTIFY listChanged)
   Q_PROPERTY(bool loading READ loading NOTIFY listChanged)
+  Q_PROPERTY(QString title READ title NOTIFY listChanged)
+  Q_PROPERTY(QString detail READ detail CONSTANT)
   Q_PROPERTY(int current READ current NOTIFY currentChanged)
   Q_PROPERTY(QString currentName READ currentName NOTIFY currentChanged)
   Q_PROPERTY(QStringList currentItems READ currentItems NOTIFY currentChanged)
@@ -24,7 +27,16 @@ class AppListModel : public QAbstractListModel {
   Q_PROPERTY(bool canUninstall READ canUninstall NOTIFY currentChanged)
 
  public:
-  enum Role { NameRole = Qt::UserRole + 1, SizeTextRole, DetailRole, RowTextRole, CurrentRole };
+  enum Role {
+    NameRole = Qt::UserRole + 1,
+    SizeTextRole,
+    DetailRole,
+    RowTextRole,
+    CurrentRole,
+    IconRole,
+    LastUsedRole,
+    NeedsAdminRole
+  };
   explicit AppListModel(ScanModel& model, QObject* parent = nullptr);
 
   int rowCount(const QModelIndex& parent = {}) const override;
@@ -34,17 +46,24 @@ class AppListModel : public QAbstractListModel {
   QString query() const { return query_; }
   void setQuery(const QString& query);
   bool loading() const { return model_.appsLoading(); }
+  // "12 apps": every listed app, whatever the search.
+  QString title() const;
+  QString detail() const;
   int current() const { return current_; }
   QString currentName() const;
   // The bundle and then its related items, each with its path.
   QStringList currentItems() const;
   QString currentSize() const;
   bool canUninstall() const;
+  // The chosen app, if any.
+  const AppUninstaller::AppRecord* currentApp() const;
+  // "Last used Mar 4", in the user's locale; "Last used —" when the system keeps no date.
+  static QString lastUsedText(const AppUninstaller::AppRecord& app, TimePoint now);
 
   Q_INVOKABLE void refresh();
   Q_INVOKABLE void choose(int row);
-  // Moves the chosen app and its related items to the Trash (after the page's confirmation).
-  Q_INVOKABLE void uninstall();
+  // Shows the app of this row in the file manager.
+  Q_INVOKABLE void reveal(int row);
 
   void modelChanged(ScanModel::Field field);
 
@@ -55,7 +74,7 @@ class AppListModel : public QAbstractListModel {
 
  private:
   void rebuild();
-  const AppUninstaller::AppRecord* currentApp() const;
+  const AppUninstaller::AppRecord& at(int row) const;
 
   ScanModel& model_;
   QString query_;

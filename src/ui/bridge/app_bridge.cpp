@@ -331,6 +331,11 @@ QVariantMap AppBridge::storage() const {
   auto part = [&](std::int64_t bytes) {
     return a.total > 0 ? static_cast<double>(bytes) / static_cast<double>(a.total) : 0.0;
   };
+  QVariantList legend;
+  for (const auto& s : dashboard::storageLegend(a)) {
+    legend.append(QVariantMap{{"part", QString::fromStdString(s.part)},
+                              {"label", QString::fromStdString(s.label)}});
+  }
   return QVariantMap{
       {"used", part(a.used)},
       {"ready", part(a.ready)},
@@ -338,7 +343,8 @@ QVariantMap AppBridge::storage() const {
       {"free", part(a.free)},
       {"totalText", QString::fromStdString(sizeText(a.total) + " total")},
       {"summary", QString::fromStdString(dashboard::storageSummary(a))},
-      {"explanation", QString::fromUtf8(dashboard::kHeldExplanation)},
+      {"explanation", QString::fromStdString(dashboard::storageExplanation(a))},
+      {"legend", legend},
       {"readyHeading", QString::fromStdString(dashboard::readyHeading(a.ready))},
       {"readyLine", QString::fromUtf8(dashboard::kReadyLine)},
       {"reviewTitle", QString::fromStdString(dashboard::reviewButton(a.ready))},

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QTest>
+
 #include <QAbstractItemModel>
 #include <QDateTime>
 #include <QDir>
@@ -222,9 +224,23 @@ TEST_F(AppUiTest, OnboardingRemembersItsEndAndWelcomeReopensIt) {
   EXPECT_FALSE(ui.shows("onboarding.title"));
 
   // The menu: updates are not configured; "Welcome to Dustwhale" starts again at step 0.
-  QObject* updates = ui.root()->findChild<QObject*>("menu.updates");
-  ASSERT_TRUE(updates);
-  EXPECT_FALSE(updates->property("enabled").toBool());
+  // Its reason shows on hover, and a click does nothing.
+  QObject* appMenu = ui.root()->findChild<QObject*>("menu.app");
+  ASSERT_TRUE(appMenu);
+  QMetaObject::invokeMethod(appMenu, "open");
+  ASSERT_TRUE(ui.waitFor([&] { return ui.shows("menu.updates"); }, 2000));
+  QQuickItem* updates = ui.one("menu.updates");
+  EXPECT_FALSE(updates->property("available").toBool());
+  QObject* tip = ui.root()->findChild<QObject*>("menu.updatesTip");
+  ASSERT_TRUE(tip);
+  EXPECT_FALSE(tip->property("visible").toBool());
+  QTest::mouseMove(ui.window(), updates->mapToScene({20, updates->height() / 2}).toPoint());
+  EXPECT_TRUE(ui.waitFor([&] { return tip->property("visible").toBool(); }, 3000));
+  EXPECT_EQ(tip->property("text").toString(), "Updates not configured yet");
+  ui.click(updates);
+  EXPECT_TRUE(ui.shows("menu.updates"));
+  QMetaObject::invokeMethod(appMenu, "close");
+  ui.waitFor([&] { return !ui.shows("menu.updates"); }, 2000);
   QObject* welcome = ui.root()->findChild<QObject*>("menu.welcome");
   ASSERT_TRUE(welcome);
   QMetaObject::invokeMethod(welcome, "triggered");

@@ -1,9 +1,12 @@
 #include "app_window.h"
 
 #include <QGuiApplication>
+#include <QPainter>
 #include <QPalette>
+#include <QPixmap>
 #include <QQmlContext>
 #include <QQuickStyle>
+#include <QSvgRenderer>
 #include <cstdlib>
 
 #include "bridge/app_icon.h"
@@ -17,6 +20,21 @@ void chooseDisplayBackend(bool forceOffscreen) {
     setenv("QT_QPA_PLATFORM", "offscreen", 1);
     setenv("QT_QUICK_BACKEND", "software", 1);
   }
+}
+
+QIcon windowIcon() {
+  QSvgRenderer svg(QStringLiteral(":/Dustwhale/icons/app/dustwhale.svg"));
+  QIcon icon;
+  for (int size : {16, 32, 48, 64, 128, 256}) {
+    QPixmap pixmap(size, size);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    svg.render(&painter);
+    painter.end();
+    icon.addPixmap(pixmap);
+  }
+  return icon;
 }
 
 AppWindow openAppWindow(const Locations& places, const QString& appearance) {

@@ -57,6 +57,15 @@ ApplicationWindow {
     function setOnboardingStep(step) { onboardingSheet.step = step }
     function setDark(dark) { Theme.dark = dark }
     function setConfirmShowAll(all) { confirmSheet.showAll = all }
+    function setConfirmPreview(state, progress, fraction, message) {
+        confirmSheet.preview = state
+        confirmSheet.previewProgress = progress
+        confirmSheet.previewFraction = fraction
+        confirmSheet.previewMessage = message
+    }
+    // The screenshot mode's picture of the notice above App leftovers (a home it may read all of
+    // has none to show).
+    property string previewNotice: ""
 
     menuBar: MenuBar {
         objectName: "menuBar"
@@ -244,7 +253,7 @@ ApplicationWindow {
                         objectName: "page.leftovers"
                         list: dw.leftovers
                         scanning: dw.scanning
-                        notice: dw.unreadNotice
+                        notice: window.previewNotice !== "" ? window.previewNotice : dw.unreadNotice
                         noticeAction: dw.fullDiskAccessSetting ? "Open Full Disk Access settings" : ""
                         onNoticeTriggered: dw.openFullDiskAccessSettings()
                     }

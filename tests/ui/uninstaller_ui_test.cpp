@@ -67,7 +67,8 @@ TEST(UninstallerUi, IconsRefusalRowsAndAnAppTheSystemWillNotMove) {
     rows[rowText(row, "apps.name")] = row;
   ASSERT_EQ(rows.size(), 5u);
   // The system keeps no last-used date for an app here.
-  EXPECT_TRUE(rowText(rows["Plain"], "apps.detail").endsWith(" · Last used —"))
+  EXPECT_TRUE(
+      rowText(rows["Plain"], "apps.detail").replace(QChar(0xa0), ' ').endsWith(" · Last used —"))
       << rowText(rows["Plain"], "apps.detail").toStdString();
   EXPECT_EQ(rowText(rows["Safari"], "apps.rowText"), "Apple app. Stays installed.");
   EXPECT_EQ(rowText(rows["Dustwhale"], "apps.rowText"), "This app. Stays installed.");

@@ -423,15 +423,14 @@ void AppBridge::requestConfirm(const QString& scope) {
 }
 
 void AppBridge::requestUninstall() {
-  const auto* app = qobject_cast<AppListModel*>(apps_.get())->currentApp();
+  const auto* app = apps_->currentApp();
   if (!app || clearing()) return;
   model_->setUninstallTarget(*app);
   std::vector<ConfirmListModel::Entry> entries;
   entries.push_back(
       {QString::fromStdString(app->name), app->bundleBytes, q(pagetexts::kAppKindWord)});
   for (const auto& path : app->related) {
-    entries.push_back({QFileInfo(QString::fromStdString(path)).fileName(), 0,
-                       q(pagetexts::kAppDataKindWord), false});
+    entries.push_back({apps_->itemName(path), 0, q(pagetexts::kAppDataKindWord), false});
   }
   confirmItems_.reset(std::move(entries));
   confirmingUninstall_ = true;

@@ -2,6 +2,7 @@
 
 #include <QUrl>
 
+#include "base/paths.h"
 #include "bridge/date_text.h"
 #include "findings/page_texts.h"
 #include "findings/size_text.h"
@@ -119,13 +120,30 @@ QString AppListModel::currentName() const {
   return app ? QString::fromStdString(app->name) : QString();
 }
 
-QStringList AppListModel::currentItems() const {
-  QStringList out;
+QString AppListModel::itemName(const std::string& path) const {
+  const std::string& library = model_.places().library;
+  if (path.size() > library.size() + 1 && path.starts_with(library + "/")) {
+    return QString::fromStdString(path.substr(library.size() + 1));
+  }
+  return QString::fromStdString(std::string(paths::lastComponent(path)));
+}
+
+QVariantList AppListModel::currentItems() const {
+  QVariantList out;
   auto* app = currentApp();
   if (!app) return out;
-  out << QString::fromStdString(app->bundlePath);
+  const std::string& home = model_.places().home;
+  auto place = [&](const std::string& path) {
+    std::string folder(paths::parent(path));
+    if (folder == home || folder.starts_with(home + "/")) folder = "~" + folder.substr(home.size());
+    return QString::fromStdString(folder);
+  };
+  auto name = [](const std::string& path) {
+    return QString::fromStdString(std::string(paths::lastComponent(path)));
+  };
+  out.append(QVariantMap{{"name", name(app->bundlePath)}, {"place", place(app->bundlePath)}});
   for (const auto& path : app->related)
-    out << QString::fromStdString(path);
+    out.append(QVariantMap{{"name", name(path)}, {"place", place(path)}});
   return out;
 }
 

@@ -22,7 +22,7 @@ class AppListModel : public QAbstractListModel {
   Q_PROPERTY(QString detail READ detail CONSTANT)
   Q_PROPERTY(int current READ current NOTIFY currentChanged)
   Q_PROPERTY(QString currentName READ currentName NOTIFY currentChanged)
-  Q_PROPERTY(QStringList currentItems READ currentItems NOTIFY currentChanged)
+  Q_PROPERTY(QVariantList currentItems READ currentItems NOTIFY currentChanged)
   Q_PROPERTY(QString currentSize READ currentSize NOTIFY currentChanged)
   Q_PROPERTY(bool canUninstall READ canUninstall NOTIFY currentChanged)
 
@@ -51,8 +51,11 @@ class AppListModel : public QAbstractListModel {
   QString detail() const;
   int current() const { return current_; }
   QString currentName() const;
-  // The bundle and then its related items, each with its path.
-  QStringList currentItems() const;
+  // The bundle and then its related items: name and place (the folder, the home shown as "~").
+  QVariantList currentItems() const;
+  // An item's name in the confirmation: a related item under the Library folder it is in
+  // ("Caches/com.example.foo"), since several carry the same name.
+  QString itemName(const std::string& path) const;
   QString currentSize() const;
   bool canUninstall() const;
   // The chosen app, if any.

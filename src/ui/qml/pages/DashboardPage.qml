@@ -86,7 +86,7 @@ Item {
                                 objectName: "storage.legend"
                                 property string label: modelData.label
                                 spacing: 6
-                                Rectangle { width: 9; height: 9; radius: 4.5; color: bar.colors[modelData.part]; anchors.verticalCenter: parent.verticalCenter; border.width: 1; border.color: Qt.darker(color, 1.08) }
+                                Rectangle { width: 9; height: 9; radius: 4.5; color: bar.colors[modelData.part]; anchors.verticalCenter: parent.verticalCenter; border.width: 1; border.color: modelData.part === "free" ? Theme.fieldBorder : Qt.darker(color, 1.08) }
                                 Text { text: modelData.label; color: Theme.secondaryText; font.pixelSize: Theme.smallSize + 1 }
                             }
                         }

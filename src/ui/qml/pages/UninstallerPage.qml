@@ -85,7 +85,7 @@ Item {
                         required property bool current
                         objectName: "apps.row"
                         width: list.width
-                        height: rowText !== "" ? 74 : 58
+                        height: Math.max(58, rowColumn.implicitHeight + 20)
                         color: current ? Theme.accentTint : "transparent"
                         Image {
                             id: appIcon
@@ -100,6 +100,7 @@ Item {
                             fillMode: Image.PreserveAspectFit
                         }
                         ColumnLayout {
+                            id: rowColumn
                             anchors.left: appIcon.right
                             anchors.right: size.left
                             anchors.leftMargin: 12
@@ -118,9 +119,12 @@ Item {
                             Text {
                                 objectName: "apps.detail"
                                 Layout.fillWidth: true
-                                text: detail + " · " + lastUsed
+                                // "Last used …" is kept on one line.
+                                text: detail + " · " + lastUsed.replace(/ /g, "\u00a0")
                                 color: Theme.secondaryText
                                 font.pixelSize: Theme.smallSize + 1
+                                wrapMode: Text.WordWrap
+                                maximumLineCount: 2
                                 elide: Text.ElideRight
                             }
                             RowLayout {
@@ -133,7 +137,7 @@ Item {
                                     text: rowText
                                     color: Theme.warning
                                     font.pixelSize: Theme.smallSize + 1
-                                    elide: Text.ElideRight
+                                    wrapMode: Text.WordWrap
                                 }
                                 DwButton {
                                     objectName: "apps.reveal"
@@ -166,7 +170,8 @@ Item {
                 }
             }
             Card {
-                Layout.preferredWidth: 300
+                // Narrower in a small window, so the list keeps room for its rows.
+                Layout.preferredWidth: Math.max(240, Math.min(320, Math.round(page.width * 0.34)))
                 Layout.fillHeight: true
                 ColumnLayout {
                     anchors.fill: parent
@@ -182,19 +187,40 @@ Item {
                         font.weight: Font.DemiBold
                         elide: Text.ElideRight
                     }
+                    Text {
+                        Layout.fillWidth: true
+                        text: "Moves to the Trash"
+                        color: Theme.tertiaryText
+                        font.pixelSize: Theme.smallSize
+                        font.weight: Font.DemiBold
+                    }
                     ListView {
                         Layout.fillWidth: true
                         Layout.fillHeight: true
                         clip: true
+                        spacing: 8
+                        boundsBehavior: Flickable.StopAtBounds
                         model: page.apps.currentItems
-                        delegate: Text {
-                            required property string modelData
+                        delegate: Column {
+                            required property var modelData
+                            objectName: "apps.item"
                             width: ListView.view.width
-                            text: modelData
-                            color: Theme.secondaryText
-                            font.pixelSize: Theme.smallSize + 1
-                            elide: Text.ElideMiddle
-                            height: 20
+                            spacing: 1
+                            Text {
+                                objectName: "apps.itemName"
+                                width: parent.width
+                                text: modelData.name
+                                color: Theme.text
+                                font.pixelSize: Theme.smallSize + 1
+                                elide: Text.ElideMiddle
+                            }
+                            Text {
+                                width: parent.width
+                                text: modelData.place
+                                color: Theme.tertiaryText
+                                font.pixelSize: Theme.smallSize
+                                elide: Text.ElideMiddle
+                            }
                         }
                     }
                     DwButton {

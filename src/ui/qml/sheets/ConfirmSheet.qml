@@ -65,6 +65,9 @@ Sheet {
                 Text {
                     objectName: "confirm.outcome"
                     Layout.fillWidth: true
+                    Layout.leftMargin: 16
+                    Layout.rightMargin: 16
+                    lineHeight: 1.15
                     horizontalAlignment: Text.AlignHCenter
                     wrapMode: Text.WordWrap
                     text: sheet.preview === "done" ? sheet.previewMessage : dw.message
@@ -73,6 +76,7 @@ Sheet {
                 }
                 RowLayout {
                     Layout.alignment: Qt.AlignHCenter
+                    Layout.topMargin: 8
                     spacing: 10
                     DwButton {
                         objectName: "confirm.recentlyCleared"

@@ -285,9 +285,14 @@ QString AppBridge::dateText(TimePoint when, TimePoint now) {
   return localDateText(when, now);
 }
 
+void AppBridge::setClock(std::function<TimePoint()> now) {
+  now_ = std::move(now);
+  emit clearedChanged();
+}
+
 QVariantList AppBridge::clearedGroups() const {
   QVariantList groups;
-  TimePoint now = Clock::now();
+  TimePoint now = now_();
   for (const auto& group : ClearedLog::groupBySession(model_->clearedEntries())) {
     QVariantList entries;
     for (const auto& e : group.entries) {

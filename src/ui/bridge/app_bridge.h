@@ -9,6 +9,7 @@
 #include <QTimer>
 #include <QVariantList>
 #include <QVariantMap>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -133,6 +134,8 @@ class AppBridge : public QObject {
   QString clearedTitle() const;
   // "Today, 14:05", "Mar 4" this year, "Mar 4, 2024" before, in the user's locale.
   static QString dateText(TimePoint when, TimePoint now);
+  // The clock Recently Cleared tells its dates by (the system's unless a test fixes one).
+  void setClock(std::function<TimePoint()> now);
   QString failureText() const;
   QString volumeName() const { return QString::fromStdString(model_->volumeName()); }
   // The storage bar: fractions (used, ready, held, free), totalText, summary, explanation,
@@ -207,6 +210,7 @@ class AppBridge : public QObject {
   QTimer clock_;  // keeps "Scanned 5 minutes ago" current
   bool stopping_ = false;
   bool confirmingUninstall_ = false;
+  std::function<TimePoint()> now_ = [] { return Clock::now(); };
 };
 
 }  // namespace dw::ui

@@ -37,14 +37,14 @@ echo "home: $count candidate files of 1 MiB or more, $(awk -v b="$bytes" 'BEGIN 
 # The same answer first.
 out=$bench_dir/out
 mkdir -p "$out"
-"$dustwhale" duplicates --home "$home" --json >"$out/dustwhale.json"
+"$dustwhale" duplicates --home "$home" --layout macos --json >"$out/dustwhale.json"
 jdupes -q -r "${folders[@]}" >"$out/jdupes.txt"
 (cd "$out" && rdfind -outputname "$out/rdfind.txt" "${folders[@]}" >/dev/null)
 fdupes -q -r "${folders[@]}" >"$out/fdupes.txt"
 python3 "$repo/bench/duplicate_groups.py" "$out/dustwhale.json" "$out/jdupes.txt" \
   "$out/rdfind.txt" "$out/fdupes.txt" || die "MISMATCH: the tools do not report the same groups"
 
-run_dustwhale() { "$dustwhale" duplicates --home "$home" --json; }
+run_dustwhale() { "$dustwhale" duplicates --home "$home" --layout macos --json; }
 run_jdupes() { jdupes -q -r "${folders[@]}"; }
 run_rdfind() { (cd "$out" && rdfind -makeresultsfile false "${folders[@]}"); }
 run_fdupes() { fdupes -q -r "${folders[@]}"; }
@@ -69,7 +69,7 @@ declare -A med
 for t in "${tools[@]}"; do
   med[$t]=$(echo "${times[$t]}" | median)
 done
-peak_kb=$(peak_kib "$dustwhale" duplicates --home "$home" --json)
+peak_kb=$(peak_kib "$dustwhale" duplicates --home "$home" --layout macos --json)
 
 awk -v dw="${med[dustwhale]}" -v jd="${med[jdupes]}" -v rd="${med[rdfind]}" \
   -v fd="${med[fdupes]}" -v rf="${med[read]}" -v hf="${med[hash]}" -v kb="$peak_kb" \

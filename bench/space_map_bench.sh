@@ -24,7 +24,7 @@ fi
 within=$(find "$home" -xdev -maxdepth 3 | wc -l)
 expected=$(find "$home" -xdev -maxdepth 3 -printf '%b %n %i %y\n' |
   awk '{ if ($4 != "d" && $2 > 1 && seen[$3]++) next; total += $1 * 512 } END { printf "%d\n", total }')
-got=$("$dustwhale" space-map --home "$home" --depth 0 --json 2>/dev/null |
+got=$("$dustwhale" space-map --home "$home" --layout macos --depth 0 --json 2>/dev/null |
   awk -F': ' '/"bytes"/ { gsub(/,/, "", $2); print $2; exit }')
 if [ "$got" != "$expected" ]; then
   die "MISMATCH: the space map counted $got bytes, the pruned find $expected bytes in $home"
@@ -34,13 +34,13 @@ echo "home: $within entries within three levels, $expected bytes (the map and fi
 find_run() { find "$home" -xdev -maxdepth 3 -printf '%b\n'; }
 du_run() { du -x -d 3 "$home"; }
 gdu_run() { gdu -n -p "$home"; }
-dustwhale_run() { "$dustwhale" space-map --home "$home" 2>/dev/null; }
+dustwhale_run() { "$dustwhale" space-map --home "$home" --layout macos 2>/dev/null; }
 tools=(find_run dustwhale_run du_run)
 command -v gdu >/dev/null && tools+=(gdu_run)
 wait_for_quiet
 load_before=$(load1)
 time_all "${tools[@]}"
-peak_kb=$(peak_kib "$dustwhale" space-map --home "$home" 2>/dev/null)
+peak_kb=$(peak_kib "$dustwhale" space-map --home "$home" --layout macos 2>/dev/null)
 
 for t in "${tools[@]}"; do
   awk -v t="${t%_run}" -v us="${median_us[$t]}" -v f="${median_us[find_run]}" -v runs="$runs" \

@@ -33,8 +33,8 @@ void PlaceOptions::addTo(CLI::App& command) {
   command.add_option("--root", root, "Scan a whole tree shaped like a computer's disk")
       ->capture_default_str();
   command.add_option("--home", home, "The home folder (default: yours)");
-  command.add_option("--layout", layout, "The places to read: macos")
-      ->check(CLI::IsMember({"macos"}));
+  command.add_option("--layout", layout, "The places to read: linux (the default here) or macos")
+      ->check(CLI::IsMember({"linux", "macos"}));
 }
 
 Locations PlaceOptions::locations() const {

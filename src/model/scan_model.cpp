@@ -54,11 +54,6 @@ ScanModel::ScanModel(Dispatcher& dispatcher, Locations places, platform::Workspa
   } catch (const std::exception& e) {
     message_ = std::string("Recently Cleared could not be brought up to date (") + e.what() + ").";
   }
-  // Events come on the workspace's thread; they reach the model only on its own.
-  workspace_.setAppEventHandler(
-      [this, post = poster()](const std::string& bundleID, bool launched) {
-        post([this, bundleID, launched] { applicationEvent(bundleID, launched); });
-      });
 }
 
 ScanModel::~ScanModel() {
@@ -130,6 +125,7 @@ ScanModel::ScanResult ScanModel::runScanPipeline(
 
 void ScanModel::scan() {
   if (underTestHost()) return;
+  watchApplications();
   if (scanTask_) scanTask_->cancel();
   std::uint64_t generation = ++scanGeneration_;
 
@@ -404,6 +400,18 @@ bool ScanModel::putBack(const ClearedLog::Entry& entry) {
 }
 
 // ---- Chrome ---------------------------------------------------------------------------------
+
+void ScanModel::watchApplications() {
+  // Launches and quits change only a scan's cache findings, so nothing watches for them until
+  // the first scan: a space map or a measurement never pays for the watching.
+  if (watchingApplications_) return;
+  watchingApplications_ = true;
+  // Events come on the workspace's thread; they reach the model only on its own.
+  workspace_.setAppEventHandler(
+      [this, post = poster()](const std::string& bundleID, bool launched) {
+        post([this, bundleID, launched] { applicationEvent(bundleID, launched); });
+      });
+}
 
 void ScanModel::applicationEvent(const std::string& bundleID, bool launched) {
   if (bundleID != CacheScanner::kChromeBundleID) return;

@@ -211,6 +211,7 @@ class ScanModel {
   void leaveSpaceNodes(size_t level);
 
   // Chrome launched or quit (or any other app, which changes nothing).
+  void watchApplications();
   void applicationEvent(const std::string& bundleID, bool launched);
 
   // ---- Installed apps and uninstall (scan_model_apps.cpp) ----
@@ -255,6 +256,7 @@ class ScanModel {
   platform::UserDefaults& defaults_;
   std::vector<Observer> observers_;
   std::shared_ptr<ScanModel*> alive_;
+  bool watchingApplications_ = false;
 
   Phase phase_ = Phase::scanning();
   std::optional<TimePoint> lastScannedAt_;

@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <fstream>
+#include <sstream>
 #include <stdexcept>
 
 #include "base/paths.h"
@@ -17,7 +19,83 @@ std::string environment(const char* name) {
   return value && *value == '/' ? std::string(value) : std::string();
 }
 
+#ifdef __APPLE__
+constexpr Locations::Layout kPlatformLayout = Locations::Layout::macos;
+#else
+constexpr Locations::Layout kPlatformLayout = Locations::Layout::linux;
+#endif
+
+// An XDG base folder: the variable when home is the current user's own home, else the default
+// below home (a scanned test home never reaches into the real user's folders).
+std::string xdgFolder(const char* variable, const std::string& home, std::string_view fallback) {
+  if (paths::standardize(currentHome()) == home) {
+    std::string value = environment(variable);
+    if (!value.empty()) return paths::standardize(value);
+  }
+  return paths::join(home, fallback);
+}
+
+// The program's own log and settings: the user's data and config folders, whatever is scanned.
+void ownFilesOnLinux(Locations& l) {
+  std::string dataHome = environment("XDG_DATA_HOME");
+  if (dataHome.empty()) dataHome = paths::join(currentHome(), ".local/share");
+  l.logFile = paths::join(dataHome, l.bundleID + "/cleared.json");
+  std::string configHome = environment("XDG_CONFIG_HOME");
+  if (configHome.empty()) configHome = paths::join(currentHome(), ".config");
+  l.defaultsFile = paths::join(configHome, l.bundleID + ".json");
+}
+
+std::string readSmallFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) return {};
+  std::string text(64 * 1024, '\0');
+  in.read(text.data(), static_cast<std::streamsize>(text.size()));
+  text.resize(static_cast<size_t>(in.gcount()));
+  return text;
+}
+
 }  // namespace
+
+std::vector<std::pair<std::string, std::string>> parseUserDirs(std::string_view text,
+                                                               const std::string& home) {
+  std::vector<std::pair<std::string, std::string>> folders;
+  std::istringstream lines{std::string(text)};
+  std::string line;
+  while (std::getline(lines, line)) {
+    size_t start = line.find_first_not_of(" \t");
+    if (start == std::string::npos || line[start] == '#') continue;
+    std::string_view l = std::string_view(line).substr(start);
+    if (!l.starts_with("XDG_")) continue;
+    size_t equals = l.find('=');
+    if (equals == std::string_view::npos) continue;
+    std::string_view key = l.substr(4, equals - 4);
+    if (!key.ends_with("_DIR")) continue;
+    key.remove_suffix(4);
+    std::string_view value = l.substr(equals + 1);
+    while (!value.empty() && (value.back() == ' ' || value.back() == '\t' || value.back() == '\r'))
+      value.remove_suffix(1);
+    if (value.size() < 2 || value.front() != '"' || value.back() != '"') continue;
+    value = value.substr(1, value.size() - 2);
+    std::string unescaped;
+    for (size_t i = 0; i < value.size(); ++i) {
+      if (value[i] == '\\' && i + 1 < value.size()) ++i;
+      unescaped.push_back(value[i]);
+    }
+    std::string path;
+    if (std::string_view(unescaped).starts_with("$HOME")) {
+      std::string_view rest = std::string_view(unescaped).substr(5);
+      if (!rest.empty() && rest.front() != '/') continue;  // "$HOMEWORK" is no home folder
+      path = paths::standardize(home + std::string(rest));
+    } else if (!unescaped.empty() && unescaped.front() == '/') {
+      path = paths::standardize(unescaped);
+    } else {
+      continue;
+    }
+    if (path == paths::standardize(home) || path == "/") continue;
+    folders.emplace_back(std::string(key), path);
+  }
+  return folders;
+}
 
 std::string currentHome() {
   std::string home = environment("HOME");
@@ -70,22 +148,65 @@ Locations Locations::macos(std::string root, std::string home, std::string bundl
   l.systemExtensions = l.underRoot("/Library/SystemExtensions");
   l.refusedRoots = {l.underRoot("/Applications"), l.underRoot("/Library"), l.underRoot("/System")};
 
+  l.music = paths::join(h, "Music");
+  l.pictures = paths::join(h, "Pictures");
+  l.cacheHome = l.caches;
+  l.configHome = paths::join(h, "Library/Preferences");
+  l.dataHome = paths::join(h, "Library/Application Support");
+
 #ifdef __APPLE__
   l.logFile = paths::join(h, "Library/Application Support/" + l.bundleID + "/cleared.json");
 #else
   // On Linux the log is the user's data, kept where the desktop keeps application data.
-  std::string dataHome = environment("XDG_DATA_HOME");
-  if (dataHome.empty()) dataHome = paths::join(currentHome(), ".local/share");
-  l.logFile = paths::join(dataHome, l.bundleID + "/cleared.json");
-  std::string configHome = environment("XDG_CONFIG_HOME");
-  if (configHome.empty()) configHome = paths::join(currentHome(), ".config");
-  l.defaultsFile = paths::join(configHome, l.bundleID + ".json");
+  ownFilesOnLinux(l);
 #endif
   return l;
 }
 
+Locations Locations::linux(std::string root, std::string home, std::string bundleID) {
+  Locations l;
+  l.layout = Layout::linux;
+  l.root = paths::standardize(root.empty() ? "/" : root);
+  l.home = paths::standardize(home);
+  l.bundleID = std::move(bundleID);
+  const std::string& h = l.home;
+
+  l.cacheHome = xdgFolder("XDG_CACHE_HOME", h, ".cache");
+  l.configHome = xdgFolder("XDG_CONFIG_HOME", h, ".config");
+  l.dataHome = xdgFolder("XDG_DATA_HOME", h, ".local/share");
+  l.caches = l.cacheHome;
+
+  // English names first, then what the user's own table says.
+  l.downloads = paths::join(h, "Downloads");
+  l.desktop = paths::join(h, "Desktop");
+  l.movies = paths::join(h, "Videos");
+  l.documents = paths::join(h, "Documents");
+  l.music = paths::join(h, "Music");
+  l.pictures = paths::join(h, "Pictures");
+  for (auto& [key, path] :
+       parseUserDirs(readSmallFile(paths::join(l.configHome, "user-dirs.dirs")), h)) {
+    if (key == "DOWNLOAD")
+      l.downloads = path;
+    else if (key == "DESKTOP")
+      l.desktop = path;
+    else if (key == "VIDEOS")
+      l.movies = path;
+    else if (key == "DOCUMENTS")
+      l.documents = path;
+    else if (key == "MUSIC")
+      l.music = path;
+    else if (key == "PICTURES")
+      l.pictures = path;
+  }
+  l.moviesName = std::string(paths::lastComponent(l.movies));
+
+  ownFilesOnLinux(l);
+  return l;
+}
+
 Locations Locations::platformDefault(std::string home) {
-  return macos("/", std::move(home));
+  if (kPlatformLayout == Layout::macos) return macos("/", std::move(home));
+  return linux("/", std::move(home));
 }
 
 Locations Locations::resolve(const std::string& root, const std::string& home,
@@ -106,11 +227,13 @@ Locations Locations::resolve(const std::string& root, const std::string& home,
   if (!layout.empty() && !layoutNamed(layout))
     throw std::invalid_argument("unknown layout " + layout);
   if (home.empty() && (r == "/") && layout.empty()) return platformDefault(h);
-  return macos(r, h);
+  Layout chosen = layout.empty() ? kPlatformLayout : *layoutNamed(layout);
+  return chosen == Layout::macos ? macos(r, h) : linux(r, h);
 }
 
 std::optional<Locations::Layout> Locations::layoutNamed(std::string_view name) {
   if (name == "macos") return Layout::macos;
+  if (name == "linux") return Layout::linux;
   return std::nullopt;
 }
 

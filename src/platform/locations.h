@@ -1,11 +1,13 @@
 #pragma once
 // Every fixed place the program reads or writes, in one value built from a file-system root, a
 // home folder and a layout. Scanners take their folders from here and nowhere else, so a whole
-// Mac-shaped tree under a temporary folder can be scanned on any machine.
+// Mac-shaped tree under a temporary folder can be scanned on any machine, and a Linux home is
+// the same engine reading a different table of places.
 
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace dw {
@@ -13,7 +15,10 @@ namespace dw {
 inline constexpr std::string_view kBundleID = "com.dustwhale.Dustwhale";
 
 struct Locations {
-  enum class Layout { macos };
+  enum class Layout {
+    macos,  // ~/Library, /Applications, bundle identifiers
+    linux   // the XDG folders, Flatpak and AppImage
+  };
 
   // How a leftover location's entries yield a candidate bundle identifier.
   enum class EntryRule {
@@ -40,7 +45,13 @@ struct Locations {
   std::string npmCache;        // ~/.npm/_cacache
   std::string npxCache;        // ~/.npm/_npx
   std::string gradleCaches;    // ~/.gradle/caches
-  std::string downloads, desktop, movies, documents;
+  // The user's folders. On Linux they are the XDG user folders (localised names included);
+  // `movies` is the videos folder there, and `moviesName` its name for the texts that name it.
+  std::string downloads, desktop, movies, documents, music, pictures;
+  std::string moviesName = "Movies";
+  std::string cacheHome;   // ~/Library/Caches on a Mac, $XDG_CACHE_HOME (~/.cache) on Linux
+  std::string configHome;  // ~/Library/Preferences on a Mac, $XDG_CONFIG_HOME (~/.config) on Linux
+  std::string dataHome;    // ~/Library/Application Support, $XDG_DATA_HOME (~/.local/share)
 
   std::vector<LeftoverLocation> leftoverLocations;
   // /Applications, /Applications/Utilities, ~/Applications: bundles and vendor folders of them.
@@ -54,12 +65,18 @@ struct Locations {
   // The Mac's places under root (default "/") and home.
   static Locations macos(std::string root, std::string home,
                          std::string bundleID = std::string(kBundleID));
+  // A Linux desktop's places under root and home. The XDG variables are honoured only when home
+  // is the current user's own home folder: a scanned test home keeps its own ~/.cache and
+  // ~/.config. The user folders come from ~/.config/user-dirs.dirs; an entry that is missing,
+  // malformed or the home folder itself gets the English name.
+  static Locations linux(std::string root, std::string home,
+                         std::string bundleID = std::string(kBundleID));
   // This platform's own layout for the given home folder.
   static Locations platformDefault(std::string home);
   static std::optional<Layout> layoutNamed(std::string_view name);
   // The places a front end was asked for: root (default "/"), home (default the user's) and a
-  // layout name, relative paths taken from the current folder. Throws std::invalid_argument
-  // with a one-line reason (a missing home folder, an unknown layout).
+  // layout name (default this platform's), relative paths taken from the current folder. Throws
+  // std::invalid_argument with a one-line reason (a missing home folder, an unknown layout).
   static Locations resolve(const std::string& root, const std::string& home,
                            const std::string& layout);
 
@@ -69,5 +86,12 @@ struct Locations {
 
 // The current user's home folder ($HOME, else the password database).
 std::string currentHome();
+
+// The folders named in a user-dirs.dirs text (XDG_DOWNLOAD_DIR="$HOME/Downloads" and so on),
+// resolved against home: a "$HOME/..." or absolute value in double quotes. Keys are the names
+// between "XDG_" and "_DIR" ("DOWNLOAD", "VIDEOS"); a value that is the home folder itself
+// (the folder switched off) is left out.
+std::vector<std::pair<std::string, std::string>> parseUserDirs(std::string_view text,
+                                                               const std::string& home);
 
 }  // namespace dw

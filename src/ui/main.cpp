@@ -35,7 +35,8 @@ int main(int argc, char** argv) {
                                 "DIR");
   QCommandLineOption rootOption("root", "Scan a whole tree under R as if it were /.", "R");
   QCommandLineOption homeOption("home", "The home folder to scan.", "H");
-  QCommandLineOption layoutOption("layout", "The layout of the home folder (macos).", "LAYOUT");
+  QCommandLineOption layoutOption("layout", "The layout of the home folder: linux or macos.",
+                                  "LAYOUT");
   QCommandLineOption appearanceOption("appearance", "light or dark.", "APPEARANCE");
   parser.addOptions({shotOption, rootOption, homeOption, layoutOption, appearanceOption});
   parser.process(app);

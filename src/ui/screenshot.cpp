@@ -202,11 +202,13 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
     for (const auto& location : dw.model().places().leftoverLocations) {
       if (unread.size() < 2) unread.push_back(location.display);
     }
-    s.set("previewNotice", QString::fromStdString(pagetexts::unreadLeftoversNotice(
-                               unread, platform::hasFullDiskAccessSetting())));
-    s.call("showPage", "leftovers");
-    s.shoot("leftovers-unread-notice");
-    s.set("previewNotice", QString());
+    if (!unread.empty()) {  // a layout with no leftover locations has no such notice
+      s.set("previewNotice", QString::fromStdString(pagetexts::unreadLeftoversNotice(
+                                 unread, platform::hasFullDiskAccessSetting())));
+      s.call("showPage", "leftovers");
+      s.shoot("leftovers-unread-notice");
+      s.set("previewNotice", QString());
+    }
   }
   return s.ok;
 }

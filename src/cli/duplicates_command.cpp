@@ -6,6 +6,7 @@
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/session.h"
+#include "findings/page_texts.h"
 #include "findings/size_text.h"
 
 namespace dw::cli {
@@ -18,7 +19,7 @@ Scope scopeNamed(const std::vector<std::string>& names) {
   Scope scope;
   for (const std::string& name : names) {
     if (name == "downloads") scope.insert(Scope::downloads);
-    if (name == "movies") scope.insert(Scope::movies);
+    if (name == "movies" || name == "videos") scope.insert(Scope::movies);
     if (name == "music") scope.insert(Scope::music);
     if (name == "pictures") scope.insert(Scope::pictures);
   }
@@ -83,12 +84,18 @@ Runner addDuplicates(CLI::App& app) {
     bool yes = false;
   };
   auto options = std::make_shared<Options>();
+  // The help names the videos folder as this user's desktop does ("Videos" on Linux).
+  std::string moviesName = Locations::platformDefault(currentHome()).moviesName;
   CLI::App* cmd = app.add_subcommand(
-      "duplicates", "Find byte-identical copies in Downloads, Movies, Music and Pictures");
+      "duplicates",
+      pagetexts::namingMovies("Find byte-identical copies in Downloads, Movies, Music and Pictures",
+                              moviesName));
   options->places.addTo(*cmd);
-  cmd->add_option("--scope", options->scope, "Folders to search (default: all four)")
+  cmd->add_option("--scope", options->scope,
+                  "Folders to search: downloads, movies (or videos), music, pictures (default: "
+                  "all four)")
       ->delimiter(',')
-      ->check(CLI::IsMember({"downloads", "movies", "music", "pictures"}));
+      ->check(CLI::IsMember({"downloads", "movies", "videos", "music", "pictures"}));
   auto* json = cmd->add_flag("--json", options->json, "Print one JSON object");
   auto* clear = cmd->add_flag(
       "--clear", options->clear,

@@ -5,6 +5,7 @@
 #include "base/time.h"
 #include "cli/output.h"
 #include "findings/notes.h"
+#include "findings/page_texts.h"
 #include "findings/size_text.h"
 
 namespace dw::cli {
@@ -87,7 +88,9 @@ void printScanText(const ScanModel& model) {
     std::cout << group.title;
     if (count) std::cout << " · " << sizeText(total);
     std::cout << '\n';
-    if (!count) std::cout << "    " << group.empty << '\n';
+    if (!count)
+      std::cout << "    " << pagetexts::namingMovies(group.empty, model.places().moviesName)
+                << '\n';
     for (const auto& f : model.caches()) {
       if (f.kind != group.kind) continue;
       const char* mark = model.selected().count(f.id) ? "[x]" : (f.removable ? "[ ]" : " - ");

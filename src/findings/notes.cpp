@@ -1,6 +1,7 @@
 #include "findings/notes.h"
 
 #include <array>
+#include <utility>
 
 #include "base/paths.h"
 #include "base/time.h"
@@ -130,6 +131,80 @@ std::string cacheDisplayName(std::string_view folderName) {
     return std::string(folderName.substr(dot + 1));
   }
   return std::string(folderName);
+}
+
+std::string linuxCacheDisplayName(std::string_view relativePath) {
+  // Folder names as the programs create them in ~/.cache, and what their users call them.
+  static constexpr std::array<std::pair<std::string_view, std::string_view>, 64> kNames = {{
+      {"mozilla", "Firefox cache"},
+      {"google-chrome", "Chrome cache"},
+      {"google-chrome-beta", "Chrome Beta cache"},
+      {"google-chrome-unstable", "Chrome Dev cache"},
+      {"chromium", "Chromium cache"},
+      {"BraveSoftware", "Brave cache"},
+      {"microsoft-edge", "Microsoft Edge cache"},
+      {"microsoft-edge-beta", "Microsoft Edge Beta cache"},
+      {"vivaldi", "Vivaldi cache"},
+      {"opera", "Opera cache"},
+      {"thunderbird", "Thunderbird cache"},
+      {"epiphany", "GNOME Web cache"},
+      {"falkon", "Falkon cache"},
+      {"pip", "pip downloads"},
+      {"pypoetry/cache", "Poetry downloads"},
+      {"pypoetry/artifacts", "Poetry built packages"},
+      {"uv", "uv cache"},
+      {"pipenv", "Pipenv downloads"},
+      {"virtualenv", "virtualenv seed packages"},
+      {"pre-commit", "pre-commit hook environments"},
+      {"yarn", "Yarn cache"},
+      {"pnpm", "pnpm metadata cache"},
+      {"node-gyp", "node-gyp headers"},
+      {"typescript", "TypeScript type downloads"},
+      {"ms-playwright", "Playwright browsers"},
+      {"puppeteer", "Puppeteer browsers"},
+      {"Cypress", "Cypress app downloads"},
+      {"electron", "Electron downloads"},
+      {"electron-builder", "electron-builder downloads"},
+      {"deno", "Deno cache"},
+      {"go-build", "Go build cache"},
+      {"golangci-lint", "golangci-lint cache"},
+      {"bazel", "Bazel build cache"},
+      {"bazelisk", "Bazelisk downloads"},
+      {"ccache", "ccache compiler cache"},
+      {"sccache", "sccache compiler cache"},
+      {"clangd", "clangd index"},
+      {"vscode-cpptools", "VS Code C/C++ index"},
+      {"JetBrains", "JetBrains IDE caches"},
+      {"coursier", "Coursier downloads"},
+      {"composer", "Composer cache"},
+      {"huggingface", "Hugging Face downloads"},
+      {"torch", "PyTorch downloads"},
+      {"matplotlib", "Matplotlib font cache"},
+      {"thumbnails", "Thumbnails"},
+      {"fontconfig", "Font cache"},
+      {"mesa_shader_cache", "Mesa shader cache"},
+      {"mesa_shader_cache_db", "Mesa shader cache"},
+      {"radv_builtin_shaders", "Mesa shader cache"},
+      {"nvidia", "NVIDIA shader cache"},
+      {"gstreamer-1.0", "GStreamer plugin registry"},
+      {"gnome-software", "GNOME Software cache"},
+      {"flatpak", "Flatpak downloads"},
+      {"yay", "yay package builds"},
+      {"paru", "paru package builds"},
+      {"winetricks", "Winetricks downloads"},
+      {"wine", "Wine downloads"},
+      {"lutris", "Lutris downloads"},
+      {"calibre", "Calibre cache"},
+      {"darktable", "darktable thumbnails"},
+      {"kdenlive", "Kdenlive proxy clips"},
+      {"shotwell", "Shotwell thumbnails"},
+      {"babl", "GIMP colour cache"},
+      {"gegl-0.4", "GIMP image cache"},
+  }};
+  for (const auto& [folder, name] : kNames) {
+    if (folder == relativePath) return std::string(name);
+  }
+  return cacheDisplayName(paths::lastComponent(relativePath));
 }
 
 std::string badge(const CacheFinding& f) {

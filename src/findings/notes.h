@@ -22,6 +22,9 @@ std::string whySafe(const CacheFinding& finding);
 
 // The name shown for a folder in ~/Library/Caches, from its last path component.
 std::string cacheDisplayName(std::string_view folderName);
+// The name shown for a cache in a Linux home's ~/.cache, from its path below that folder
+// ("mozilla", "pypoetry/cache"): the name its users know it by, else the Mac rule above.
+std::string linuxCacheDisplayName(std::string_view relativePath);
 
 // The row's badge: "Safe to clear", "Your call", "Review", "Quit <name> first" or "Kept".
 std::string badge(const CacheFinding& finding);

@@ -26,7 +26,25 @@ std::string summaryTitle(CacheFinding::Kind kind, std::int64_t bytes, std::int64
   return sizeText(bytes) + " in " + countNoun(count, noun(kind));
 }
 
-std::string_view summaryDetail(CacheFinding::Kind kind) {
+std::string namingMovies(std::string_view text, std::string_view moviesName) {
+  constexpr std::string_view kMovies = "Movies";
+  std::string out;
+  size_t from = 0;
+  while (true) {
+    size_t at = text.find(kMovies, from);
+    if (at == std::string_view::npos) break;
+    auto letter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+    size_t end = at + kMovies.size();
+    bool whole = (at == 0 || !letter(text[at - 1])) && (end == text.size() || !letter(text[end]));
+    out.append(text.substr(from, at - from));
+    out.append(whole ? moviesName : kMovies);
+    from = end;
+  }
+  out.append(text.substr(from));
+  return out;
+}
+
+std::string summaryDetail(CacheFinding::Kind kind, std::string_view moviesName) {
   switch (kind) {
     case CacheFinding::Kind::cache:
       return "Temporary files apps download or build, and recreate when needed. Sorted by size.";
@@ -34,8 +52,10 @@ std::string_view summaryDetail(CacheFinding::Kind kind) {
       return "Folders and preferences left behind by apps that are no longer installed. Nothing "
              "is selected until you choose it.";
     case CacheFinding::Kind::file:
-      return "Files over 200 MB in Downloads and Movies. Nothing here is selected until you "
-             "choose it. Desktop files stay.";
+      return namingMovies(
+          "Files over 200 MB in Downloads and Movies. Nothing here is selected until you "
+          "choose it. Desktop files stay.",
+          moviesName);
   }
   return {};
 }
@@ -44,7 +64,7 @@ std::string footerSummary(CacheFinding::Kind kind, std::int64_t bytes, std::int6
   return sizeText(bytes) + " selected · " + countNoun(count, noun(kind));
 }
 
-EmptyState emptyState(CacheFinding::Kind kind) {
+EmptyState emptyState(CacheFinding::Kind kind, std::string_view moviesName) {
   switch (kind) {
     case CacheFinding::Kind::cache:
       return {"trash", "Nothing to clear here — your Mac is in good shape",
@@ -55,8 +75,10 @@ EmptyState emptyState(CacheFinding::Kind kind) {
               "No leftover folders from removed apps were found. Preferences-only and Apple "
               "systems stay out of this list."};
     case CacheFinding::Kind::file:
-      return {"doc", "No large files in this list",
-              "Nothing over 200 MB turned up in Downloads or Movies. Desktop files stay."};
+      return {
+          "doc", "No large files in this list",
+          namingMovies("Nothing over 200 MB turned up in Downloads or Movies. Desktop files stay.",
+                       moviesName)};
   }
   return {};
 }

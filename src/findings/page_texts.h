@@ -16,16 +16,21 @@ std::string kindWord(CacheFinding::Kind kind);
 
 // "1.5 GB in 12 caches"
 std::string summaryTitle(CacheFinding::Kind kind, std::int64_t bytes, std::int64_t count);
-std::string_view summaryDetail(CacheFinding::Kind kind);
+// moviesName: the name of the home's videos folder ("Movies" on a Mac, "Videos" or a localised
+// name on Linux), said wherever a text names Movies.
+std::string summaryDetail(CacheFinding::Kind kind, std::string_view moviesName = "Movies");
 // "1 MB selected · 1 cache"
 std::string footerSummary(CacheFinding::Kind kind, std::int64_t bytes, std::int64_t count);
 
 struct EmptyState {
   std::string_view symbol;
   std::string_view title;
-  std::string_view detail;
+  std::string detail;
 };
-EmptyState emptyState(CacheFinding::Kind kind);
+EmptyState emptyState(CacheFinding::Kind kind, std::string_view moviesName = "Movies");
+
+// text with every whole word "Movies" replaced by moviesName.
+std::string namingMovies(std::string_view text, std::string_view moviesName);
 
 inline constexpr std::string_view kFooterDetail = "Goes to the Trash. You can put anything back.";
 

@@ -94,12 +94,15 @@ ScanModel::ScanResult ScanModel::runScanPipeline(
   ScanResult result;
   result.volume = VolumePicture::read(places.home);
   bool chromeRunning = CacheScanner::isChromeRunning(workspace);
+  // Which running program holds which cache file open: one look at the processes for the scan.
+  std::vector<platform::HeldFile> held =
+      platform::filesHeldOpen(CacheScanner::heldOpenFolders(places));
 
   announce(std::string(kAreaLibraryCaches));
   std::vector<CacheFinding> caches =
-      CacheScanner::scanLibraryCaches(places, chromeRunning, measurer);
+      CacheScanner::scanLibraryCaches(places, chromeRunning, held, measurer);
   announce(std::string(kAreaDeveloperCaches));
-  auto developer = CacheScanner::scanDeveloperCaches(places, measurer);
+  auto developer = CacheScanner::scanDeveloperCaches(places, held, measurer);
   caches.insert(caches.end(), developer.begin(), developer.end());
   announce(std::string(kAreaChrome));
   auto chrome = CacheScanner::scanChromeCaches(places, chromeRunning, measurer);

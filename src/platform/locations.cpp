@@ -119,8 +119,8 @@ Locations Locations::macos(std::string root, std::string home, std::string bundl
 
   l.library = paths::join(h, "Library");
   l.caches = paths::join(h, "Library/Caches");
-  l.chromeProfiles = paths::join(h, "Library/Application Support/Google/Chrome");
-  l.chromeCaches = paths::join(h, "Library/Caches/Google");
+  l.chromeProfiles = {paths::join(h, "Library/Application Support/Google/Chrome")};
+  l.chromeCaches = {paths::join(h, "Library/Caches/Google")};
   l.npmCache = paths::join(h, ".npm/_cacache");
   l.npxCache = paths::join(h, ".npm/_npx");
   l.gradleCaches = paths::join(h, ".gradle/caches");
@@ -175,6 +175,18 @@ Locations Locations::linux(std::string root, std::string home, std::string bundl
   l.configHome = xdgFolder("XDG_CONFIG_HOME", h, ".config");
   l.dataHome = xdgFolder("XDG_DATA_HOME", h, ".local/share");
   l.caches = l.cacheHome;
+  l.chromeProfiles = {paths::join(l.configHome, "google-chrome"),
+                      paths::join(l.configHome, "chromium")};
+  l.chromeCaches = {paths::join(l.cacheHome, "google-chrome"),
+                    paths::join(l.cacheHome, "chromium")};
+  l.npmCache = paths::join(h, ".npm/_cacache");
+  l.npxCache = paths::join(h, ".npm/_npx");
+  l.gradleCaches = paths::join(h, ".gradle/caches");
+  l.cargoRegistryCache = paths::join(h, ".cargo/registry/cache");
+  l.cargoGitDatabase = paths::join(h, ".cargo/git/db");
+  l.goModuleDownloads = paths::join(h, "go/pkg/mod/cache/download");
+  l.nugetPackages = paths::join(h, ".nuget/packages");
+  l.bunCache = paths::join(h, ".bun/install/cache");
 
   // English names first, then what the user's own table says.
   l.downloads = paths::join(h, "Downloads");

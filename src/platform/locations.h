@@ -40,11 +40,18 @@ struct Locations {
 
   std::string library;         // ~/Library
   std::string caches;          // ~/Library/Caches
-  std::string chromeProfiles;  // ~/Library/Application Support/Google/Chrome
-  std::string chromeCaches;    // ~/Library/Caches/Google
-  std::string npmCache;        // ~/.npm/_cacache
-  std::string npxCache;        // ~/.npm/_npx
-  std::string gradleCaches;    // ~/.gradle/caches
+  // The folders holding Chrome's profiles: ~/Library/Application Support/Google/Chrome on a
+  // Mac; ~/.config/google-chrome and ~/.config/chromium on Linux.
+  std::vector<std::string> chromeProfiles;
+  // Chrome's own caches: ~/Library/Caches/Google; ~/.cache/google-chrome and ~/.cache/chromium.
+  std::vector<std::string> chromeCaches;
+  std::string npmCache;      // ~/.npm/_cacache
+  std::string npxCache;      // ~/.npm/_npx
+  std::string gradleCaches;  // ~/.gradle/caches
+  // Download caches a Linux developer's tools fill and fetch again by themselves (empty on a
+  // Mac): ~/.cargo/registry/cache, ~/.cargo/git/db, ~/go/pkg/mod/cache/download,
+  // ~/.nuget/packages, ~/.bun/install/cache.
+  std::string cargoRegistryCache, cargoGitDatabase, goModuleDownloads, nugetPackages, bunCache;
   // The user's folders. On Linux they are the XDG user folders (localised names included);
   // `movies` is the videos folder there, and `moviesName` its name for the texts that name it.
   std::string downloads, desktop, movies, documents, music, pictures;

@@ -11,6 +11,22 @@ namespace {
 
 using Kind = CacheFinding::Kind;
 
+TEST(PageTexts, TheVideosFolderIsNamedAsTheHomeNamesIt) {
+  // A Mac says Movies, word for word as before.
+  EXPECT_EQ(pagetexts::summaryDetail(Kind::file),
+            "Files over 200 MB in Downloads and Movies. Nothing here is selected until you "
+            "choose it. Desktop files stay.");
+  EXPECT_EQ(pagetexts::emptyState(Kind::file, "Videos").detail,
+            "Nothing over 200 MB turned up in Downloads or Videos. Desktop files stay.");
+  EXPECT_EQ(pagetexts::summaryDetail(Kind::file, "Vidéos"),
+            "Files over 200 MB in Downloads and Vidéos. Nothing here is selected until you "
+            "choose it. Desktop files stay.");
+  // Only the whole word: a name containing it stays as written.
+  EXPECT_EQ(pagetexts::namingMovies("In Movies, MoviesApp and Movies.", "Filme"),
+            "In Filme, MoviesApp and Filme.");
+  EXPECT_EQ(pagetexts::namingMovies("Movies", "Movies"), "Movies");
+}
+
 TEST(PageTexts, SummariesFootersAndTheConfirmation) {
   EXPECT_EQ(pagetexts::footerSummary(Kind::cache, 600 * 1024, 1), "1 MB selected · 1 cache");
   EXPECT_EQ(pagetexts::footerSummary(Kind::cache, 0, 0), "0 MB selected · 0 caches");

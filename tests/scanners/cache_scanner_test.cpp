@@ -94,7 +94,7 @@ TEST(CacheScanner, ListsCachesFromTenMegabytesInSafePlacesOnly) {
 TEST(CacheScanner, RunningChromeKeepsItsCachesAndTheRuleReappliesBothWays) {
   test::HomeBuilder b;
   Locations places = b.locations();
-  std::string chrome = places.chromeProfiles;
+  std::string chrome = places.chromeProfiles.at(0);
   b.cache("Google", 60 * MB);
   b.folderOfSize(b.inHome(".npm/_cacache"), 20 * MB);
   b.folderOfSize(chrome + "/Default/Cache", 12 * MB);
@@ -131,9 +131,9 @@ TEST(CacheScanner, RunningChromeKeepsItsCachesAndTheRuleReappliesBothWays) {
     EXPECT_TRUE(isChromeFinding(free[i], places) && isListableCache(free[i].id, places)) << i;
   EXPECT_FALSE(isListableCache(chrome + "/Default/History", places));
   EXPECT_FALSE(isListableCache(chrome + "/Default/Service Worker/Database", places));
-  EXPECT_TRUE(isChromeCachePath(places.chromeCaches, places));
-  EXPECT_TRUE(isChromeCachePath("/private" + places.chromeCaches + "/Chrome/x", places));
-  EXPECT_FALSE(isChromeCachePath(places.chromeCaches + "Drive", places));
+  EXPECT_TRUE(isChromeCachePath(places.chromeCaches.at(0), places));
+  EXPECT_TRUE(isChromeCachePath("/private" + places.chromeCaches.at(0) + "/Chrome/x", places));
+  EXPECT_FALSE(isChromeCachePath(places.chromeCaches.at(0) + "Drive", places));
 
   // Re-applying the rule turns one state into the other, exactly; other caches stay as they are.
   ASSERT_EQ(quit.size(), free.size());

@@ -57,7 +57,7 @@ std::vector<std::vector<std::string>> pathsOf(const std::vector<Group>& groups) 
 Result hashingEverything(const Locations& places, Scope scope) {
   Result r;
   std::vector<FileRef> files;
-  for (const std::string& root : searchRoots(places.home, scope)) {
+  for (const std::string& root : searchRoots(places, scope)) {
     Candidates c = collectCandidates(root, places);
     files.insert(files.end(), c.files.begin(), c.files.end());
     r.skipped.insert(r.skipped.end(), c.skipped.begin(), c.skipped.end());
@@ -131,10 +131,10 @@ TEST(DuplicateScanner, ScopeIsAFullOptionSet) {
   b.folder(b.inHome("Music"));
   ASSERT_EQ(::rmdir(b.inHome("Movies").c_str()), 0);
   test::writeFile(b.inHome("Movies"), "a file, not a folder");
-  EXPECT_THAT(searchRoots(b.home(), odd), ElementsAre(b.inHome("Downloads")));
-  EXPECT_THAT(searchRoots(b.home(), Scope::all()),
+  EXPECT_THAT(searchRoots(b.locations(), odd), ElementsAre(b.inHome("Downloads")));
+  EXPECT_THAT(searchRoots(b.locations(), Scope::all()),
               ElementsAre(b.inHome("Downloads"), b.inHome("Music")));
-  EXPECT_THAT(searchRoots(b.home(), Scope()), IsEmpty());
+  EXPECT_THAT(searchRoots(b.locations(), Scope()), IsEmpty());
 }
 
 TEST(DuplicateScanner, FindsCopiesFrom1MiBAcrossFoldersWithExactDigests) {

@@ -66,7 +66,20 @@ void writePlist(const std::string& path, const PlistEntries& entries, PlistForma
   writeFile(path, bytes);
 }
 
-HomeBuilder::HomeBuilder() : root_(dir_.path()), home_(dir_ / "Users/me") {
+HomeBuilder::HomeBuilder() : HomeBuilder(Locations::Layout::macos) {}
+
+HomeBuilder::HomeBuilder(Locations::Layout layout)
+    : layout_(layout),
+      root_(dir_.path()),
+      home_(dir_ / (layout == Locations::Layout::linux ? "home/me" : "Users/me")) {
+  if (layout == Locations::Layout::linux) {
+    for (const char* f : {"usr/bin", "var/lib", "tmp"})
+      makeDirs(inRoot(f));
+    for (const char* f : {".cache", ".config", ".local/share", "Desktop", "Documents", "Downloads",
+                          "Videos", "Music", "Pictures"})
+      makeDirs(inHome(f));
+    return;
+  }
   for (const char* f : {"Applications/Utilities", "Library", "System"})
     makeDirs(inRoot(f));
   for (const char* f : {"Library/Caches", "Library/Application Support", "Library/Preferences",
@@ -98,7 +111,22 @@ std::string HomeBuilder::folderOfSize(const std::string& path, std::int64_t byte
 }
 
 std::string HomeBuilder::cache(const std::string& name, std::int64_t bytes) {
-  return folderOfSize(inHome("Library/Caches/" + name), bytes);
+  bool linux = layout_ == Locations::Layout::linux;
+  return folderOfSize(inHome((linux ? ".cache/" : "Library/Caches/") + name), bytes);
+}
+
+std::string HomeBuilder::userDirs(const std::vector<std::pair<std::string, std::string>>& entries) {
+  std::string text = "# written by the test, as xdg-user-dirs-update would\n";
+  for (const auto& [key, value] : entries)
+    text += "XDG_" + key + "_DIR=\"" + value + "\"\n";
+  std::string path = inHome(".config/user-dirs.dirs");
+  writeFile(path, text);
+  return path;
+}
+
+std::string HomeBuilder::chromeProfileCache(const std::string& browser, const std::string& profile,
+                                            const std::string& folder, std::int64_t bytes) {
+  return folderOfSize(inHome(".config/" + browser + "/" + profile + "/" + folder), bytes);
 }
 
 std::string HomeBuilder::file(const std::string& path, std::int64_t bytes) {
@@ -174,7 +202,7 @@ std::optional<std::string> HomeBuilder::runUnprivileged(const std::function<std:
   return readFile(out / "result");
 }
 
-RunningProgram::RunningProgram(const std::string& name) {
+RunningProgram::RunningProgram(const std::string& name, const std::string& holdOpen) {
   std::string program = dir_ / name, arg0 = name, seconds = "30";
   fs::copy_file("/bin/sleep", program);
   ::chmod(program.c_str(), 0755);
@@ -187,6 +215,8 @@ RunningProgram::RunningProgram(const std::string& name) {
     // another run would see.
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (::getppid() != parent) ::_exit(1);
+    // Opened without O_CLOEXEC, so the program holds it open as long as it runs.
+    if (!holdOpen.empty() && ::open(holdOpen.c_str(), O_RDONLY) < 0) ::_exit(126);
     ::execv(program.c_str(), argv);
     ::_exit(127);
   }

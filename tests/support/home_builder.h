@@ -1,7 +1,9 @@
 #pragma once
 // Mac-shaped trees made for real in a temporary folder: a root with /Applications and
 // /Library, a home at root + "/Users/me" with its Library, caches of an exact allocated size,
-// app bundles with XML or binary Info.plist files, launch agents, links and sparse files.
+// app bundles with XML or binary Info.plist files, launch agents, links and sparse files. Or
+// a Linux-shaped one: a home at root + "/home/me" with ~/.cache, ~/.config (user-dirs.dirs,
+// Chrome's profiles) and the English user folders.
 
 #include <sys/types.h>
 
@@ -30,10 +32,15 @@ void writePlist(const std::string& path, const PlistEntries& entries,
 class HomeBuilder {
  public:
   HomeBuilder();
+  explicit HomeBuilder(Locations::Layout layout);
 
   const std::string& root() const { return root_; }
   const std::string& home() const { return home_; }
-  Locations locations() const { return Locations::macos(root_, home_); }
+  // The places of this tree's layout (read afresh: user-dirs.dirs may have changed).
+  Locations locations() const {
+    return layout_ == Locations::Layout::linux ? Locations::linux(root_, home_)
+                                               : Locations::macos(root_, home_);
+  }
   std::string inHome(const std::string& relative) const { return home_ + "/" + relative; }
   std::string inRoot(const std::string& relative) const { return root_ + "/" + relative; }
 
@@ -42,8 +49,15 @@ class HomeBuilder {
   // Fills the folder (made if missing) with one more file so that DiskSizer measures exactly
   // bytes, a multiple of 4096 that is at least its present size; checked before returning.
   std::string folderOfSize(const std::string& path, std::int64_t bytes);
-  // ~/Library/Caches/<name> measuring exactly bytes.
+  // ~/Library/Caches/<name> (Linux: ~/.cache/<name>) measuring exactly bytes.
   std::string cache(const std::string& name, std::int64_t bytes);
+  // Linux: ~/.config/user-dirs.dirs with one XDG_<key>_DIR="<value>" line each ({"VIDEOS",
+  // "$HOME/Vidéos"}), replacing any earlier one.
+  std::string userDirs(const std::vector<std::pair<std::string, std::string>>& entries);
+  // Linux: ~/.config/<browser>/<profile>/<folder> ("google-chrome", "Default", "Cache")
+  // measuring exactly bytes.
+  std::string chromeProfileCache(const std::string& browser, const std::string& profile,
+                                 const std::string& folder, std::int64_t bytes);
   // A file of bytes real (allocated) bytes, synced so that its blocks are final.
   std::string file(const std::string& path, std::int64_t bytes);
   // A file of logicalBytes with no data blocks.
@@ -65,6 +79,7 @@ class HomeBuilder {
 
  private:
   TempDir dir_;
+  Locations::Layout layout_ = Locations::Layout::macos;
   std::string root_, home_;
 };
 
@@ -73,7 +88,8 @@ class HomeBuilder {
 // own process id, when the object goes.
 class RunningProgram {
  public:
-  explicit RunningProgram(const std::string& name);
+  // holdOpen: a file the program keeps open (read-only) for as long as it runs.
+  explicit RunningProgram(const std::string& name, const std::string& holdOpen = "");
   ~RunningProgram() { stop(); }
   void stop();
 

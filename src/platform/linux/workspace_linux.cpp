@@ -19,12 +19,14 @@ namespace dw::platform {
 namespace {
 
 // Linux has no bundle identifiers; a known application is recognised by its process names.
+// Chromium shares Chrome's profile layout and caches, so it counts as Chrome running.
 struct KnownApp {
   std::string_view bundleID;
-  std::array<std::string_view, 3> processNames;
+  std::array<std::string_view, 5> processNames;
 };
 constexpr std::array<KnownApp, 1> kKnownApps = {{
-    {"com.google.Chrome", {"chrome", "google-chrome", "google-chrome-stable"}},
+    {"com.google.Chrome",
+     {"chrome", "google-chrome", "google-chrome-stable", "chromium", "chromium-browser"}},
 }};
 
 constexpr auto kPollInterval = std::chrono::seconds(1);

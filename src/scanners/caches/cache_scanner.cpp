@@ -52,6 +52,34 @@ constexpr std::array<std::string_view, 6> kChromeModelFolders = {"OptGuideOnDevi
                                                                  "WasmTtsEngine",
                                                                  "screen_ai"};
 
+// What a Linux home keeps in ~/.cache that is not a cache a program rebuilds by itself: state,
+// the user's unsaved or unsent work, and indexes that take hours to rebuild. Never listed.
+constexpr std::array<std::string_view, 14> kLinuxNotCaches = {
+    "sessions",   // saved desktop sessions
+    "obexd",      // files received over Bluetooth
+    "kioexec",    // remote files open for editing, copied back when the editor closes
+    "vim",        // swap and undo files: the way back to unsaved edits
+    "nvim",       //
+    "emacs",      //
+    "rclone",     // writes to a mounted remote that are still waiting to upload
+    "evolution",  // offline copies of mail
+    "lm-studio",  // conversations
+    "spotify",    // downloaded playlists live beside the streaming cache
+    "keepassxc",  // which password database was open
+    "tracker3",   // the desktop's search index
+    "tracker",    //
+    "libvirt",    // state of the user's virtual machines
+};
+// Children of ~/.cache of which only some folders are caches: Poetry keeps its projects'
+// virtual environments beside its downloads.
+struct ListedByParts {
+  std::string_view folder;
+  std::array<std::string_view, 2> parts;
+};
+constexpr std::array<ListedByParts, 1> kLinuxListedByParts = {{
+    {"pypoetry", {"cache", "artifacts"}},
+}};
+
 template <size_t N>
 bool isOneOf(std::string_view name, const std::array<std::string_view, N>& names) {
   return std::find(names.begin(), names.end(), name) != names.end();
@@ -62,17 +90,50 @@ bool beginsWithApple(std::string_view name) {
   return paths::asciiLower(name.substr(0, 10)) == "com.apple.";
 }
 
+// Apple's own folders are a Mac's; a Linux home has none.
+bool isAppleFolder(std::string_view name, const Locations& places) {
+  return places.layout == Locations::Layout::macos && beginsWithApple(name);
+}
+
+bool isLinux(const Locations& places) {
+  return places.layout == Locations::Layout::linux;
+}
+
+// A child of ~/.cache that is not a cache, or our own (a folder named for this program).
+bool isLinuxNotCache(std::string_view name, const Locations& places) {
+  return isOneOf(name, kLinuxNotCaches) || name == places.bundleID ||
+         paths::asciiLower(name) == "dustwhale" || paths::asciiLower(name) == "dustwhale-gui";
+}
+
+const ListedByParts* listedByParts(std::string_view name) {
+  for (const ListedByParts& row : kLinuxListedByParts) {
+    if (row.folder == name) return &row;
+  }
+  return nullptr;
+}
+
 struct DeveloperCache {
   std::string Locations::*path;
   std::string_view name;
   std::string_view note;
 };
-const std::array<DeveloperCache, 3> kDeveloperCaches = {{
+const std::array<DeveloperCache, 8> kDeveloperCaches = {{
     {&Locations::npmCache, "npm cache",
      "Downloaded packages. Project folders, including node_modules, stay."},
     {&Locations::npxCache, "npx downloads", "Temporary npx packages. Your projects stay."},
     {&Locations::gradleCaches, "Gradle cache",
      "Downloaded dependencies. App projects and their build folders stay."},
+    // Linux developers' download caches (empty places on a Mac).
+    {&Locations::cargoRegistryCache, "Cargo downloads",
+     "Downloaded crates. Cargo fetches them again on the next build. Your projects stay."},
+    {&Locations::cargoGitDatabase, "Cargo git dependencies",
+     "Git dependencies Cargo clones again on the next build. Your projects stay."},
+    {&Locations::goModuleDownloads, "Go module downloads",
+     "Downloaded modules. Go fetches them again when a build needs them. Your projects stay."},
+    {&Locations::nugetPackages, "NuGet packages",
+     "Downloaded packages. dotnet restore fetches them again. Your projects stay."},
+    {&Locations::bunCache, "Bun cache",
+     "Downloaded packages. Bun fetches them again on the next install. Your projects stay."},
 }};
 
 using scanners::FolderEntry;
@@ -121,7 +182,7 @@ bool isRefusedPlace(const std::string& resolved, const Locations& places,
     if (isProjectFolderName(rest.substr(i, j - i))) return true;
     i = j + 1;
   }
-  return beginsWithApple(paths::lastComponent(resolved));
+  return isAppleFolder(paths::lastComponent(resolved), places);
 }
 
 CacheFinding makeFinding(const std::string& path, std::string name, std::string note,
@@ -143,31 +204,82 @@ void sortLargestFirst(std::vector<CacheFinding>& findings) {
 }
 
 bool isUnderChromeProfiles(const std::string& path, const Locations& places) {
-  return paths::isStrictlyWithin(paths::stripPrivate(path),
-                                 paths::stripPrivate(places.chromeProfiles));
+  for (const std::string& root : places.chromeProfiles) {
+    if (!root.empty() &&
+        paths::isStrictlyWithin(paths::stripPrivate(path), paths::stripPrivate(root))) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// A child of ~/.cache (or a part of one) that the Linux table refuses.
+bool isRefusedLinuxCache(const std::string& resolved, const Locations& places,
+                         const std::string& resolvedHome) {
+  if (!isLinux(places)) return false;
+  std::string caches = underResolvedHome(places.caches, places, resolvedHome);
+  if (!paths::isStrictlyWithin(resolved, caches)) return false;
+  std::string_view below = std::string_view(resolved).substr(caches.size() + 1);
+  std::string_view child = below.substr(0, below.find('/'));
+  if (isLinuxNotCache(child, places)) return true;
+  // Of a folder listed by its parts only those parts (and what lies in them) may go.
+  if (const ListedByParts* row = listedByParts(child)) {
+    std::string_view rest = below.size() > child.size() ? below.substr(child.size() + 1) : "";
+    std::string_view part = rest.substr(0, rest.find('/'));
+    return part.empty() || !isOneOf(part, row->parts);
+  }
+  return false;
+}
+
+// The cache folder as a place whose children may go: never the home folder or a folder above it
+// (an $XDG_CACHE_HOME set to the home folder would make every folder of it a "cache"), nor one
+// holding the user's folders or the program settings and data folders.
+bool isUsableCacheFolder(const Locations& places, const std::string& resolvedHome) {
+  if (places.caches.empty()) return false;
+  std::string caches = underResolvedHome(places.caches, places, resolvedHome);
+  if (paths::isWithin(resolvedHome, caches)) return false;
+  for (const std::string* kept :
+       {&places.configHome, &places.dataHome, &places.downloads, &places.desktop, &places.movies,
+        &places.documents, &places.music, &places.pictures}) {
+    if (!kept->empty() && paths::isWithin(underResolvedHome(*kept, places, resolvedHome), caches))
+      return false;
+  }
+  return true;
+}
+
+std::string heldOpenNote(const std::string& program) {
+  return "In use by " + program + ". Quit it before clearing this cache.";
 }
 
 }  // namespace
 
 bool isSafeCacheLocation(const std::string& path, const Locations& places) {
-  if (path.empty() || beginsWithApple(paths::lastComponent(path))) return false;
+  if (path.empty() || isAppleFolder(paths::lastComponent(path), places)) return false;
   std::string resolvedHome = resolvedHomeOf(places);
   std::string resolved = paths::stripPrivate(paths::resolveSymlinks(path));
   bool inside =
+      isUsableCacheFolder(places, resolvedHome) &&
       paths::isStrictlyWithin(resolved, underResolvedHome(places.caches, places, resolvedHome));
-  for (const std::string* cache : {&places.npmCache, &places.npxCache, &places.gradleCaches}) {
-    inside = inside || paths::isWithin(resolved, underResolvedHome(*cache, places, resolvedHome));
+  for (const DeveloperCache& row : kDeveloperCaches) {
+    const std::string& cache = places.*row.path;
+    if (cache.empty()) continue;  // no such place in this layout
+    inside = inside || paths::isWithin(resolved, underResolvedHome(cache, places, resolvedHome));
   }
   return inside && !isRefusedPlace(resolved, places, resolvedHome) &&
-         !OwnGround::excludes(path, places);
+         !isRefusedLinuxCache(resolved, places, resolvedHome) && !OwnGround::excludes(path, places);
 }
 
 bool isChromeProfileCache(const std::string& path, const Locations& places) {
   if (path.empty()) return false;
   std::string resolvedHome = resolvedHomeOf(places);
   std::string resolved = paths::stripPrivate(paths::resolveSymlinks(path));
-  std::string root = underResolvedHome(places.chromeProfiles, places, resolvedHome);
-  if (!paths::isStrictlyWithin(resolved, root)) return false;
+  std::string root;
+  for (const std::string& profiles : places.chromeProfiles) {
+    std::string candidate =
+        profiles.empty() ? std::string() : underResolvedHome(profiles, places, resolvedHome);
+    if (!candidate.empty() && paths::isStrictlyWithin(resolved, candidate)) root = candidate;
+  }
+  if (root.empty()) return false;
   // profile/folder, or profile/Service Worker/folder
   std::string_view rest = std::string_view(resolved).substr(root.size() + 1);
   auto slash = rest.find('/');
@@ -185,35 +297,77 @@ bool isListableCache(const std::string& path, const Locations& places) {
   return isSafeCacheLocation(path, places) || isChromeProfileCache(path, places);
 }
 
+std::optional<std::string> heldOpenBy(const std::string& path,
+                                      const std::vector<platform::HeldFile>& held) {
+  if (held.empty()) return std::nullopt;
+  std::string resolved = paths::resolveSymlinks(path);
+  for (const platform::HeldFile& file : held) {
+    if (paths::isWithin(file.path, resolved)) return file.program;
+  }
+  return std::nullopt;
+}
+
 std::optional<CacheFinding> libraryCacheFinding(const std::string& path,
                                                 const DiskSizer::SizeReading& reading,
-                                                bool chromeRunning, const Locations& places) {
+                                                bool chromeRunning, const Locations& places,
+                                                const std::vector<platform::HeldFile>& held) {
   std::string_view name = paths::lastComponent(path);
-  if (reading.bytes < kMinimumCacheBytes || beginsWithApple(name) ||
+  if (reading.bytes < kMinimumCacheBytes || isAppleFolder(name, places) ||
       !isSafeCacheLocation(path, places)) {
     return std::nullopt;
   }
+  std::string displayName =
+      isLinux(places) && paths::isStrictlyWithin(path, places.caches)
+          ? notes::linuxCacheDisplayName(std::string_view(path).substr(places.caches.size() + 1))
+          : notes::cacheDisplayName(name);
   CacheFinding f =
-      makeFinding(path, notes::cacheDisplayName(name), std::string(kLibraryNote), reading, places);
+      makeFinding(path, std::move(displayName), std::string(kLibraryNote), reading, places);
   f.removable = true;
   f.suggested = f.bytes >= kPreselectBytes;
+  if (auto program = heldOpenBy(path, held)) {
+    // Listed, so the user sees the space, but not chosen while a program is using it.
+    f.note = heldOpenNote(*program);
+    f.suggested = false;
+  }
   applyChromeRule(f, chromeRunning, places);
   return f;
 }
 
 std::vector<CacheFinding> scanLibraryCaches(const Locations& places, bool chromeRunning,
                                             SharedMeasurer& measurer) {
+  return scanLibraryCaches(places, chromeRunning, {}, measurer);
+}
+
+std::vector<CacheFinding> scanLibraryCaches(const Locations& places, bool chromeRunning,
+                                            const std::vector<platform::HeldFile>& held,
+                                            SharedMeasurer& measurer) {
   std::vector<std::string> children;
+  if (!isUsableCacheFolder(places, resolvedHomeOf(places))) return {};
+  struct stat folder {};
+  bool folderKnown = ::stat(places.caches.c_str(), &folder) == 0;
   for (const FolderEntry& e : entriesOf(places.caches)) {
-    if (beginsWithApple(e.name)) continue;  // never listed, so never walked
+    if (isAppleFolder(e.name, places)) continue;  // never listed, so never walked
     std::string child = paths::join(places.caches, e.name);
     if (OwnGround::excludes(child, places)) continue;  // a Trash or our own data: not walked
+    if (isLinux(places)) {
+      if (isLinuxNotCache(e.name, places)) continue;
+      // Something mounted here (a portal, a remote) is not this folder's to clear.
+      struct stat s {};
+      if (folderKnown && ::lstat(child.c_str(), &s) == 0 && s.st_dev != folder.st_dev) continue;
+      if (const ListedByParts* row = listedByParts(e.name)) {
+        for (std::string_view part : row->parts) {
+          std::string path = paths::join(child, part);
+          if (isRealFolder(path)) children.push_back(std::move(path));
+        }
+        continue;
+      }
+    }
     children.push_back(std::move(child));
   }
   std::vector<DiskSizer::SizeReading> readings = measurer.measureAll(children);
   std::vector<CacheFinding> findings;
   for (size_t i = 0; i < children.size(); ++i) {
-    if (auto f = libraryCacheFinding(children[i], readings[i], chromeRunning, places)) {
+    if (auto f = libraryCacheFinding(children[i], readings[i], chromeRunning, places, held)) {
       findings.push_back(std::move(*f));
     }
   }
@@ -222,6 +376,12 @@ std::vector<CacheFinding> scanLibraryCaches(const Locations& places, bool chrome
 }
 
 std::vector<CacheFinding> scanDeveloperCaches(const Locations& places, SharedMeasurer& measurer) {
+  return scanDeveloperCaches(places, {}, measurer);
+}
+
+std::vector<CacheFinding> scanDeveloperCaches(const Locations& places,
+                                              const std::vector<platform::HeldFile>& held,
+                                              SharedMeasurer& measurer) {
   std::vector<const DeveloperCache*> rows;
   std::vector<std::string> paths;
   for (const DeveloperCache& row : kDeveloperCaches) {
@@ -238,6 +398,10 @@ std::vector<CacheFinding> scanDeveloperCaches(const Locations& places, SharedMea
                                  readings[i], places);
     f.suggested = true;
     f.removable = true;
+    if (auto program = heldOpenBy(paths[i], held)) {
+      f.note = heldOpenNote(*program);
+      f.suggested = false;
+    }
     findings.push_back(std::move(f));
   }
   sortLargestFirst(findings);
@@ -251,21 +415,24 @@ std::vector<CacheFinding> scanChromeCaches(const Locations& places, bool chromeR
     std::string name;
   };
   std::vector<Candidate> candidates;
-  for (const FolderEntry& profile : entriesOf(places.chromeProfiles)) {
-    if (!profile.isFolder()) continue;
-    std::string profilePath = paths::join(places.chromeProfiles, profile.name);
-    for (const FolderEntry& child : entriesOf(profilePath)) {
-      if (child.isFolder() && isOneOf(child.name, kChromeCacheFolders)) {
-        candidates.push_back(
-            {paths::join(profilePath, child.name), "Chrome " + profile.name + " " + child.name});
+  for (const std::string& root : places.chromeProfiles) {
+    if (root.empty()) continue;
+    for (const FolderEntry& profile : entriesOf(root)) {
+      if (!profile.isFolder()) continue;
+      std::string profilePath = paths::join(root, profile.name);
+      for (const FolderEntry& child : entriesOf(profilePath)) {
+        if (child.isFolder() && isOneOf(child.name, kChromeCacheFolders)) {
+          candidates.push_back(
+              {paths::join(profilePath, child.name), "Chrome " + profile.name + " " + child.name});
+        }
       }
-    }
-    for (std::string_view folder : kServiceWorkerFolders) {
-      std::string path =
-          paths::join(profilePath, std::string(kServiceWorker) + "/" + std::string(folder));
-      if (isRealFolder(path)) {
-        candidates.push_back(
-            {path, "Chrome " + profile.name + " Service Worker " + std::string(folder)});
+      for (std::string_view folder : kServiceWorkerFolders) {
+        std::string path =
+            paths::join(profilePath, std::string(kServiceWorker) + "/" + std::string(folder));
+        if (isRealFolder(path)) {
+          candidates.push_back(
+              {path, "Chrome " + profile.name + " Service Worker " + std::string(folder)});
+        }
       }
     }
   }
@@ -291,11 +458,20 @@ std::vector<CacheFinding> scanChromeCaches(const Locations& places, bool chromeR
   return findings;
 }
 
+std::vector<std::string> heldOpenFolders(const Locations& places) {
+  std::vector<std::string> folders{places.caches};
+  for (const DeveloperCache& row : kDeveloperCaches)
+    folders.push_back(places.*row.path);
+  std::erase_if(folders, [](const std::string& f) { return f.empty(); });
+  return folders;
+}
+
 std::vector<CacheFinding> scan(const Locations& places, const platform::Workspace& workspace,
+                               const std::vector<platform::HeldFile>& held,
                                SharedMeasurer& measurer) {
   bool chromeRunning = isChromeRunning(workspace);
-  std::vector<CacheFinding> findings = scanLibraryCaches(places, chromeRunning, measurer);
-  std::vector<CacheFinding> developer = scanDeveloperCaches(places, measurer);
+  std::vector<CacheFinding> findings = scanLibraryCaches(places, chromeRunning, held, measurer);
+  std::vector<CacheFinding> developer = scanDeveloperCaches(places, held, measurer);
   std::vector<CacheFinding> chrome = scanChromeCaches(places, chromeRunning, measurer);
   findings.insert(findings.end(), developer.begin(), developer.end());
   findings.insert(findings.end(), chrome.begin(), chrome.end());
@@ -303,12 +479,22 @@ std::vector<CacheFinding> scan(const Locations& places, const platform::Workspac
   return findings;
 }
 
+std::vector<CacheFinding> scan(const Locations& places, const platform::Workspace& workspace,
+                               SharedMeasurer& measurer) {
+  return scan(places, workspace, {}, measurer);
+}
+
 bool isChromeRunning(const platform::Workspace& workspace) {
   return workspace.isRunning(kChromeBundleID);
 }
 
 bool isChromeCachePath(const std::string& path, const Locations& places) {
-  return paths::isWithin(paths::stripPrivate(path), paths::stripPrivate(places.chromeCaches));
+  for (const std::string& cache : places.chromeCaches) {
+    if (!cache.empty() && paths::isWithin(paths::stripPrivate(path), paths::stripPrivate(cache))) {
+      return true;
+    }
+  }
+  return false;
 }
 
 bool isChromeFinding(const CacheFinding& finding, const Locations& places) {

@@ -10,6 +10,7 @@
 #include "findings/cache_finding.h"
 #include "measure/shared_measurer.h"
 #include "platform/locations.h"
+#include "platform/open_files.h"
 #include "platform/workspace.h"
 
 namespace dw::CacheScanner {
@@ -19,17 +20,36 @@ inline constexpr std::int64_t kPreselectBytes = 52'428'800;     // 50 MB
 inline constexpr std::string_view kChromeBundleID = "com.google.Chrome";
 
 // The three sources, one per scan area. Each throws only Cancelled (through the measurer).
+// held lists the files that running programs hold open (platform::filesHeldOpen of
+// heldOpenFolders): a cache holding one is listed with a note naming the program and is not
+// pre-selected. Without it, no cache counts as in use.
 std::vector<CacheFinding> scanLibraryCaches(const Locations& places, bool chromeRunning,
                                             SharedMeasurer& measurer);
+std::vector<CacheFinding> scanLibraryCaches(const Locations& places, bool chromeRunning,
+                                            const std::vector<platform::HeldFile>& held,
+                                            SharedMeasurer& measurer);
 std::vector<CacheFinding> scanDeveloperCaches(const Locations& places, SharedMeasurer& measurer);
+std::vector<CacheFinding> scanDeveloperCaches(const Locations& places,
+                                              const std::vector<platform::HeldFile>& held,
+                                              SharedMeasurer& measurer);
+// The folders whose open files the held-open rule needs: the cache folder and the developer
+// caches of this layout.
+std::vector<std::string> heldOpenFolders(const Locations& places);
+// The program (from held) that holds a file at or below path open, if any.
+std::optional<std::string> heldOpenBy(const std::string& path,
+                                      const std::vector<platform::HeldFile>& held);
 std::vector<CacheFinding> scanChromeCaches(const Locations& places, bool chromeRunning,
                                            SharedMeasurer& measurer);
 // All three, sorted largest first.
 std::vector<CacheFinding> scan(const Locations& places, const platform::Workspace& workspace,
+                               const std::vector<platform::HeldFile>& held,
+                               SharedMeasurer& measurer);
+std::vector<CacheFinding> scan(const Locations& places, const platform::Workspace& workspace,
                                SharedMeasurer& measurer);
 
 bool isChromeRunning(const platform::Workspace& workspace);
-// ~/Library/Caches/Google, .../Google/Chrome and anything below ("/private" ignored).
+// ~/Library/Caches/Google, .../Google/Chrome and anything below ("/private" ignored); on Linux
+// ~/.cache/google-chrome and ~/.cache/chromium.
 bool isChromeCachePath(const std::string& path, const Locations& places);
 // A finding that Chrome's running state governs (a Library cache under Google, or a cache
 // folder of a Chrome profile).
@@ -51,6 +71,7 @@ bool isListableCache(const std::string& path, const Locations& places);
 // Apple folder or not in a safe place.
 std::optional<CacheFinding> libraryCacheFinding(const std::string& path,
                                                 const DiskSizer::SizeReading& reading,
-                                                bool chromeRunning, const Locations& places);
+                                                bool chromeRunning, const Locations& places,
+                                                const std::vector<platform::HeldFile>& held = {});
 
 }  // namespace dw::CacheScanner

@@ -30,12 +30,12 @@ namespace {
 
 struct Member {
   std::int64_t bit;
-  std::string_view folder;
+  std::string Locations::*folder;
 };
-constexpr std::array<Member, 4> kMembers = {{{Scope::downloads, "Downloads"},
-                                             {Scope::movies, "Movies"},
-                                             {Scope::music, "Music"},
-                                             {Scope::pictures, "Pictures"}}};
+const std::array<Member, 4> kMembers = {{{Scope::downloads, &Locations::downloads},
+                                         {Scope::movies, &Locations::movies},
+                                         {Scope::music, &Locations::music},
+                                         {Scope::pictures, &Locations::pictures}}};
 
 constexpr std::size_t kCancelEvery = 500;
 
@@ -126,11 +126,12 @@ void runInParallel(const std::vector<size_t>& order, std::stop_token stop,
 
 }  // namespace
 
-std::vector<std::string> searchRoots(const std::string& home, Scope scope) {
+std::vector<std::string> searchRoots(const Locations& places, Scope scope) {
   std::vector<std::string> roots;
   for (const Member& m : kMembers) {
     if (!scope.contains(m.bit)) continue;
-    std::string folder = paths::join(home, m.folder);
+    const std::string& folder = places.*m.folder;
+    if (folder.empty()) continue;  // no such folder in this layout: never the current one
     struct stat s {};
     if (::stat(folder.c_str(), &s) == 0 && S_ISDIR(s.st_mode)) roots.push_back(folder);
   }
@@ -266,12 +267,11 @@ void orderGroups(std::vector<Group>& groups) {
 
 Result scan(const Locations& places, Scope scope, std::stop_token stop,
             const ProgressFn& progress) {
-  const std::string& home = places.home;
   auto say = [&](std::string_view text) {
     if (progress) progress(std::string(text));
   };
   throwIfCancelled(stop);
-  std::vector<std::string> roots = searchRoots(home, scope);
+  std::vector<std::string> roots = searchRoots(places, scope);
   say(kListingFiles);
   Result result;
   std::vector<FileRef> files;
@@ -391,7 +391,7 @@ bool isListableCopy(const std::string& path, std::int64_t bytes, const Locations
   }
   std::string standard = paths::standardize(path);
   std::string real = paths::resolveParentSymlinks(standard);
-  for (const std::string& root : searchRoots(home, scope)) {
+  for (const std::string& root : searchRoots(places, scope)) {
     std::string base = paths::standardize(root);
     if (!paths::isStrictlyWithin(standard, base)) continue;
     // No folder on the way swapped for a link that leads elsewhere.

@@ -42,9 +42,10 @@ using ProgressFn = std::function<void(const std::string&)>;
 Result scan(const Locations& places, Scope scope, std::stop_token stop = {},
             const ProgressFn& progress = {});
 
-// home/Downloads, home/Movies, home/Music, home/Pictures for the members of scope, in that
-// order, keeping only those that are folders (links to folders count).
-std::vector<std::string> searchRoots(const std::string& home, Scope scope);
+// The places' downloads, movies, music and pictures folders (on Linux the XDG user folders) for
+// the members of scope, in that order, keeping only those that are folders (links to folders
+// count).
+std::vector<std::string> searchRoots(const Locations& places, Scope scope);
 
 // The files of one root that may be duplicates: regular, at least 1 MiB, not hidden, not
 // behind a link, not in a package, a protected library, a project folder or the program's own

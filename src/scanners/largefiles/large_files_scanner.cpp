@@ -5,6 +5,7 @@
 #include <array>
 
 #include "base/paths.h"
+#include "findings/page_texts.h"
 #include "measure/disk_sizer.h"
 #include "measure/project_folders.h"
 #include "platform/own_ground.h"
@@ -65,7 +66,8 @@ std::vector<CacheFinding> scan(const Locations& places, std::stop_token stop) {
       f.name = std::string(paths::lastComponent(file.path));
       f.path = paths::tilde(file.path, places.home);
       f.bytes = file.bytes;
-      f.note = std::string(folder.note);
+      // The videos folder goes by its own name on Linux ("Videos", or the user's language).
+      f.note = pagetexts::namingMovies(folder.note, places.moviesName);
       f.kind = CacheFinding::Kind::file;
       f.suggested = false;
       f.removable = folder.selectable && isAllowedLocation(file.path, places);

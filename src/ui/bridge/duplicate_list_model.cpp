@@ -4,6 +4,7 @@
 #include <QFileInfo>
 #include <QLocale>
 
+#include "findings/page_texts.h"
 #include "findings/size_text.h"
 #include "platform/desktop.h"
 
@@ -196,7 +197,12 @@ QString DuplicateListModel::summaryTitle() const {
 }
 
 QString DuplicateListModel::summaryDetail() const {
-  return q(kSummaryDetail);
+  return QString::fromStdString(
+      pagetexts::namingMovies(kSummaryDetail, model_.places().moviesName));
+}
+
+QString DuplicateListModel::moviesName() const {
+  return QString::fromStdString(model_.places().moviesName);
 }
 
 QString DuplicateListModel::sectionTitle() const {

@@ -21,6 +21,8 @@ class DuplicateListModel : public QAbstractListModel {
   Q_PROPERTY(int groupCount READ groupCount NOTIFY listChanged)
   Q_PROPERTY(QString summaryTitle READ summaryTitle NOTIFY listChanged)
   Q_PROPERTY(QString summaryDetail READ summaryDetail CONSTANT)
+  // The videos folder's name for its toggle: "Movies" on a Mac, "Videos" (or localised) on Linux.
+  Q_PROPERTY(QString moviesName READ moviesName CONSTANT)
   Q_PROPERTY(QString sectionTitle READ sectionTitle NOTIFY listChanged)
   Q_PROPERTY(QString footerSummary READ footerSummary NOTIFY selectionChanged)
   Q_PROPERTY(QString footerDetail READ footerDetail CONSTANT)
@@ -64,6 +66,7 @@ class DuplicateListModel : public QAbstractListModel {
   int groupCount() const { return static_cast<int>(model_.duplicateGroups().size()); }
   QString summaryTitle() const;
   QString summaryDetail() const;
+  QString moviesName() const;
   QString sectionTitle() const;
   QString footerSummary() const;
   QString footerDetail() const;

@@ -122,7 +122,7 @@ QString FindingListModel::summaryTitle() const {
 }
 
 QString FindingListModel::summaryDetail() const {
-  return q(pagetexts::summaryDetail(kind_));
+  return q(pagetexts::summaryDetail(kind_, model_.places().moviesName));
 }
 
 QString FindingListModel::footerSummary() const {
@@ -149,7 +149,7 @@ QString FindingListModel::emptyTitle() const {
   return q(pagetexts::emptyState(kind_).title);
 }
 QString FindingListModel::emptyDetail() const {
-  return q(pagetexts::emptyState(kind_).detail);
+  return q(pagetexts::emptyState(kind_, model_.places().moviesName).detail);
 }
 QString FindingListModel::sectionTitle() const {
   return QString::fromStdString(countNoun(totalCount(), pagetexts::kindWord(kind_)));

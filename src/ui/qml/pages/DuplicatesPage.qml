@@ -12,7 +12,7 @@ Item {
 
     readonly property bool nothingFound: list.totalCount === 0
     readonly property var folders: [
-        { title: "Downloads", bit: 1 }, { title: "Movies", bit: 2 },
+        { title: "Downloads", bit: 1 }, { title: page.list.moviesName, bit: 2 },
         { title: "Music", bit: 4 }, { title: "Pictures", bit: 8 }
     ]
 

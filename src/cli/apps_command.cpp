@@ -64,7 +64,7 @@ std::string appLine(const AppRecord& app, const std::set<std::string>& needingAd
                      (app.lastUsed ? timefmt::localDate(*app.lastUsed) : "unknown");
   std::string row = AppUninstaller::rowText(app);
   if (needingAdmin.contains(app.bundlePath)) {
-    row = "Stayed in place." + std::string(AppUninstaller::kNeedsAdministratorRow);
+    row = AppUninstaller::stayedForAdministratorRow();
   }
   if (!row.empty()) line += " · " + row;
   return line;

@@ -11,7 +11,10 @@ StorageAmounts storageAmounts(const VolumePicture& volume,
   StorageAmounts a;
   a.total = std::max<std::int64_t>(0, volume.total);
   a.free = std::clamp<std::int64_t>(volume.available, 0, a.total);
-  a.held = std::clamp<std::int64_t>(volume.important - volume.available, 0, a.total - a.free);
+  a.heldShown = volume.heldReported;
+  a.held = a.heldShown
+               ? std::clamp<std::int64_t>(volume.important - volume.available, 0, a.total - a.free)
+               : 0;
   std::int64_t taken = a.total - a.free - a.held;
   for (const auto& f : findings) {
     if (f.removable && f.kind != CacheFinding::Kind::file) a.ready += f.bytes;
@@ -23,8 +26,20 @@ StorageAmounts storageAmounts(const VolumePicture& volume,
 }
 
 std::string storageSummary(const StorageAmounts& a) {
-  return sizeText(a.used) + " used, " + sizeText(a.ready) + " ready to clear, " + sizeText(a.held) +
-         " held by macOS, " + sizeText(a.free) + " free";
+  std::string text = sizeText(a.used) + " used, " + sizeText(a.ready) + " ready to clear, ";
+  if (a.heldShown) text += sizeText(a.held) + " held by macOS, ";
+  return text + sizeText(a.free) + " free";
+}
+
+std::string storageExplanation(const StorageAmounts& a) {
+  return a.heldShown ? kHeldExplanation : "";
+}
+
+std::vector<Segment> storageLegend(const StorageAmounts& a) {
+  std::vector<Segment> segments{{"used", "Your files and apps"}, {"ready", "Ready to clear"}};
+  if (a.heldShown) segments.push_back({"held", "Held by macOS"});
+  segments.push_back({"free", "Free"});
+  return segments;
 }
 
 std::vector<Card> cards(const std::vector<CacheFinding>& findings, bool scanning,

@@ -17,15 +17,28 @@ namespace dw::dashboard {
 // system reports none. used is the rest of what is taken.
 struct StorageAmounts {
   std::int64_t total = 0, used = 0, ready = 0, held = 0, free = 0;
+  // Held space is a part of the picture only where the system reports it (macOS); on Linux the
+  // summary, the legend and the explanation leave it out rather than show an invented 0.
+  bool heldShown = false;
 };
 StorageAmounts storageAmounts(const VolumePicture& volume,
                               const std::vector<CacheFinding>& findings);
 
-// "120 GB used, 2 GB ready to clear, 0 MB held by macOS, 300 GB free"
+// "120 GB used, 2 GB ready to clear, 0 MB held by macOS, 300 GB free"; without the held
+// clause ("120 GB used, 2 GB ready to clear, 300 GB free") where it is not shown.
 std::string storageSummary(const StorageAmounts& amounts);
 inline constexpr const char* kHeldExplanation =
     "macOS frees \"held\" space on its own when it needs room. We show it, but never count it "
     "as ours.";
+// kHeldExplanation where held space is shown, else "".
+std::string storageExplanation(const StorageAmounts& amounts);
+// The bar's segments in order with their legend labels: used "Your files and apps", ready
+// "Ready to clear", held "Held by macOS" (where shown) and free "Free".
+struct Segment {
+  std::string part, label;
+  bool operator==(const Segment&) const = default;
+};
+std::vector<Segment> storageLegend(const StorageAmounts& amounts);
 
 struct Card {
   std::string title, symbol, value, detail, badge, badgeKind, page;

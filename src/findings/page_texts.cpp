@@ -92,6 +92,16 @@ std::string confirmTitle(std::int64_t count) {
   return "Move " + countNoun(count, "item") + " to the Trash?";
 }
 
+std::string appsTitle(std::int64_t count) {
+  return countNoun(count, "app");
+}
+
+std::string uninstallTitle(std::string_view name, std::int64_t relatedCount) {
+  std::string title = "Move " + std::string(name);
+  if (relatedCount > 0) title += " and " + countNoun(relatedCount, "related item");
+  return title + " to the Trash?";
+}
+
 std::string showAllText(std::int64_t count) {
   return "Show all " + countNoun(count, "item");
 }

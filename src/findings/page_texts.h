@@ -51,6 +51,17 @@ inline constexpr std::string_view kConfirmEmptyLine =
     "Space comes back when you empty the Trash. We never empty it for you.";
 inline constexpr std::string_view kConfirmKeysHint = "Return and Esc both cancel.";
 inline constexpr std::string_view kStoppingText = "Stopping after the current item…";
+// The Uninstaller: "12 apps", what uninstalling does, and the confirmation's title ("Move Foo
+// and 3 related items to the Trash?", "Move Foo to the Trash?").
+std::string appsTitle(std::int64_t count);
+inline constexpr std::string_view kAppsDetail =
+    "Uninstalling moves the app and the folders it keeps in your Library to the Trash. You can "
+    "put it back.";
+std::string uninstallTitle(std::string_view name, std::int64_t relatedCount);
+// The kind words of what an uninstall moves.
+inline constexpr std::string_view kAppKindWord = "app";
+inline constexpr std::string_view kAppDataKindWord = "app data";
+
 // "3 of 12"
 std::string progressText(int done, int total);
 

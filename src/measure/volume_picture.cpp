@@ -10,6 +10,7 @@ VolumePicture VolumePicture::read(const std::string& home) {
   picture.total = c.total.value_or(0);
   picture.available = c.available ? *c.available : platform::fileSystemFreeSize(home).value_or(0);
   picture.important = c.important.value_or(picture.available);
+  picture.heldReported = c.important.has_value();
   return picture;
 }
 

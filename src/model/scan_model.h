@@ -173,7 +173,7 @@ class ScanModel {
   // every kind at once under one session.
   void clearSelected();
   void clearFindings(std::optional<ConfirmScope> scope);
-  // Stops after the item in hand.
+  // Stops a clear, or an uninstall, after the item in hand.
   void stopClearing();
   // The findings clearSelected would move for a scope (all kinds when none), in list order.
   std::vector<CacheFinding> itemsToClear(std::optional<ConfirmScope> scope) const;

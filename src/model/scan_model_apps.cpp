@@ -69,18 +69,21 @@ void ScanModel::uninstall() {
   progress_ = Progress{0, static_cast<int>(app.related.size()) + 1, ""};
   notify(Field::progress);
 
-  clearTask_ = dispatcher_.start([this, app, places = places_, post = poster()](std::stop_token) {
-    Clearing::UninstallOutcome outcome =
-        Clearing::uninstallApp(app, places, [&](const Clearing::Progress& p) {
-          post([this, p] {
-            progress_ = Progress{p.done, p.total, p.current};
-            notify(Field::progress);
-          });
+  clearTask_ =
+      dispatcher_.start([this, app, places = places_, post = poster()](std::stop_token stop) {
+        Clearing::UninstallOutcome outcome = Clearing::uninstallApp(
+            app, places,
+            [&](const Clearing::Progress& p) {
+              post([this, p] {
+                progress_ = Progress{p.done, p.total, p.current};
+                notify(Field::progress);
+              });
+            },
+            stop);
+        post([this, outcome = std::move(outcome), app]() mutable {
+          finishUninstall(std::move(outcome), std::move(app));
         });
-    post([this, outcome = std::move(outcome), app]() mutable {
-      finishUninstall(std::move(outcome), std::move(app));
-    });
-  });
+      });
 }
 
 void ScanModel::finishUninstall(Clearing::UninstallOutcome outcome, AppUninstaller::AppRecord app) {

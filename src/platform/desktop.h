@@ -22,6 +22,10 @@ bool openTrashFolder(const std::string& home);
 // The label of the button that does revealInFileManager.
 std::string_view revealActionTitle();
 
+// How a sentence names the operating system when it refuses something: "macOS", or on Linux
+// "The system" (a sentence may begin with it).
+std::string_view systemName();
+
 // Whether the system keeps some folders unreadable until a Full Disk Access setting is turned
 // on (macOS). Linux has no such setting: a folder is readable or not by its permissions.
 bool hasFullDiskAccessSetting();

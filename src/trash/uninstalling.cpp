@@ -27,7 +27,8 @@ bool stillTheListedBundle(const AppUninstaller::AppRecord& app, const Locations&
 }  // namespace
 
 UninstallOutcome uninstallApp(const AppUninstaller::AppRecord& app, const Locations& places,
-                              const std::function<void(const Progress&)>& onProgress) {
+                              const std::function<void(const Progress&)>& onProgress,
+                              std::stop_token stop) {
   UninstallOutcome result;
   result.moves.sessionID = newUuid();
   const int total = static_cast<int>(app.related.size()) + 1;
@@ -35,6 +36,10 @@ UninstallOutcome uninstallApp(const AppUninstaller::AppRecord& app, const Locati
     if (onProgress) onProgress({done, total, current});
   };
 
+  if (stop.stop_requested()) {
+    result.stopped = true;
+    return result;
+  }
   if (!stillTheListedBundle(app, places)) {
     result.stayed.push_back(noLongerAllowed(app.name));
     return result;
@@ -55,6 +60,10 @@ UninstallOutcome uninstallApp(const AppUninstaller::AppRecord& app, const Locati
 
   int done = 1;
   for (const std::string& path : app.related) {
+    if (stop.stop_requested()) {
+      result.stopped = true;
+      break;
+    }
     std::string name(paths::lastComponent(path));
     if (!AppUninstaller::stillRelatedTo(path, app, places)) {
       result.stayed.push_back(noLongerAllowed(name));
@@ -73,6 +82,10 @@ UninstallOutcome uninstallApp(const AppUninstaller::AppRecord& app, const Locati
 std::string uninstallMessage(const UninstallOutcome& outcome) {
   std::string moved = sizeText(outcome.moves.movedBytes) +
                       " moved to the Trash. Empty the Trash to get the space back.";
+  if (outcome.stopped) {
+    if (outcome.moves.entries.empty()) return "Clearing stopped. Nothing was moved to the Trash.";
+    moved += " Clearing stopped after the current item.";
+  }
   if (outcome.stayed.empty()) {
     return outcome.moves.entries.empty() ? "Nothing was moved to the Trash." : moved;
   }

@@ -3,6 +3,7 @@
 // one session, each re-checked just before it moves. Nothing is deleted.
 
 #include <functional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -17,19 +18,23 @@ struct UninstallOutcome {
   std::vector<std::string> stayed;  // one text per item that stayed, in order
   bool bundleMoved = false;
   bool needsAdministrator = false;  // the bundle stayed for lack of rights
+  bool stopped = false;             // a stop request left the items after the one in hand
 };
 
 // Moves the bundle (kind "app") and, only once it is in the Trash, each related item (kind
 // "app-data"). The refusals (place, running, Apple's or this app) are the caller's, decided
 // before; here the bundle must still be the one listed (same file-system identity and
 // identifier) and each related item must still be named after the identifier in its Library
-// folder. An uninstall is never stopped halfway: at most 25 items, and an app with half its
-// data gone would serve no one. onProgress is called after each item.
+// folder. A stop request is honoured before the next item, as in a clear: the item in hand
+// finishes, and what had not moved yet stays where it is (data left behind by a moved bundle is
+// what the leftover scan finds later). onProgress is called after each item.
 UninstallOutcome uninstallApp(const AppUninstaller::AppRecord& app, const Locations& places,
-                              const std::function<void(const Progress&)>& onProgress = {});
+                              const std::function<void(const Progress&)>& onProgress = {},
+                              std::stop_token stop = {});
 
 // "Some items stayed in place: a; b. 12 MB moved to the Trash. Empty the Trash to get the space
-// back.", "Nothing was moved to the Trash." or "12 MB moved to the Trash. ...".
+// back.", "Nothing was moved to the Trash." or "12 MB moved to the Trash. ..."; a stopped
+// uninstall says so as a stopped clear does.
 std::string uninstallMessage(const UninstallOutcome& outcome);
 
 }  // namespace dw::Clearing

@@ -1,11 +1,15 @@
 #include "app_window.h"
 
 #include <QGuiApplication>
+#include <QPainter>
 #include <QPalette>
+#include <QPixmap>
 #include <QQmlContext>
 #include <QQuickStyle>
+#include <QSvgRenderer>
 #include <cstdlib>
 
+#include "bridge/app_icon.h"
 #include "bridge/icon_provider.h"
 
 namespace dw::ui {
@@ -18,6 +22,21 @@ void chooseDisplayBackend(bool forceOffscreen) {
   }
 }
 
+QIcon windowIcon() {
+  QSvgRenderer svg(QStringLiteral(":/Dustwhale/icons/app/dustwhale.svg"));
+  QIcon icon;
+  for (int size : {16, 32, 48, 64, 128, 256}) {
+    QPixmap pixmap(size, size);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    svg.render(&painter);
+    painter.end();
+    icon.addPixmap(pixmap);
+  }
+  return icon;
+}
+
 AppWindow openAppWindow(const Locations& places, const QString& appearance) {
   // Our own controls draw every part of themselves; the Basic style only lends behaviour. The
   // style can be chosen once, before the first window.
@@ -28,6 +47,7 @@ AppWindow openAppWindow(const Locations& places, const QString& appearance) {
   w.engine = std::make_unique<QQmlApplicationEngine>();
   w.engine->addImportPath("qrc:/");
   w.engine->addImageProvider("icon", new IconProvider);
+  w.engine->addImageProvider("appicon", new AppIconProvider(w.bridge->model()));
   bool dark = appearance == "dark" ||
               (appearance.isEmpty() &&
                QGuiApplication::palette().color(QPalette::Window).lightness() < 128);

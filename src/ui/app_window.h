@@ -2,6 +2,7 @@
 // Starting the desktop app: the display it runs on, the QML engine with our icons and the
 // bridge, and the window.
 
+#include <QIcon>
 #include <QQmlApplicationEngine>
 #include <QString>
 #include <memory>
@@ -19,6 +20,10 @@ struct AppWindow {
   std::unique_ptr<QQmlApplicationEngine> engine;
   QObject* root = nullptr;  // the ApplicationWindow; null when the QML failed to load
 };
+
+// The app icon (the same drawing as the installed icons and the About sheet's) at the sizes a
+// window manager asks for.
+QIcon windowIcon();
 
 // Loads Main.qml over a bridge for places; appearance is "light", "dark" or "" (the system
 // palette decides). The window is shown.

@@ -22,6 +22,10 @@ int main(int argc, char** argv) {
   QGuiApplication app(argc, argv);
   QGuiApplication::setApplicationName("Dustwhale");
   QGuiApplication::setApplicationVersion(DUSTWHALE_VERSION);
+  // The installed desktop entry is named after the application's identifier.
+  QGuiApplication::setDesktopFileName(
+      QString::fromUtf8(dw::kBundleID.data(), static_cast<qsizetype>(dw::kBundleID.size())));
+  QGuiApplication::setWindowIcon(dw::ui::windowIcon());
 
   QCommandLineParser parser;
   parser.setApplicationDescription("Gets disk space back, safely: everything goes to the Trash.");

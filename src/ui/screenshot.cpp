@@ -1,5 +1,9 @@
 #include "screenshot.h"
 
+#include "findings/page_texts.h"
+#include "platform/desktop.h"
+#include "trash/clearing.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
@@ -149,8 +153,62 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
     s.call("setConfirmShowAll", true);
     s.shoot("sheet-confirm-all");
     s.call("setConfirmShowAll", false);
+
+    // The same sheet while the caches move and once they have: pictures drawn from the core's
+    // texts for this list. Nothing moves to take them.
+    auto* items = qobject_cast<ConfirmListModel*>(dw.confirmItems());
+    const int total = items->rowCount();
+    if (total > 0) {
+      const int done = total / 3;
+      const QString current =
+          items->data(items->index(done), ConfirmListModel::NameRole).toString();
+      const QString progress =
+          QString::fromStdString(pagetexts::progressText(done, total)) + " · " + current;
+      QMetaObject::invokeMethod(
+          window.root, "setConfirmPreview", Q_ARG(QVariant, "moving"), Q_ARG(QVariant, progress),
+          Q_ARG(QVariant, static_cast<double>(done) / total), Q_ARG(QVariant, QString()));
+      s.shoot("sheet-confirm-moving");
+      Clearing::Outcome outcome;
+      outcome.movedBytes = items->totalBytes();
+      QMetaObject::invokeMethod(
+          window.root, "setConfirmPreview", Q_ARG(QVariant, "done"), Q_ARG(QVariant, QString()),
+          Q_ARG(QVariant, 1.0),
+          Q_ARG(QVariant, QString::fromStdString(Clearing::completionMessage(outcome))));
+      s.shoot("sheet-confirm-done");
+      QMetaObject::invokeMethod(window.root, "setConfirmPreview", Q_ARG(QVariant, ""),
+                                Q_ARG(QVariant, QString()), Q_ARG(QVariant, 0.0),
+                                Q_ARG(QVariant, QString()));
+    }
     dw.cancelConfirm();
+
+    // The Uninstaller's confirmation, of the largest app that may go.
+    auto* apps = qobject_cast<AppListModel*>(dw.apps());
+    for (int row = 0; row < apps->rowCount(); ++row) {
+      apps->choose(row);
+      if (!apps->canUninstall()) continue;
+      s.call("showPage", "apps");
+      dw.requestUninstall();
+      s.set("forcedSheet", "confirm");
+      s.shoot("sheet-uninstall");
+      dw.cancelConfirm();
+      break;
+    }
+    apps->choose(0);
     s.set("forcedSheet", "");
+
+    // App leftovers when some Library folders could not be read (a home read in full has none
+    // to show): the notice as the core words it, for two of the places looked in.
+    std::vector<std::string> unread;
+    for (const auto& location : dw.model().places().leftoverLocations) {
+      if (unread.size() < 2) unread.push_back(location.display);
+    }
+    if (!unread.empty()) {  // a layout with no leftover locations has no such notice
+      s.set("previewNotice", QString::fromStdString(pagetexts::unreadLeftoversNotice(
+                                 unread, platform::hasFullDiskAccessSetting())));
+      s.call("showPage", "leftovers");
+      s.shoot("leftovers-unread-notice");
+      s.set("previewNotice", QString());
+    }
   }
   return s.ok;
 }

@@ -19,6 +19,7 @@ TEST(VolumePicture, ReadsTheHomeVolumeAndNeverFails) {
   EXPECT_LE(picture.available, picture.total);
   // Linux holds no purgeable space back, so nothing lies between available and important.
   EXPECT_EQ(picture.important, picture.available);
+  EXPECT_FALSE(picture.heldReported);
 
   // The same volume through a folder on it gives the same capacity.
   test::TempDir t;

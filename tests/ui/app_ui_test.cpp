@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QTest>
+
 #include <QAbstractItemModel>
 #include <QDateTime>
 #include <QDir>
@@ -13,11 +15,14 @@
 #include <filesystem>
 #include <set>
 
+#include "base/uuid.h"
+#include "findings/dashboard.h"
 #include "findings/size_text.h"
 #include "platform/defaults.h"
 #include "platform/desktop.h"
 #include "support/home_builder.h"
 #include "support/temp_dir.h"
+#include "trash/cleared_log.h"
 #include "ui_driver.h"
 
 namespace dw {
@@ -222,9 +227,23 @@ TEST_F(AppUiTest, OnboardingRemembersItsEndAndWelcomeReopensIt) {
   EXPECT_FALSE(ui.shows("onboarding.title"));
 
   // The menu: updates are not configured; "Welcome to Dustwhale" starts again at step 0.
-  QObject* updates = ui.root()->findChild<QObject*>("menu.updates");
-  ASSERT_TRUE(updates);
-  EXPECT_FALSE(updates->property("enabled").toBool());
+  // Its reason shows on hover, and a click does nothing.
+  QObject* appMenu = ui.root()->findChild<QObject*>("menu.app");
+  ASSERT_TRUE(appMenu);
+  QMetaObject::invokeMethod(appMenu, "open");
+  ASSERT_TRUE(ui.waitFor([&] { return ui.shows("menu.updates"); }, 2000));
+  QQuickItem* updates = ui.one("menu.updates");
+  EXPECT_FALSE(updates->property("available").toBool());
+  QObject* tip = ui.root()->findChild<QObject*>("menu.updatesTip");
+  ASSERT_TRUE(tip);
+  EXPECT_FALSE(tip->property("visible").toBool());
+  QTest::mouseMove(ui.window(), updates->mapToScene({20, updates->height() / 2}).toPoint());
+  EXPECT_TRUE(ui.waitFor([&] { return tip->property("visible").toBool(); }, 3000));
+  EXPECT_EQ(tip->property("text").toString(), "Updates not configured yet");
+  ui.click(updates);
+  EXPECT_TRUE(ui.shows("menu.updates"));
+  QMetaObject::invokeMethod(appMenu, "close");
+  ui.waitFor([&] { return !ui.shows("menu.updates"); }, 2000);
   QObject* welcome = ui.root()->findChild<QObject*>("menu.welcome");
   ASSERT_TRUE(welcome);
   QMetaObject::invokeMethod(welcome, "triggered");
@@ -256,7 +275,25 @@ TEST_F(AppUiTest, OverviewCardsAndRecentlyClearedWithPutBack) {
   EXPECT_EQ(details[1], "From 1 app no longer installed");
   EXPECT_EQ(details[2], "Find extra copies in Downloads and media folders.");
   EXPECT_EQ(details[3], "0 files over 200 MB, never pre-selected");
-  EXPECT_TRUE(ui.text("storage.summary").contains(" ready to clear, "));
+  // The storage bar as the core words it. This system reports no space it holds back, so the
+  // bar, its legend and its summary leave held space out.
+  const auto amounts =
+      dashboard::storageAmounts(ui.bridge().model().volume(), ui.bridge().model().caches());
+  EXPECT_EQ(ui.text("storage.summary").toStdString(),
+            sizeText(amounts.used) + " used, " + sizeText(amounts.ready) + " ready to clear, " +
+                sizeText(amounts.free) + " free");
+  EXPECT_GE(amounts.ready, 33 * kMiB);
+  std::vector<QString> legend;
+  for (QQuickItem* item : ui.all("storage.legend"))
+    legend.push_back(item->property("label").toString());
+  EXPECT_EQ(legend, (std::vector<QString>{"Your files and apps", "Ready to clear", "Free"}));
+  EXPECT_FALSE(ui.shows("storage.explanation"));
+  double filled = 0;
+  for (QQuickItem* segment : ui.all("storage.segment")) {
+    EXPECT_NE(segment->property("part").toString(), "held");
+    filled += segment->width();
+  }
+  EXPECT_NEAR(filled, ui.one("storage.bar")->width(), 3.0);
   EXPECT_EQ(ui.text("ready.heading").left(15), "Ready to clear ");
 
   // Nothing cleared yet.
@@ -302,6 +339,54 @@ TEST_F(AppUiTest, OverviewCardsAndRecentlyClearedWithPutBack) {
   rows = ui.all("cleared.row");
   EXPECT_EQ(field(rows[2], "cleared.status"), "Trash emptied");
   EXPECT_EQ(ui.all("cleared.putBack").size(), 1u);
+}
+
+TEST_F(AppUiTest, RecentlyClearedTellsEachClearByItsDate) {
+  skipOnboarding();
+  test::UiDriver ui(places);
+  // A fixed clock: noon, June 15th 2026, local time. Three clears, logged as the pipeline logs
+  // them: today, earlier this year, two years before; their Trash has been emptied since.
+  auto at = [](const QDateTime& t) {
+    return TimePoint(std::chrono::milliseconds(t.toMSecsSinceEpoch()));
+  };
+  ui.bridge().setClock([&] { return at(QDateTime(QDate(2026, 6, 15), QTime(12, 0))); });
+  std::vector<ClearedLog::Entry> entries;
+  const std::string s1 = newUuid(), s2 = newUuid(), s3 = newUuid();
+  auto logged = [&](const std::string& session, const std::string& name, QDateTime when,
+                    std::int64_t bytes) {
+    ClearedLog::Entry e;
+    e.id = newUuid();
+    e.sessionID = session;
+    e.originalPath = mac.inHome("Library/Caches/" + name);
+    e.trashPath = trashHome.trashFiles() + "/" + name;
+    e.bytes = bytes;
+    e.kind = "cache";
+    e.name = name;
+    e.date = at(when);
+    entries.push_back(e);
+  };
+  logged(s1, "old", QDateTime(QDate(2024, 3, 4), QTime(9, 0)), 5 * kMiB);
+  logged(s2, "spring", QDateTime(QDate(2026, 3, 4), QTime(9, 0)), 7 * kMiB);
+  logged(s3, "morning", QDateTime(QDate(2026, 6, 15), QTime(9, 30)), 2 * kMiB);
+  logged(s3, "morning2", QDateTime(QDate(2026, 6, 15), QTime(9, 31)), 1 * kMiB);
+  ClearedLog::append(entries, places);
+  ui.bridge().reloadCleared();
+  ui.page("recentlyCleared");
+  ASSERT_TRUE(ui.waitFor([&] { return ui.all("cleared.groupHeader").size() == 3; }, 5000));
+
+  std::vector<QString> headers;
+  for (QQuickItem* h : ui.all("cleared.groupHeader"))
+    headers.push_back(h->property("text").toString());
+  ASSERT_EQ(headers.size(), 3u);
+  EXPECT_TRUE(headers[0].startsWith("Today, 09")) << headers[0].toStdString();
+  EXPECT_TRUE(headers[0].endsWith(" · 2 items · 3 MB")) << headers[0].toStdString();
+  EXPECT_EQ(headers[1], QLocale().toString(QDate(2026, 3, 4), "MMM d") + " · 1 item · 7 MB");
+  EXPECT_EQ(headers[2], QLocale().toString(QDate(2024, 3, 4), "MMM d, yyyy") + " · 1 item · 5 MB");
+  // None of them is in the Trash any more: nothing to put back.
+  for (QQuickItem* row : ui.all("cleared.row"))
+    EXPECT_EQ(field(row, "cleared.status"), "Trash emptied");
+  EXPECT_FALSE(ui.shows("cleared.putBack"));
+  EXPECT_EQ(ui.text("cleared.title"), "0 MB moved to the Trash");
 }
 
 TEST(ClearedDates, TodayThisYearAndEarlier) {
@@ -483,17 +568,23 @@ TEST_F(AppUiTest, UninstallerListsAppsKeysCancelAndMovesTheAppToTheTrash) {
 
   for (Qt::Key key : {Qt::Key_Return, Qt::Key_Escape}) {
     ui.click("apps.uninstall");
-    ASSERT_TRUE(ui.shows("apps.confirmTitle"));
-    EXPECT_EQ(ui.text("apps.confirmTitle"), "Move Tidy to the Trash?");
+    ASSERT_TRUE(ui.shows("confirm.title"));
+    EXPECT_EQ(ui.text("confirm.title"), "Move Tidy and 1 related item to the Trash?");
     ui.key(key);
-    EXPECT_FALSE(ui.shows("apps.confirmTitle"));
+    EXPECT_FALSE(ui.shows("confirm.title"));
   }
   EXPECT_TRUE(test::exists(app));
 
   ui.click("apps.uninstall");
-  ui.click("apps.confirmUninstall");
+  ui.click("confirm.move");
   ASSERT_TRUE(ui.waitFor([&] { return !test::exists(app) && !ui.bridge().clearing(); }));
   EXPECT_TRUE(test::exists(trashHome.trashFiles() + "/Tidy.app"));
+  // Done: the checkmark, the outcome and the way to Recently Cleared.
+  ASSERT_TRUE(ui.shows("confirm.checkmark"));
+  EXPECT_TRUE(ui.text("confirm.outcome").contains("moved to the Trash"));
+  ui.click("confirm.recentlyCleared");
+  EXPECT_FALSE(ui.shows("confirm.checkmark"));
+  EXPECT_TRUE(ui.shows("page.recentlyCleared"));
   EXPECT_FALSE(test::exists(support));
 }
 

@@ -91,6 +91,10 @@ std::string_view revealActionTitle() {
   return "Show in Folder";
 }
 
+std::string_view systemName() {
+  return "The system";
+}
+
 bool hasFullDiskAccessSetting() {
   return false;
 }

@@ -26,6 +26,10 @@ std::string_view revealActionTitle() {
   return "Reveal in Finder";
 }
 
+std::string_view systemName() {
+  return "macOS";
+}
+
 bool hasFullDiskAccessSetting() {
   return true;
 }

@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include "base/paths.h"
+#include "platform/desktop.h"
 #include "platform/plist.h"
 #include "scanners/app_bundles.h"
 #include "scanners/leftovers/leftover_scanner.h"
@@ -217,6 +218,16 @@ void sortByTotal(std::vector<AppRecord>& records) {
   for (const auto& key : keys)
     sorted.push_back(std::move(records[key.second]));
   records = std::move(sorted);
+}
+
+std::string needsAdministratorRow() {
+  return " " + std::string(platform::systemName()) +
+         " refused because this app needs an administrator. " +
+         std::string(platform::revealActionTitle()) + ".";
+}
+
+std::string stayedForAdministratorRow() {
+  return "Stayed in place." + needsAdministratorRow();
 }
 
 std::string rowText(const AppRecord& record) {

@@ -25,9 +25,15 @@ inline constexpr std::string_view kRunningRow = "Open. Quit it before uninstalli
 inline constexpr std::string_view kFlatpakRow = "Flatpak app. Remove it with the software manager.";
 inline constexpr std::string_view kPackageRow =
     "System package. Remove it with the software manager.";
-// Joined after a row's opening words, hence the leading space.
+// Joined after a row's opening words, hence the leading space. This is the Mac's wording; see
+// needsAdministratorRow for the one of the system the program runs on.
 inline constexpr std::string_view kNeedsAdministratorRow =
     " macOS refused because this app needs an administrator. Reveal in Finder.";
+// kNeedsAdministratorRow as this system says it: its name and its reveal action's title
+// (" The system refused because this app needs an administrator. Show in Folder." on Linux).
+std::string needsAdministratorRow();
+// The row of an app whose bundle the system refused to move: "Stayed in place." and the above.
+std::string stayedForAdministratorRow();
 
 // The Library folders an app keeps its data in, in the order they are searched.
 inline constexpr std::array<std::string_view, 8> kRelatedFolders = {

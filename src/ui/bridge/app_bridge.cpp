@@ -1,5 +1,7 @@
 #include "bridge/app_bridge.h"
 
+#include "bridge/date_text.h"
+
 #include <QFileInfo>
 
 #include <algorithm>
@@ -13,6 +15,7 @@
 #include "findings/page_texts.h"
 #include "findings/size_text.h"
 #include "platform/desktop.h"
+#include "scanners/uninstaller/app_uninstaller.h"
 #include "trash/cleared_groups.h"
 
 namespace dw::ui {
@@ -36,7 +39,7 @@ QVariant ConfirmListModel::data(const QModelIndex& index, int role) const {
     case NameRole:
       return e.name;
     case SizeTextRole:
-      return QString::fromStdString(sizeText(e.bytes));
+      return e.sized ? QString::fromStdString(sizeText(e.bytes)) : QString();
     case KindWordRole:
       return e.kindWord;
   }
@@ -96,6 +99,11 @@ void AppBridge::fieldChanged(ScanModel::Field field) {
       emit phaseChanged();
       emit progressChanged();
       emit dashboardChanged();
+      // An uninstall that ended leaves its confirmation (the sheet shows the outcome now).
+      if (!clearing() && confirmingUninstall_) {
+        confirmingUninstall_ = false;
+        emit confirmChanged();
+      }
       break;
     case F::volume:
     case F::volumeName:
@@ -180,10 +188,18 @@ QString AppBridge::message() const {
 }
 
 QString AppBridge::confirmTitle() const {
+  if (confirmingUninstall_ && model_->uninstallTarget()) {
+    const auto& app = *model_->uninstallTarget();
+    return QString::fromStdString(
+        pagetexts::uninstallTitle(app.name, static_cast<std::int64_t>(app.related.size())));
+  }
   return QString::fromStdString(pagetexts::confirmTitle(confirmItems_.rowCount()));
 }
 
 QString AppBridge::confirmSize() const {
+  if (confirmingUninstall_ && model_->uninstallTarget()) {
+    return QString::fromStdString(sizeText(AppUninstaller::totalBytes(*model_->uninstallTarget())));
+  }
   return QString::fromStdString(sizeText(confirmItems_.totalBytes()));
 }
 
@@ -265,32 +281,18 @@ QString AppBridge::stoppingText() const {
   return q(pagetexts::kStoppingText);
 }
 
-namespace {
-// The locale's short time; a locale whose short form still shows seconds ("C") loses them.
-QString shortTime(const QTime& time) {
-  QString format = QLocale().timeFormat(QLocale::ShortFormat);
-  format.remove(":ss");
-  return QLocale().toString(time, format);
-}
-}  // namespace
-
 QString AppBridge::dateText(TimePoint when, TimePoint now) {
-  auto toQt = [](TimePoint t) {
-    return QDateTime::fromMSecsSinceEpoch(
-        std::chrono::duration_cast<std::chrono::milliseconds>(t.time_since_epoch()).count());
-  };
-  QDateTime at = toQt(when), today = toQt(now);
-  QLocale locale;
-  if (at.date() == today.date()) {
-    return "Today, " + shortTime(at.time());
-  }
-  if (at.date().year() == today.date().year()) return locale.toString(at.date(), "MMM d");
-  return locale.toString(at.date(), "MMM d, yyyy");
+  return localDateText(when, now);
+}
+
+void AppBridge::setClock(std::function<TimePoint()> now) {
+  now_ = std::move(now);
+  emit clearedChanged();
 }
 
 QVariantList AppBridge::clearedGroups() const {
   QVariantList groups;
-  TimePoint now = Clock::now();
+  TimePoint now = now_();
   for (const auto& group : ClearedLog::groupBySession(model_->clearedEntries())) {
     QVariantList entries;
     for (const auto& e : group.entries) {
@@ -300,7 +302,7 @@ QVariantList AppBridge::clearedGroups() const {
         statusText =
             e.putBackAt
                 ? "Put back " +
-                      shortTime(
+                      localShortTime(
                           QDateTime::fromSecsSinceEpoch(Clock::to_time_t(*e.putBackAt)).time())
                 : QString("Already put back");
       } else if (status == 2) {
@@ -334,6 +336,11 @@ QVariantMap AppBridge::storage() const {
   auto part = [&](std::int64_t bytes) {
     return a.total > 0 ? static_cast<double>(bytes) / static_cast<double>(a.total) : 0.0;
   };
+  QVariantList legend;
+  for (const auto& s : dashboard::storageLegend(a)) {
+    legend.append(QVariantMap{{"part", QString::fromStdString(s.part)},
+                              {"label", QString::fromStdString(s.label)}});
+  }
   return QVariantMap{
       {"used", part(a.used)},
       {"ready", part(a.ready)},
@@ -341,7 +348,8 @@ QVariantMap AppBridge::storage() const {
       {"free", part(a.free)},
       {"totalText", QString::fromStdString(sizeText(a.total) + " total")},
       {"summary", QString::fromStdString(dashboard::storageSummary(a))},
-      {"explanation", QString::fromUtf8(dashboard::kHeldExplanation)},
+      {"explanation", QString::fromStdString(dashboard::storageExplanation(a))},
+      {"legend", legend},
       {"readyHeading", QString::fromStdString(dashboard::readyHeading(a.ready))},
       {"readyLine", QString::fromUtf8(dashboard::kReadyLine)},
       {"reviewTitle", QString::fromStdString(dashboard::reviewButton(a.ready))},
@@ -419,7 +427,31 @@ void AppBridge::requestConfirm(const QString& scope) {
   if (scope == "duplicates") model_->requestConfirm(ScanModel::ConfirmScope::duplicates);
 }
 
+void AppBridge::requestUninstall() {
+  const auto* app = apps_->currentApp();
+  if (!app || clearing()) return;
+  model_->setUninstallTarget(*app);
+  std::vector<ConfirmListModel::Entry> entries;
+  entries.push_back(
+      {QString::fromStdString(app->name), app->bundleBytes, q(pagetexts::kAppKindWord)});
+  for (const auto& path : app->related) {
+    entries.push_back({apps_->itemName(path), 0, q(pagetexts::kAppDataKindWord), false});
+  }
+  confirmItems_.reset(std::move(entries));
+  confirmingUninstall_ = true;
+  emit confirmChanged();
+}
+
 void AppBridge::confirmMove() {
+  if (confirmingUninstall_) {
+    model_->uninstall();
+    // Refused (it was opened meanwhile, say): the reason is in the status line.
+    if (!clearing()) {
+      confirmingUninstall_ = false;
+      emit confirmChanged();
+    }
+    return;
+  }
   if (model_->confirmScope() == ScanModel::ConfirmScope::duplicates) {
     model_->clearDuplicates();
     return;
@@ -432,6 +464,12 @@ void AppBridge::cancelConfirm() {
     stopping_ = true;
     model_->stopClearing();
     emit progressChanged();
+    return;
+  }
+  if (confirmingUninstall_) {
+    confirmingUninstall_ = false;
+    model_->setUninstallTarget(std::nullopt);
+    emit confirmChanged();
     return;
   }
   model_->dismissConfirm();

@@ -9,6 +9,7 @@
 #include <QTimer>
 #include <QVariantList>
 #include <QVariantMap>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -37,6 +38,7 @@ class ConfirmListModel : public QAbstractListModel {
     QString name;
     std::int64_t bytes = 0;
     QString kindWord;
+    bool sized = true;  // an app's related items are measured together, not one by one
   };
   void reset(std::vector<Entry> items);
   std::int64_t totalBytes() const;
@@ -54,6 +56,7 @@ class AppBridge : public QObject {
   Q_PROPERTY(QString scanArea READ scanArea NOTIFY scanAreaChanged)
   Q_PROPERTY(QString message READ message NOTIFY messageChanged)
   Q_PROPERTY(bool confirm READ confirm NOTIFY confirmChanged)
+  Q_PROPERTY(bool confirmingUninstall READ confirmingUninstall NOTIFY confirmChanged)
   Q_PROPERTY(QString confirmTitle READ confirmTitle NOTIFY confirmChanged)
   Q_PROPERTY(QString confirmSize READ confirmSize NOTIFY confirmChanged)
   Q_PROPERTY(int confirmCount READ confirmCount NOTIFY confirmChanged)
@@ -104,7 +107,9 @@ class AppBridge : public QObject {
   QString scannedText() const;
   QString scanArea() const;
   QString message() const;
-  bool confirm() const { return model_->confirm(); }
+  // The confirm sheet is up: for a clear of a list (the model's confirm), or for an uninstall.
+  bool confirm() const { return model_->confirm() || confirmingUninstall_; }
+  bool confirmingUninstall() const { return confirmingUninstall_; }
   QString confirmTitle() const;
   QString confirmSize() const;
   int confirmCount() const { return confirmItems_.rowCount(); }
@@ -129,6 +134,8 @@ class AppBridge : public QObject {
   QString clearedTitle() const;
   // "Today, 14:05", "Mar 4" this year, "Mar 4, 2024" before, in the user's locale.
   static QString dateText(TimePoint when, TimePoint now);
+  // The clock Recently Cleared tells its dates by (the system's unless a test fixes one).
+  void setClock(std::function<TimePoint()> now);
   QString failureText() const;
   QString volumeName() const { return QString::fromStdString(model_->volumeName()); }
   // The storage bar: fractions (used, ready, held, free), totalText, summary, explanation,
@@ -166,6 +173,8 @@ class AppBridge : public QObject {
   Q_INVOKABLE void putBack(const QString& id);
   // The confirmation of a given list, as its footer button asks.
   Q_INVOKABLE void requestConfirm(const QString& scope);
+  // The confirmation of the Uninstaller's chosen app: its bundle and related items.
+  Q_INVOKABLE void requestUninstall();
 
  signals:
   void phaseChanged();
@@ -200,6 +209,8 @@ class AppBridge : public QObject {
   ConfirmListModel confirmItems_;
   QTimer clock_;  // keeps "Scanned 5 minutes ago" current
   bool stopping_ = false;
+  bool confirmingUninstall_ = false;
+  std::function<TimePoint()> now_ = [] { return Clock::now(); };
 };
 
 }  // namespace dw::ui

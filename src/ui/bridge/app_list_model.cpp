@@ -2,7 +2,11 @@
 
 #include <QUrl>
 
+#include "base/paths.h"
+#include "bridge/date_text.h"
+#include "findings/page_texts.h"
 #include "findings/size_text.h"
+#include "platform/desktop.h"
 #include "scanners/uninstaller/app_uninstaller.h"
 
 namespace dw::ui {
@@ -56,7 +60,8 @@ int AppListModel::rowCount(const QModelIndex& parent) const {
 
 QVariant AppListModel::data(const QModelIndex& index, int role) const {
   if (!index.isValid() || index.row() >= rowCount()) return {};
-  const auto& app = model_.installedApps()[rows_[static_cast<size_t>(index.row())]];
+  const auto& app = at(index.row());
+  const bool needsAdmin = model_.appsNeedingAdmin().contains(app.bundlePath);
   switch (role) {
     case NameRole:
       return QString::fromStdString(app.name);
@@ -66,13 +71,17 @@ QVariant AppListModel::data(const QModelIndex& index, int role) const {
       return QString::fromStdString("App " + sizeText(app.bundleBytes) + " · related " +
                                     sizeText(app.relatedBytes));
     case RowTextRole:
-      return QString::fromStdString(AppUninstaller::rowText(app));
+      return QString::fromStdString(needsAdmin ? AppUninstaller::stayedForAdministratorRow()
+                                               : AppUninstaller::rowText(app));
     case CurrentRole:
       return index.row() == current_;
     case IconRole:
-      return app.iconPath.empty()
-                 ? QString()
-                 : QUrl::fromLocalFile(QString::fromStdString(app.iconPath)).toString();
+      return "image://appicon/" +
+             QString::fromUtf8(QUrl::toPercentEncoding(QString::fromStdString(app.bundlePath)));
+    case LastUsedRole:
+      return lastUsedText(app, Clock::now());
+    case NeedsAdminRole:
+      return needsAdmin;
     case SoftwareManagerRole:
       return AppUninstaller::removedWithSoftwareManager(app);
   }
@@ -80,18 +89,32 @@ QVariant AppListModel::data(const QModelIndex& index, int role) const {
 }
 
 QHash<int, QByteArray> AppListModel::roleNames() const {
-  return {{NameRole, "name"},
-          {SizeTextRole, "sizeText"},
-          {DetailRole, "detail"},
-          {RowTextRole, "rowText"},
-          {CurrentRole, "current"},
-          {IconRole, "iconUrl"},
-          {SoftwareManagerRole, "softwareManager"}};
+  return {{NameRole, "name"},         {SizeTextRole, "sizeText"},    {DetailRole, "detail"},
+          {RowTextRole, "rowText"},   {CurrentRole, "current"},      {IconRole, "iconSource"},
+          {LastUsedRole, "lastUsed"}, {NeedsAdminRole, "needsAdmin"}, {SoftwareManagerRole, "softwareManager"}};
+}
+
+const AppUninstaller::AppRecord& AppListModel::at(int row) const {
+  return model_.installedApps()[rows_[static_cast<size_t>(row)]];
 }
 
 const AppUninstaller::AppRecord* AppListModel::currentApp() const {
   if (current_ < 0 || current_ >= rowCount()) return nullptr;
-  return &model_.installedApps()[rows_[static_cast<size_t>(current_)]];
+  return &at(current_);
+}
+
+QString AppListModel::title() const {
+  return QString::fromStdString(
+      pagetexts::appsTitle(static_cast<std::int64_t>(model_.installedApps().size())));
+}
+
+QString AppListModel::detail() const {
+  return QString::fromUtf8(pagetexts::kAppsDetail.data(),
+                           static_cast<qsizetype>(pagetexts::kAppsDetail.size()));
+}
+
+QString AppListModel::lastUsedText(const AppUninstaller::AppRecord& app, TimePoint now) {
+  return "Last used " + (app.lastUsed ? localDateText(*app.lastUsed, now) : QString("—"));
 }
 
 QString AppListModel::currentName() const {
@@ -99,13 +122,30 @@ QString AppListModel::currentName() const {
   return app ? QString::fromStdString(app->name) : QString();
 }
 
-QStringList AppListModel::currentItems() const {
-  QStringList out;
+QString AppListModel::itemName(const std::string& path) const {
+  const std::string& library = model_.places().library;
+  if (path.size() > library.size() + 1 && path.starts_with(library + "/")) {
+    return QString::fromStdString(path.substr(library.size() + 1));
+  }
+  return QString::fromStdString(std::string(paths::lastComponent(path)));
+}
+
+QVariantList AppListModel::currentItems() const {
+  QVariantList out;
   auto* app = currentApp();
   if (!app) return out;
-  out << QString::fromStdString(app->bundlePath);
+  const std::string& home = model_.places().home;
+  auto place = [&](const std::string& path) {
+    std::string folder(paths::parent(path));
+    if (folder == home || folder.starts_with(home + "/")) folder = "~" + folder.substr(home.size());
+    return QString::fromStdString(folder);
+  };
+  auto name = [](const std::string& path) {
+    return QString::fromStdString(std::string(paths::lastComponent(path)));
+  };
+  out.append(QVariantMap{{"name", name(app->bundlePath)}, {"place", place(app->bundlePath)}});
   for (const auto& path : app->related)
-    out << QString::fromStdString(path);
+    out.append(QVariantMap{{"name", name(path)}, {"place", place(path)}});
   return out;
 }
 
@@ -132,11 +172,9 @@ void AppListModel::choose(int row) {
   emit currentChanged();
 }
 
-void AppListModel::uninstall() {
-  auto* app = currentApp();
-  if (!app) return;
-  model_.setUninstallTarget(*app);
-  model_.uninstall();
+void AppListModel::reveal(int row) {
+  if (row < 0 || row >= rowCount()) return;
+  platform::revealInFileManager(at(row).bundlePath);
 }
 
 }  // namespace dw::ui

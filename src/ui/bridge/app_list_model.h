@@ -1,7 +1,8 @@
 #pragma once
-// The Uninstaller's list: the installed apps whose name matches the search, with their sizes,
-// the row text the core gives an app that may not be removed, and the chosen app's related
-// items. Uninstalling is the model's: this asks it to, after the page's confirmation.
+// The Uninstaller's list: the installed apps whose name matches the search, with their icons,
+// sizes, last use, the row text the core gives an app that may not be removed (or whose move the
+// system refused), and the chosen app's related items. Uninstalling is the model's; the bridge
+// asks it to after the confirm sheet.
 
 #include <QAbstractListModel>
 #include <QString>
@@ -17,9 +18,11 @@ class AppListModel : public QAbstractListModel {
   Q_PROPERTY(QString query READ query WRITE setQuery NOTIFY queryChanged)
   Q_PROPERTY(int count READ rowCount NOTIFY listChanged)
   Q_PROPERTY(bool loading READ loading NOTIFY listChanged)
+  Q_PROPERTY(QString title READ title NOTIFY listChanged)
+  Q_PROPERTY(QString detail READ detail CONSTANT)
   Q_PROPERTY(int current READ current NOTIFY currentChanged)
   Q_PROPERTY(QString currentName READ currentName NOTIFY currentChanged)
-  Q_PROPERTY(QStringList currentItems READ currentItems NOTIFY currentChanged)
+  Q_PROPERTY(QVariantList currentItems READ currentItems NOTIFY currentChanged)
   Q_PROPERTY(QString currentSize READ currentSize NOTIFY currentChanged)
   Q_PROPERTY(bool canUninstall READ canUninstall NOTIFY currentChanged)
 
@@ -30,7 +33,9 @@ class AppListModel : public QAbstractListModel {
     DetailRole,
     RowTextRole,
     CurrentRole,
-    IconRole,            // a file: URL of the app's icon image, empty when it has none
+    IconRole,  // an image: URL of the app's icon (its own, else the generic one)
+    LastUsedRole,
+    NeedsAdminRole,
     SoftwareManagerRole  // removed with the system's software manager, never by us
   };
   explicit AppListModel(ScanModel& model, QObject* parent = nullptr);
@@ -42,17 +47,27 @@ class AppListModel : public QAbstractListModel {
   QString query() const { return query_; }
   void setQuery(const QString& query);
   bool loading() const { return model_.appsLoading(); }
+  // "12 apps": every listed app, whatever the search.
+  QString title() const;
+  QString detail() const;
   int current() const { return current_; }
   QString currentName() const;
-  // The bundle and then its related items, each with its path.
-  QStringList currentItems() const;
+  // The bundle and then its related items: name and place (the folder, the home shown as "~").
+  QVariantList currentItems() const;
+  // An item's name in the confirmation: a related item under the Library folder it is in
+  // ("Caches/com.example.foo"), since several carry the same name.
+  QString itemName(const std::string& path) const;
   QString currentSize() const;
   bool canUninstall() const;
+  // The chosen app, if any.
+  const AppUninstaller::AppRecord* currentApp() const;
+  // "Last used Mar 4", in the user's locale; "Last used —" when the system keeps no date.
+  static QString lastUsedText(const AppUninstaller::AppRecord& app, TimePoint now);
 
   Q_INVOKABLE void refresh();
   Q_INVOKABLE void choose(int row);
-  // Moves the chosen app and its related items to the Trash (after the page's confirmation).
-  Q_INVOKABLE void uninstall();
+  // Shows the app of this row in the file manager.
+  Q_INVOKABLE void reveal(int row);
 
   void modelChanged(ScanModel::Field field);
 
@@ -63,7 +78,7 @@ class AppListModel : public QAbstractListModel {
 
  private:
   void rebuild();
-  const AppUninstaller::AppRecord* currentApp() const;
+  const AppUninstaller::AppRecord& at(int row) const;
 
   ScanModel& model_;
   QString query_;

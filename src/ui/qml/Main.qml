@@ -57,6 +57,15 @@ ApplicationWindow {
     function setOnboardingStep(step) { onboardingSheet.step = step }
     function setDark(dark) { Theme.dark = dark }
     function setConfirmShowAll(all) { confirmSheet.showAll = all }
+    function setConfirmPreview(state, progress, fraction, message) {
+        confirmSheet.preview = state
+        confirmSheet.previewProgress = progress
+        confirmSheet.previewFraction = fraction
+        confirmSheet.previewMessage = message
+    }
+    // The screenshot mode's picture of the notice above App leftovers (a home it may read all of
+    // has none to show).
+    property string previewNotice: ""
 
     menuBar: MenuBar {
         objectName: "menuBar"
@@ -79,16 +88,36 @@ ApplicationWindow {
             }
         }
         Menu {
+            objectName: "menu.app"
             title: "Dustwhale"
             MenuItem { objectName: "menu.about"; text: "About Dustwhale"; onTriggered: window.aboutPresented = true }
             MenuItem {
                 id: updatesItem
                 objectName: "menu.updates"
                 text: "Check for Updates…"
-                enabled: dw.updatesConfigured
-                hoverEnabled: true
-                ToolTip.visible: hovered && !enabled
-                ToolTip.text: "Updates not configured yet"
+                // Unavailable while no update feed is configured (never, on Linux). A disabled
+                // item takes no pointer, so its reason could never show: this one stays enabled,
+                // is drawn and announced as unavailable, and a hover area over it swallows the
+                // click and shows why.
+                readonly property bool available: dw.updatesConfigured
+                readonly property string reason: "Updates not configured yet"
+                palette.windowText: available ? Theme.text : Theme.tertiaryText
+                Accessible.description: available ? "" : reason
+                MouseArea {
+                    id: updatesHover
+                    objectName: "menu.updatesHover"
+                    anchors.fill: parent
+                    enabled: !updatesItem.available
+                    hoverEnabled: true
+                    acceptedButtons: Qt.AllButtons
+                    cursorShape: Qt.ArrowCursor
+                }
+                ToolTip {
+                    objectName: "menu.updatesTip"
+                    visible: updatesHover.containsMouse
+                    delay: 400
+                    text: updatesItem.reason
+                }
             }
             MenuSeparator {}
             MenuItem { text: "Quit Dustwhale"; onTriggered: Qt.quit() }
@@ -224,7 +253,7 @@ ApplicationWindow {
                         objectName: "page.leftovers"
                         list: dw.leftovers
                         scanning: dw.scanning
-                        notice: dw.unreadNotice
+                        notice: window.previewNotice !== "" ? window.previewNotice : dw.unreadNotice
                         noticeAction: dw.fullDiskAccessSetting ? "Open Full Disk Access settings" : ""
                         onNoticeTriggered: dw.openFullDiskAccessSettings()
                     }

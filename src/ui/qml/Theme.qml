@@ -7,7 +7,9 @@ QtObject {
 
     readonly property color accent: dark ? "#2BB3A1" : "#0E7A6D"
     readonly property color accentTint: dark ? Qt.rgba(0.17, 0.70, 0.63, 0.20) : Qt.rgba(0.05, 0.48, 0.43, 0.12)
-    readonly property color accentForeground: "#FFFFFF"
+    // Text on the accent: white on the deep light-mode teal, a near-black teal on the brighter
+    // dark-mode one, where white would read poorly.
+    readonly property color accentForeground: dark ? "#06211D" : "#FFFFFF"
 
     readonly property color window: dark ? "#1E1F21" : "#F5F5F4"
     readonly property color sidebar: dark ? "#252628" : "#EBEBEA"

@@ -53,22 +53,25 @@ Item {
                         radius: 7
                         color: Theme.skeleton
                         clip: true
-                        readonly property var parts: [
-                            { value: dw.storage.used, color: Theme.dark ? "#8E8E93" : "#5E5E63" },
-                            { value: dw.storage.ready, color: Theme.accent },
-                            { value: dw.storage.held, color: Theme.warning },
-                            { value: dw.storage.free, color: Theme.skeleton }
-                        ]
+                        readonly property var colors: ({
+                            used: Theme.dark ? "#8E8E93" : "#5E5E63",
+                            ready: Theme.accent,
+                            held: Theme.warning,
+                            free: Theme.skeleton
+                        })
                         Row {
                             anchors.fill: parent
                             spacing: 0
+                            // One segment per legend entry: held space only where the system reports it.
                             Repeater {
-                                model: bar.parts
+                                model: dw.storage.legend
                                 Rectangle {
                                     required property var modelData
-                                    width: Math.round(bar.width * modelData.value)
+                                    objectName: "storage.segment"
+                                    property string part: modelData.part
+                                    width: Math.round(bar.width * dw.storage[modelData.part])
                                     height: bar.height
-                                    color: modelData.color
+                                    color: bar.colors[modelData.part]
                                 }
                             }
                         }
@@ -77,25 +80,19 @@ Item {
                         Layout.fillWidth: true
                         spacing: 18
                         Repeater {
-                            model: [
-                                { label: "Your files and apps", color: Theme.dark ? "#8E8E93" : "#5E5E63" },
-                                { label: "Ready to clear", color: Theme.accent },
-                                { label: "Held by macOS", color: Theme.warning },
-                                { label: "Free", color: Theme.skeleton }
-                            ]
+                            model: dw.storage.legend
                             Row {
                                 required property var modelData
-                                required property int index
-                                // Held space is shown only where the system reports some.
-                                visible: index !== 2 || dw.storage.held > 0
+                                objectName: "storage.legend"
+                                property string label: modelData.label
                                 spacing: 6
-                                Rectangle { width: 9; height: 9; radius: 4.5; color: modelData.color; anchors.verticalCenter: parent.verticalCenter; border.width: 1; border.color: Qt.darker(modelData.color, 1.08) }
+                                Rectangle { width: 9; height: 9; radius: 4.5; color: bar.colors[modelData.part]; anchors.verticalCenter: parent.verticalCenter; border.width: 1; border.color: modelData.part === "free" ? Theme.fieldBorder : Qt.darker(color, 1.08) }
                                 Text { text: modelData.label; color: Theme.secondaryText; font.pixelSize: Theme.smallSize + 1 }
                             }
                         }
                     }
                     Text { objectName: "storage.summary"; Layout.fillWidth: true; text: dw.storage.summary; color: Theme.text; font.pixelSize: Theme.bodySize; wrapMode: Text.WordWrap }
-                    Text { Layout.fillWidth: true; text: dw.storage.explanation; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1; wrapMode: Text.WordWrap }
+                    Text { objectName: "storage.explanation"; visible: text !== ""; Layout.fillWidth: true; text: dw.storage.explanation; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1; wrapMode: Text.WordWrap }
                 }
             }
 

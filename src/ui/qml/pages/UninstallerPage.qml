@@ -3,12 +3,11 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Dustwhale
 
-// Uninstaller: the installed apps, largest first; the chosen app's bundle and related items,
-// and "Uninstall…" behind a confirmation that Return and Esc both cancel.
+// Uninstaller: the installed apps, largest first, each with its icon, sizes and last use; the
+// chosen app's bundle and related items, and "Uninstall…", which opens the confirm sheet.
 Item {
     id: page
     property var apps: dw.apps
-    property bool confirming: false
 
     ColumnLayout {
         anchors.fill: parent
@@ -24,14 +23,15 @@ Item {
                 Layout.fillWidth: true
                 spacing: 4
                 Text {
-                    text: page.apps.count === 1 ? "1 app" : page.apps.count + " apps"
+                    objectName: "apps.title"
+                    text: page.apps.title
                     color: Theme.text
                     font.pixelSize: Theme.largeSize
                     font.weight: Font.DemiBold
                 }
                 Text {
                     Layout.fillWidth: true
-                    text: "Uninstalling moves the app and the folders it keeps in your Library to the Trash. You can put it back."
+                    text: page.apps.detail
                     color: Theme.secondaryText
                     font.pixelSize: Theme.bodySize
                     wrapMode: Text.WordWrap
@@ -73,20 +73,37 @@ Item {
                     boundsBehavior: Flickable.StopAtBounds
                     ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
                     delegate: Rectangle {
+                        id: appRow
                         required property int index
                         required property string name
                         required property string sizeText
                         required property string detail
                         required property string rowText
+                        required property string iconSource
+                        required property string lastUsed
+                        required property bool needsAdmin
                         required property bool current
                         objectName: "apps.row"
                         width: list.width
-                        height: 58
+                        height: Math.max(58, rowColumn.implicitHeight + 20)
                         color: current ? Theme.accentTint : "transparent"
-                        ColumnLayout {
+                        Image {
+                            id: appIcon
+                            objectName: "apps.icon"
                             anchors.left: parent.left
+                            anchors.leftMargin: 16
+                            anchors.verticalCenter: parent.verticalCenter
+                            width: 36; height: 36
+                            sourceSize: Qt.size(72, 72)
+                            source: iconSource
+                            smooth: true
+                            fillMode: Image.PreserveAspectFit
+                        }
+                        ColumnLayout {
+                            id: rowColumn
+                            anchors.left: appIcon.right
                             anchors.right: size.left
-                            anchors.leftMargin: 18
+                            anchors.leftMargin: 12
                             anchors.rightMargin: 12
                             anchors.verticalCenter: parent.verticalCenter
                             spacing: 3
@@ -100,11 +117,35 @@ Item {
                                 elide: Text.ElideRight
                             }
                             Text {
+                                objectName: "apps.detail"
                                 Layout.fillWidth: true
-                                text: rowText !== "" ? rowText : detail
-                                color: rowText !== "" ? Theme.warning : Theme.secondaryText
+                                // "Last used …" is kept on one line.
+                                text: detail + " · " + lastUsed.replace(/ /g, "\u00a0")
+                                color: Theme.secondaryText
                                 font.pixelSize: Theme.smallSize + 1
+                                wrapMode: Text.WordWrap
+                                maximumLineCount: 2
                                 elide: Text.ElideRight
+                            }
+                            RowLayout {
+                                visible: rowText !== ""
+                                Layout.fillWidth: true
+                                spacing: 8
+                                Text {
+                                    objectName: "apps.rowText"
+                                    Layout.fillWidth: true
+                                    text: rowText
+                                    color: Theme.warning
+                                    font.pixelSize: Theme.smallSize + 1
+                                    wrapMode: Text.WordWrap
+                                }
+                                DwButton {
+                                    objectName: "apps.reveal"
+                                    visible: needsAdmin
+                                    plain: true
+                                    text: dw.revealTitle
+                                    onClicked: page.apps.reveal(appRow.index)
+                                }
                             }
                         }
                         Text {
@@ -119,17 +160,18 @@ Item {
                         }
                         Rectangle {
                             anchors.bottom: parent.bottom
-                            anchors.left: parent.left; anchors.leftMargin: 18
+                            anchors.left: parent.left; anchors.leftMargin: 64
                             anchors.right: parent.right
                             height: 1
                             color: Theme.separator
                         }
-                        TapHandler { onTapped: page.apps.choose(index) }
+                        TapHandler { onTapped: page.apps.choose(appRow.index) }
                     }
                 }
             }
             Card {
-                Layout.preferredWidth: 300
+                // Narrower in a small window, so the list keeps room for its rows.
+                Layout.preferredWidth: Math.max(240, Math.min(320, Math.round(page.width * 0.34)))
                 Layout.fillHeight: true
                 ColumnLayout {
                     anchors.fill: parent
@@ -145,19 +187,40 @@ Item {
                         font.weight: Font.DemiBold
                         elide: Text.ElideRight
                     }
+                    Text {
+                        Layout.fillWidth: true
+                        text: "Moves to the Trash"
+                        color: Theme.tertiaryText
+                        font.pixelSize: Theme.smallSize
+                        font.weight: Font.DemiBold
+                    }
                     ListView {
                         Layout.fillWidth: true
                         Layout.fillHeight: true
                         clip: true
+                        spacing: 8
+                        boundsBehavior: Flickable.StopAtBounds
                         model: page.apps.currentItems
-                        delegate: Text {
-                            required property string modelData
+                        delegate: Column {
+                            required property var modelData
+                            objectName: "apps.item"
                             width: ListView.view.width
-                            text: modelData
-                            color: Theme.secondaryText
-                            font.pixelSize: Theme.smallSize + 1
-                            elide: Text.ElideMiddle
-                            height: 20
+                            spacing: 1
+                            Text {
+                                objectName: "apps.itemName"
+                                width: parent.width
+                                text: modelData.name
+                                color: Theme.text
+                                font.pixelSize: Theme.smallSize + 1
+                                elide: Text.ElideMiddle
+                            }
+                            Text {
+                                width: parent.width
+                                text: modelData.place
+                                color: Theme.tertiaryText
+                                font.pixelSize: Theme.smallSize
+                                elide: Text.ElideMiddle
+                            }
                         }
                     }
                     DwButton {
@@ -166,7 +229,7 @@ Item {
                         primary: true
                         enabled: page.apps.canUninstall && !dw.clearing
                         text: "Uninstall…"
-                        onClicked: { page.confirming = true; confirmBox.forceActiveFocus() }
+                        onClicked: dw.requestUninstall()
                     }
                 }
                 Text {
@@ -175,74 +238,6 @@ Item {
                     text: "Choose an app to see what goes with it."
                     color: Theme.secondaryText
                     font.pixelSize: Theme.bodySize
-                }
-            }
-        }
-    }
-
-    // The confirmation: both keys cancel; only the button uninstalls.
-    Rectangle {
-        anchors.fill: parent
-        visible: page.confirming
-        color: Theme.scrim
-        MouseArea { anchors.fill: parent }
-        Card {
-            id: confirmBox
-            objectName: "apps.confirm"
-            anchors.centerIn: parent
-            width: 420
-            height: confirmColumn.implicitHeight + 40
-            focus: page.confirming
-            Keys.onReturnPressed: page.confirming = false
-            Keys.onEnterPressed: page.confirming = false
-            Keys.onEscapePressed: page.confirming = false
-            ColumnLayout {
-                id: confirmColumn
-                anchors.fill: parent
-                anchors.margins: 20
-                spacing: 8
-                Text {
-                    objectName: "apps.confirmTitle"
-                    Layout.fillWidth: true
-                    text: "Move " + page.apps.currentName + " to the Trash?"
-                    color: Theme.text
-                    font.pixelSize: Theme.largeSize
-                    font.weight: Font.DemiBold
-                    wrapMode: Text.WordWrap
-                }
-                Repeater {
-                    model: page.apps.currentItems.slice(0, 6)
-                    delegate: Text {
-                        required property string modelData
-                        Layout.fillWidth: true
-                        text: modelData
-                        color: Theme.secondaryText
-                        font.pixelSize: Theme.smallSize + 1
-                        elide: Text.ElideMiddle
-                    }
-                }
-                Text {
-                    Layout.fillWidth: true
-                    text: "Everything can be put back from Recently Cleared."
-                    color: Theme.secondaryText
-                    font.pixelSize: Theme.bodySize
-                }
-                Text {
-                    text: "Return and Esc both cancel."
-                    color: Theme.tertiaryText
-                    font.pixelSize: Theme.smallSize + 1
-                }
-                RowLayout {
-                    Layout.alignment: Qt.AlignRight
-                    spacing: 10
-                    DwButton { objectName: "apps.cancel"; text: "Cancel"; onClicked: page.confirming = false }
-                    DwButton {
-                        objectName: "apps.confirmUninstall"
-                        primary: true
-                        focusPolicy: Qt.NoFocus
-                        text: "Move to Trash"
-                        onClicked: { page.confirming = false; page.apps.uninstall() }
-                    }
                 }
             }
         }

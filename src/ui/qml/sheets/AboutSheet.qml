@@ -11,11 +11,14 @@ Sheet {
     signal done()
     contentItem: ColumnLayout {
         spacing: 8
-        Rectangle {
+        Image {
+            objectName: "about.icon"
             Layout.alignment: Qt.AlignHCenter
-            width: 72; height: 72; radius: 18
-            color: Theme.accent
-            Icon { anchors.centerIn: parent; symbol: "trash"; size: 38; color: Theme.accentForeground }
+            Layout.preferredWidth: 88
+            Layout.preferredHeight: 88
+            source: "qrc:/Dustwhale/icons/app/dustwhale.svg"
+            sourceSize: Qt.size(176, 176)
+            smooth: true
         }
         Text { Layout.alignment: Qt.AlignHCenter; Layout.topMargin: 6; text: "Dustwhale"; color: Theme.text; font.pixelSize: Theme.titleSize; font.weight: Font.Bold }
         Text { Layout.alignment: Qt.AlignHCenter; text: "Big space back. Nothing lost."; color: Theme.secondaryText; font.pixelSize: Theme.bodySize + 1 }

@@ -13,6 +13,14 @@ Sheet {
     property bool showAll: false
     property bool finished: false
     readonly property int listedLimit: dw.confirmListed
+    // The screenshot mode's pictures of the sheet while moving ("moving") and after ("done"),
+    // drawn from texts it is given: it never clears a real home to take a picture.
+    property string preview: ""
+    property string previewProgress: ""
+    property real previewFraction: 0
+    property string previewMessage: ""
+    readonly property bool moving: dw.clearing || preview === "moving"
+    readonly property bool done: finished || preview === "done"
     signal openRecentlyCleared()
 
     onOpened: { showAll = false; content.forceActiveFocus() }
@@ -45,7 +53,7 @@ Sheet {
 
             // ---- done
             ColumnLayout {
-                visible: sheet.finished
+                visible: sheet.done
                 Layout.fillWidth: true
                 spacing: 12
                 Rectangle {
@@ -57,18 +65,22 @@ Sheet {
                 Text {
                     objectName: "confirm.outcome"
                     Layout.fillWidth: true
+                    Layout.leftMargin: 16
+                    Layout.rightMargin: 16
+                    lineHeight: 1.15
                     horizontalAlignment: Text.AlignHCenter
                     wrapMode: Text.WordWrap
-                    text: dw.message
+                    text: sheet.preview === "done" ? sheet.previewMessage : dw.message
                     color: Theme.text
                     font.pixelSize: Theme.bodySize + 1
                 }
                 RowLayout {
                     Layout.alignment: Qt.AlignHCenter
+                    Layout.topMargin: 8
                     spacing: 10
                     DwButton {
                         objectName: "confirm.recentlyCleared"
-                        visible: dw.offerRecentlyCleared
+                        visible: dw.offerRecentlyCleared || sheet.preview === "done"
                         text: "Show Recently Cleared"
                         focusPolicy: Qt.NoFocus
                         onClicked: { sheet.finished = false; sheet.openRecentlyCleared() }
@@ -85,7 +97,7 @@ Sheet {
 
             // ---- asking, and moving
             RowLayout {
-                visible: !sheet.finished
+                visible: !sheet.done
                 Layout.fillWidth: true
                 spacing: 14
                 Rectangle {
@@ -116,7 +128,7 @@ Sheet {
             }
 
             Rectangle {
-                visible: !sheet.finished
+                visible: !sheet.done
                 Layout.fillWidth: true
                 implicitHeight: itemList.height + 2
                 radius: Theme.smallRadius
@@ -156,7 +168,7 @@ Sheet {
             }
 
             RowLayout {
-                visible: !sheet.finished && !sheet.showAll && dw.confirmCount > sheet.listedLimit
+                visible: !sheet.done && !sheet.showAll && dw.confirmCount > sheet.listedLimit
                 Layout.fillWidth: true
                 Text {
                     objectName: "confirm.more"
@@ -175,7 +187,7 @@ Sheet {
             }
 
             Column {
-                visible: !sheet.finished
+                visible: !sheet.done
                 Layout.fillWidth: true
                 spacing: 4
                 Repeater {
@@ -190,13 +202,13 @@ Sheet {
             }
 
             ColumnLayout {
-                visible: !sheet.finished && dw.clearing
+                visible: !sheet.done && sheet.moving
                 Layout.fillWidth: true
                 spacing: 6
                 ProgressBar {
                     id: bar
                     Layout.fillWidth: true
-                    value: dw.progressFraction
+                    value: sheet.preview === "moving" ? sheet.previewFraction : dw.progressFraction
                     background: Rectangle { implicitHeight: 6; radius: 3; color: Theme.skeleton }
                     contentItem: Item {
                         implicitHeight: 6
@@ -206,8 +218,9 @@ Sheet {
                 Text {
                     objectName: "confirm.progress"
                     Layout.fillWidth: true
-                    text: dw.stopping ? dw.stoppingText
-                                      : dw.progressText + (dw.progressCurrent !== "" ? " · " + dw.progressCurrent : "")
+                    text: sheet.preview === "moving" ? sheet.previewProgress
+                          : dw.stopping ? dw.stoppingText
+                          : dw.progressText + (dw.progressCurrent !== "" ? " · " + dw.progressCurrent : "")
                     color: Theme.secondaryText
                     font.pixelSize: Theme.smallSize + 1
                     elide: Text.ElideMiddle
@@ -215,7 +228,7 @@ Sheet {
             }
 
             RowLayout {
-                visible: !sheet.finished
+                visible: !sheet.done
                 Layout.fillWidth: true
                 Layout.topMargin: 4
                 spacing: 10
@@ -237,7 +250,7 @@ Sheet {
                     primary: true
                     text: "Move to Trash"
                     focusPolicy: Qt.NoFocus
-                    enabled: !dw.clearing && dw.confirmCount > 0
+                    enabled: !sheet.moving && dw.confirmCount > 0
                     onClicked: dw.confirmMove()
                 }
             }

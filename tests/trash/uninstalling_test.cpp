@@ -1,0 +1,69 @@
+// Stopping an uninstall: the item in hand finishes, the rest stays where it is, and the status
+// line says so. Real bundles, a real Trash.
+
+#include <gtest/gtest.h>
+
+#include <stop_token>
+
+#include "measure/shared_measurer.h"
+#include "scanners/uninstaller/app_uninstaller.h"
+#include "support/home_builder.h"
+#include "support/temp_dir.h"
+#include "support/test_workspace.h"
+#include "trash/uninstalling.h"
+
+namespace dw {
+namespace {
+
+TEST(Uninstalling, AStopIsHonouredBeforeTheNextItem) {
+  test::TempHome trashHome;
+  test::HomeBuilder mac;
+  Locations places = mac.locations();
+  test::TestWorkspace workspace;
+  const std::string id = "com.example.foo";
+  std::string bundle = mac.app(mac.inHome("Applications/Foo.app"), id);
+  mac.file(bundle + "/Contents/MacOS/foo", 1 << 20);
+  std::string support = mac.folderOfSize(mac.inHome("Library/Application Support/" + id), 1 << 20);
+  std::string prefs = mac.preference(id);
+  SharedMeasurer measurer{std::stop_token{}};
+  auto app = AppUninstaller::recordFor(bundle, places, workspace, measurer);
+  ASSERT_TRUE(app);
+  ASSERT_EQ(app->related.size(), 2u);
+
+  {  // Stopped before it began: nothing moves.
+    std::stop_source stop;
+    stop.request_stop();
+    auto outcome = Clearing::uninstallApp(*app, places, {}, stop.get_token());
+    EXPECT_TRUE(outcome.stopped);
+    EXPECT_FALSE(outcome.bundleMoved);
+    EXPECT_TRUE(test::exists(bundle));
+    EXPECT_EQ(Clearing::uninstallMessage(outcome),
+              "Clearing stopped. Nothing was moved to the Trash.");
+  }
+
+  // Stopped while the bundle moves: the bundle finishes, its data stays in the Library.
+  std::stop_source stop;
+  std::vector<int> done;
+  auto outcome = Clearing::uninstallApp(
+      *app, places,
+      [&](const Clearing::Progress& p) {
+        done.push_back(p.done);
+        EXPECT_EQ(p.total, 3);
+        stop.request_stop();
+      },
+      stop.get_token());
+  EXPECT_EQ(done, std::vector<int>{1});
+  EXPECT_TRUE(outcome.stopped);
+  EXPECT_TRUE(outcome.bundleMoved);
+  EXPECT_FALSE(test::exists(bundle));
+  EXPECT_TRUE(test::exists(trashHome.trashFiles() + "/Foo.app"));
+  EXPECT_TRUE(test::exists(support));
+  EXPECT_TRUE(test::exists(prefs));
+  ASSERT_EQ(outcome.moves.entries.size(), 1u);
+  EXPECT_TRUE(Clearing::uninstallMessage(outcome).ends_with(
+      " moved to the Trash. Empty the Trash to get the space back. Clearing stopped after the "
+      "current item."));
+}
+
+}  // namespace
+}  // namespace dw

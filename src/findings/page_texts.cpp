@@ -44,11 +44,15 @@ std::string namingMovies(std::string_view text, std::string_view moviesName) {
   return out;
 }
 
-std::string summaryDetail(CacheFinding::Kind kind, std::string_view moviesName) {
+std::string summaryDetail(CacheFinding::Kind kind, std::string_view moviesName, bool linuxHome) {
   switch (kind) {
     case CacheFinding::Kind::cache:
       return "Temporary files apps download or build, and recreate when needed. Sorted by size.";
     case CacheFinding::Kind::leftover:
+      if (linuxHome) {
+        return "Data folders left behind by Flatpak apps that are no longer installed. Nothing is "
+               "selected until you choose it.";
+      }
       return "Folders and preferences left behind by apps that are no longer installed. Nothing "
              "is selected until you choose it.";
     case CacheFinding::Kind::file:
@@ -64,19 +68,22 @@ std::string footerSummary(CacheFinding::Kind kind, std::int64_t bytes, std::int6
   return sizeText(bytes) + " selected · " + countNoun(count, noun(kind));
 }
 
-EmptyState emptyState(CacheFinding::Kind kind, std::string_view moviesName, bool flatpakLeftovers) {
+EmptyState emptyState(CacheFinding::Kind kind, std::string_view moviesName, bool linuxHome) {
+  const std::string_view inGoodShape =
+      linuxHome ? "Nothing to clear here — your computer is in good shape"
+                : "Nothing to clear here — your Mac is in good shape";
   switch (kind) {
     case CacheFinding::Kind::cache:
-      return {"trash", "Nothing to clear here — your Mac is in good shape",
+      return {"trash", inGoodShape,
               "No unused caches met the size threshold. Documents, Desktop, and projects stay "
               "untouched."};
     case CacheFinding::Kind::leftover:
-      if (flatpakLeftovers) {
-        return {"square.dashed", "Nothing to clear here — your Mac is in good shape",
+      if (linuxHome) {
+        return {"square.dashed", inGoodShape,
                 "No data folders of removed Flatpak apps were found. Installed and running apps "
                 "stay out of this list."};
       }
-      return {"square.dashed", "Nothing to clear here — your Mac is in good shape",
+      return {"square.dashed", inGoodShape,
               "No leftover folders from removed apps were found. Preferences-only and Apple "
               "systems stay out of this list."};
     case CacheFinding::Kind::file:

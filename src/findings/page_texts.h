@@ -18,7 +18,9 @@ std::string kindWord(CacheFinding::Kind kind);
 std::string summaryTitle(CacheFinding::Kind kind, std::int64_t bytes, std::int64_t count);
 // moviesName: the name of the home's videos folder ("Movies" on a Mac, "Videos" or a localised
 // name on Linux), said wherever a text names Movies.
-std::string summaryDetail(CacheFinding::Kind kind, std::string_view moviesName = "Movies");
+// linuxHome: a Linux home, whose leftovers are the data folders of removed Flatpak apps.
+std::string summaryDetail(CacheFinding::Kind kind, std::string_view moviesName = "Movies",
+                          bool linuxHome = false);
 // "1 MB selected · 1 cache"
 std::string footerSummary(CacheFinding::Kind kind, std::int64_t bytes, std::int64_t count);
 
@@ -27,10 +29,10 @@ struct EmptyState {
   std::string_view title;
   std::string detail;
 };
-// flatpakLeftovers: the leftovers are Flatpak data folders (Linux), which have no preferences-only
-// traces and no Apple systems to speak of.
+// linuxHome: a Linux home. It is no Mac, and its leftovers are Flatpak data folders, which have
+// no preferences-only traces and no Apple systems to speak of.
 EmptyState emptyState(CacheFinding::Kind kind, std::string_view moviesName = "Movies",
-                      bool flatpakLeftovers = false);
+                      bool linuxHome = false);
 
 // text with every whole word "Movies" replaced by moviesName.
 std::string namingMovies(std::string_view text, std::string_view moviesName);

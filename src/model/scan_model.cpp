@@ -48,6 +48,7 @@ ScanModel::ScanModel(Dispatcher& dispatcher, Locations places, platform::Workspa
       workspace_(workspace),
       defaults_(defaults),
       alive_(std::make_shared<ScanModel*>(this)) {
+  if (places_.layout == Locations::Layout::linux) volumeName_ = "This computer";
   // What an interrupted clear or Put Back left unrecorded is finished before the log is read.
   try {
     ClearedLog::recover(places_);

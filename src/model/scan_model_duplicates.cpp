@@ -226,7 +226,7 @@ void ScanModel::finishDuplicateClear(Clearing::Outcome outcome) {
     offerRecentlyCleared_ = true;
     notify(Field::offerRecentlyCleared);
   }
-  message_ = Clearing::duplicatesMessage(outcome);
+  message_ = Clearing::duplicatesMessage(outcome, places_.layout == Locations::Layout::linux);
   if (!logProblem.empty()) {
     message_ += " Recently Cleared could not be updated (" + logProblem +
                 "); the moved items are in the Trash.";

@@ -196,7 +196,7 @@ Outcome clearDuplicates(const std::vector<DuplicateCopy>& copies, const Location
   return outcome;
 }
 
-std::string duplicatesMessage(const Outcome& outcome) {
+std::string duplicatesMessage(const Outcome& outcome, bool linuxHome) {
   std::string moved = "Up to " + sizeText(outcome.movedBytes) +
                       " moved to the Trash. Empty the Trash to get the space back.";
   if (!outcome.failures.empty()) {
@@ -208,7 +208,8 @@ std::string duplicatesMessage(const Outcome& outcome) {
     return text + ". " + moved;
   }
   if (outcome.entries.empty()) return "Nothing was moved to the Trash.";
-  return moved + " Copies on APFS may free less.";
+  return moved + (linuxHome ? " Copies that share storage may free less."
+                            : " Copies on APFS may free less.");
 }
 
 Outcome clearFindings(const std::vector<CacheFinding>& items, const Locations& places,

@@ -84,7 +84,8 @@ Outcome clearDuplicates(const std::vector<DuplicateCopy>& copies, const Location
                         DuplicateScanner::Scope scope, std::stop_token stop,
                         const std::function<void(const Progress&)>& onProgress = {});
 // The one status line a clear of copies ends with.
-std::string duplicatesMessage(const Outcome& outcome);
+// linuxHome: no APFS to name; copies that share storage (reflinks) are said in general words.
+std::string duplicatesMessage(const Outcome& outcome, bool linuxHome = false);
 
 // "Some items stayed in place: a (reason), b (reason)." or "" when nothing failed.
 std::string failureSummary(const std::vector<Failure>& failures);

@@ -6,6 +6,7 @@
 #include "base/uuid.h"
 #include "findings/size_text.h"
 #include "measure/disk_sizer.h"
+#include "platform/desktop.h"
 #include "scanners/uninstaller/app_uninstaller.h"
 
 namespace dw::Clearing {
@@ -50,7 +51,8 @@ UninstallOutcome uninstallApp(const AppUninstaller::AppRecord& app, const Locati
     // The app stays installed, so its data stays with it.
     if (failure->permissionDenied) {
       result.needsAdministrator = true;
-      result.stayed.push_back(app.name + " needs an administrator. Reveal in Finder.");
+      result.stayed.push_back(app.name + " needs an administrator. " +
+                              std::string(platform::revealActionTitle()) + ".");
     } else {
       result.stayed.push_back(app.name + " (" + failure->reason + ")");
     }

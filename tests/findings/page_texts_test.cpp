@@ -43,6 +43,14 @@ TEST(PageTexts, SummariesFootersAndTheConfirmation) {
   EXPECT_EQ(pagetexts::unreadLeftoversNotice({"~/Library/Containers", "~/Library/WebKit"}, true),
             "Some leftover folders could not be read (~/Library/Containers, ~/Library/WebKit). "
             "Full Disk Access is required for a complete scan.");
+  // A Linux home is not called a Mac, and its leftovers are Flatpak data folders.
+  EXPECT_EQ(pagetexts::emptyState(Kind::cache).title,
+            "Nothing to clear here — your Mac is in good shape");
+  EXPECT_EQ(pagetexts::emptyState(Kind::cache, "Videos", true).title,
+            "Nothing to clear here — your computer is in good shape");
+  EXPECT_EQ(pagetexts::summaryDetail(Kind::leftover, "Videos", true),
+            "Data folders left behind by Flatpak apps that are no longer installed. Nothing is "
+            "selected until you choose it.");
   EXPECT_EQ(pagetexts::emptyState(Kind::leftover, "Videos", true).detail,
             "No data folders of removed Flatpak apps were found. Installed and running apps stay "
             "out of this list.");

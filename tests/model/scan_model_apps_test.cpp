@@ -8,6 +8,7 @@
 #include <filesystem>
 
 #include "model/scan_model.h"
+#include "platform/desktop.h"
 #include "scanners/uninstaller/app_uninstaller.h"
 #include "support/home_builder.h"
 #include "support/temp_dir.h"
@@ -196,10 +197,10 @@ TEST_F(ScanModelApps, ABundleTheUserMayNotMoveNeedsAnAdministrator) {
            std::to_string(m.clearedEntries().size());
   });
   ASSERT_TRUE(out);
-  EXPECT_EQ(*out,
-            "Some items stayed in place: Foo needs an administrator. Reveal in Finder. 0 MB moved "
-            "to the Trash. Empty the Trash to get the space back.|" +
-                foo + "|1|0");
+  EXPECT_EQ(*out, "Some items stayed in place: Foo needs an administrator. " +
+                      std::string(platform::revealActionTitle()) +
+                      ". 0 MB moved to the Trash. Empty the Trash to get the space back.|" + foo +
+                      "|1|0");
   EXPECT_TRUE(test::exists(foo));
   EXPECT_TRUE(test::exists(data)) << "an app that stays keeps its data";
 }

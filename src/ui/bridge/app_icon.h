@@ -15,7 +15,7 @@ namespace dw::ui {
 // Contents/Resources as named and with ".icns" and ".png", read by any image reader Qt has for
 // it. A null image when there is none or it cannot be read.
 QImage bundleIcon(const AppUninstaller::AppRecord& app, QSize size);
-// bundleIcon, else the generic app icon.
+// The launcher's icon file when the scan found one, else bundleIcon, else the generic app icon.
 QImage appIcon(const AppUninstaller::AppRecord& app, QSize size);
 
 class AppIconProvider : public QQuickImageProvider {

@@ -89,9 +89,15 @@ QVariant AppListModel::data(const QModelIndex& index, int role) const {
 }
 
 QHash<int, QByteArray> AppListModel::roleNames() const {
-  return {{NameRole, "name"},         {SizeTextRole, "sizeText"},    {DetailRole, "detail"},
-          {RowTextRole, "rowText"},   {CurrentRole, "current"},      {IconRole, "iconSource"},
-          {LastUsedRole, "lastUsed"}, {NeedsAdminRole, "needsAdmin"}, {SoftwareManagerRole, "softwareManager"}};
+  return {{NameRole, "name"},
+          {SizeTextRole, "sizeText"},
+          {DetailRole, "detail"},
+          {RowTextRole, "rowText"},
+          {CurrentRole, "current"},
+          {IconRole, "iconSource"},
+          {LastUsedRole, "lastUsed"},
+          {NeedsAdminRole, "needsAdmin"},
+          {SoftwareManagerRole, "softwareManager"}};
 }
 
 const AppUninstaller::AppRecord& AppListModel::at(int row) const {

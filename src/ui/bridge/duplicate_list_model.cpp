@@ -25,6 +25,15 @@ constexpr std::string_view kExtraWhySafe =
     "This matches another file byte for byte. Savings are up to the size shown, because copies "
     "on APFS may share storage.";
 
+// No APFS on Linux: copies that share storage there (reflinks) are said in general words.
+std::string forLayout(std::string_view text, const Locations& places) {
+  std::string out(text);
+  if (places.layout != Locations::Layout::linux) return out;
+  for (size_t at; (at = out.find(" on APFS")) != std::string::npos;)
+    out.erase(at, 8);
+  return out;
+}
+
 QString q(std::string_view text) {
   return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
@@ -143,7 +152,7 @@ QVariant DuplicateListModel::data(const QModelIndex& index, int role) const {
     case KeptRole:
       return kept;
     case WhySafeRole:
-      return kept ? q(kKeptPicked) : q(kExtraWhySafe);
+      return kept ? q(kKeptPicked) : q(forLayout(kExtraWhySafe, model_.places()));
     case LastUsedRole: {
       if (file.modified == DuplicateScanner::kDistantPast) return QStringLiteral("Unknown");
       auto ms =
@@ -197,8 +206,8 @@ QString DuplicateListModel::summaryTitle() const {
 }
 
 QString DuplicateListModel::summaryDetail() const {
-  return QString::fromStdString(
-      pagetexts::namingMovies(kSummaryDetail, model_.places().moviesName));
+  return QString::fromStdString(pagetexts::namingMovies(forLayout(kSummaryDetail, model_.places()),
+                                                        model_.places().moviesName));
 }
 
 QString DuplicateListModel::moviesName() const {

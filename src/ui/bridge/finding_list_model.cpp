@@ -122,7 +122,7 @@ QString FindingListModel::summaryTitle() const {
 }
 
 QString FindingListModel::summaryDetail() const {
-  return q(pagetexts::summaryDetail(kind_, model_.places().moviesName));
+  return q(pagetexts::summaryDetail(kind_, model_.places().moviesName, linuxHome()));
 }
 
 QString FindingListModel::footerSummary() const {
@@ -138,20 +138,22 @@ QString FindingListModel::footerDetail() const {
   return q(pagetexts::kFooterDetail);
 }
 
+bool FindingListModel::linuxHome() const {
+  return model_.places().layout == Locations::Layout::linux;
+}
+
 bool FindingListModel::canClear() const {
   return !model_.itemsToClear(scope()).empty();
 }
 
 QString FindingListModel::emptySymbol() const {
-  return q(pagetexts::emptyState(kind_).symbol);
+  return q(pagetexts::emptyState(kind_, model_.places().moviesName, linuxHome()).symbol);
 }
 QString FindingListModel::emptyTitle() const {
-  return q(pagetexts::emptyState(kind_).title);
+  return q(pagetexts::emptyState(kind_, model_.places().moviesName, linuxHome()).title);
 }
 QString FindingListModel::emptyDetail() const {
-  return q(pagetexts::emptyState(kind_, model_.places().moviesName,
-                                 model_.places().layout == Locations::Layout::linux)
-               .detail);
+  return q(pagetexts::emptyState(kind_, model_.places().moviesName, linuxHome()).detail);
 }
 QString FindingListModel::sectionTitle() const {
   return QString::fromStdString(countNoun(totalCount(), pagetexts::kindWord(kind_)));

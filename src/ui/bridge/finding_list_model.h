@@ -81,6 +81,7 @@ class FindingListModel : public QAbstractListModel {
 
  private:
   void rebuild();
+  bool linuxHome() const;
   const CacheFinding& at(int row) const;
 
   ScanModel& model_;

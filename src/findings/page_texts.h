@@ -59,6 +59,14 @@ std::string appsTitle(std::int64_t count);
 inline constexpr std::string_view kAppsDetail =
     "Uninstalling moves the app and the folders it keeps in your Library to the Trash. You can "
     "put it back.";
+// On Linux what an uninstall moves is an AppImage with its launchers and icons; apps of the
+// software manager stay.
+inline constexpr std::string_view kLinuxAppsDetail =
+    "Uninstalling moves an AppImage with its launchers and icons to the Trash. You can put it "
+    "back. Apps from the software manager stay; remove them there.";
+// Above the chosen app's items: what uninstalling it would do with them.
+inline constexpr std::string_view kAppItemsMove = "Moves to the Trash";
+inline constexpr std::string_view kAppItemsStay = "Stays: the software manager removes it";
 std::string uninstallTitle(std::string_view name, std::int64_t relatedCount);
 // The kind words of what an uninstall moves.
 inline constexpr std::string_view kAppKindWord = "app";

@@ -210,6 +210,15 @@ TEST(SpaceMapLabels, TheTableItsOrderAndTheFallbacks) {
             "leftovers");
   EXPECT_EQ(title("/Downloads"), "Downloads");
   EXPECT_EQ(title("/Movies/clip.mov"), "Movies");
+  // The button beside the advice: Downloads and Movies hold large files, not caches.
+  auto opens = [&](const std::string& relative) {
+    return SpaceMapLabels::pageToOpen(SpaceMapLabels::advice(home + relative, home));
+  };
+  EXPECT_EQ(opens("/Downloads"), "largeFiles");
+  EXPECT_EQ(opens("/Movies"), "largeFiles");
+  EXPECT_EQ(opens("/Library/Caches/com.x.y"), "review");
+  EXPECT_EQ(opens("/Library/Application Support/Old"), "leftovers");
+  EXPECT_EQ(opens("/Documents"), std::nullopt);
   EXPECT_EQ(title("/Music"), "Music");
   EXPECT_EQ(title("/Desktop/x"), "Desktop");
   EXPECT_EQ(title("/Library/Mail/V10"), "Mail downloads");

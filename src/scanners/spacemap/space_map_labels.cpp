@@ -90,4 +90,10 @@ Advice advice(const std::string& path, const std::string& home) {
           std::nullopt};
 }
 
+std::optional<std::string> pageToOpen(const Advice& advice) {
+  if (advice.linkedPage == "review" && (advice.title == "Downloads" || advice.title == "Movies"))
+    return "largeFiles";
+  return advice.linkedPage;
+}
+
 }  // namespace dw::SpaceMapLabels

@@ -17,4 +17,9 @@ struct Advice {
 // The advice for a node's absolute path in the home folder at home.
 Advice advice(const std::string& path, const std::string& home);
 
+// The page a button beside the advice opens. The advice names the Caches page ("review") for
+// Downloads and Movies too, but what can be reviewed there is their large files, so those open
+// the Large files page ("largeFiles"); everything else opens the page the advice names.
+std::optional<std::string> pageToOpen(const Advice& advice);
+
 }  // namespace dw::SpaceMapLabels

@@ -115,8 +115,18 @@ QString AppListModel::title() const {
 }
 
 QString AppListModel::detail() const {
-  return QString::fromUtf8(pagetexts::kAppsDetail.data(),
-                           static_cast<qsizetype>(pagetexts::kAppsDetail.size()));
+  std::string_view text = model_.places().layout == Locations::Layout::linux
+                              ? pagetexts::kLinuxAppsDetail
+                              : pagetexts::kAppsDetail;
+  return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+QString AppListModel::currentItemsHeading() const {
+  auto* app = currentApp();
+  std::string_view text = app && AppUninstaller::removedWithSoftwareManager(*app)
+                              ? pagetexts::kAppItemsStay
+                              : pagetexts::kAppItemsMove;
+  return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
 QString AppListModel::lastUsedText(const AppUninstaller::AppRecord& app, TimePoint now) {

@@ -23,6 +23,7 @@ class AppListModel : public QAbstractListModel {
   Q_PROPERTY(int current READ current NOTIFY currentChanged)
   Q_PROPERTY(QString currentName READ currentName NOTIFY currentChanged)
   Q_PROPERTY(QVariantList currentItems READ currentItems NOTIFY currentChanged)
+  Q_PROPERTY(QString currentItemsHeading READ currentItemsHeading NOTIFY currentChanged)
   Q_PROPERTY(QString currentSize READ currentSize NOTIFY currentChanged)
   Q_PROPERTY(bool canUninstall READ canUninstall NOTIFY currentChanged)
 
@@ -50,6 +51,7 @@ class AppListModel : public QAbstractListModel {
   // "12 apps": every listed app, whatever the search.
   QString title() const;
   QString detail() const;
+  QString currentItemsHeading() const;
   int current() const { return current_; }
   QString currentName() const;
   // The bundle and then its related items: name and place (the folder, the home shown as "~").

@@ -75,7 +75,7 @@ QString SpaceMapModel::adviceDetail() const {
 QString SpaceMapModel::linkedPage() const {
   auto* node = selectedNode();
   if (!node) return {};
-  auto page = SpaceMapLabels::advice(node->path, model_.places().home).linkedPage;
+  auto page = SpaceMapLabels::pageToOpen(SpaceMapLabels::advice(node->path, model_.places().home));
   return page ? QString::fromStdString(*page) : QString();
 }
 

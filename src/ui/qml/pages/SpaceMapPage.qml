@@ -230,7 +230,9 @@ Item {
                     DwButton {
                         visible: page.map.linkedPage !== ""
                         primary: true
-                        text: page.map.linkedPage === "review" ? "Open Caches" : "Open App leftovers"
+                        objectName: "spaceMap.openPage"
+                        text: ({ review: "Open Caches", largeFiles: "Open Large files",
+                                 leftovers: "Open App leftovers" })[page.map.linkedPage] || ""
                         onClicked: page.openPage(page.map.linkedPage)
                     }
                 }

@@ -189,7 +189,8 @@ Item {
                     }
                     Text {
                         Layout.fillWidth: true
-                        text: "Moves to the Trash"
+                        objectName: "apps.itemsHeading"
+                        text: page.apps.currentItemsHeading
                         color: Theme.tertiaryText
                         font.pixelSize: Theme.smallSize
                         font.weight: Font.DemiBold

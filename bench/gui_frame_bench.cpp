@@ -51,7 +51,7 @@ bool makeCopy(const std::string& path, int group) {
   if (fd < 0) return false;
   std::string head = "group " + std::to_string(group) + "\n";
   bool ok = ::write(fd, head.data(), head.size()) == static_cast<ssize_t>(head.size()) &&
-            ::ftruncate(fd, 1 << 20) == 0;
+            ::ftruncate(fd, 1 << 20) == 0;  // extends the file made just now (O_EXCL)
   return ::close(fd) == 0 && ok;
 }
 

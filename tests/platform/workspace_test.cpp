@@ -1,9 +1,11 @@
 #include "platform/workspace.h"
 
 #include <gtest/gtest.h>
-
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
+#include <fstream>
 #include <mutex>
 #include <set>
 #include <vector>
@@ -42,6 +44,22 @@ TEST(SystemWorkspace, SeesChromeByItsProcessNamesAndReportsLaunchAndQuit) {
   EXPECT_EQ(seen(), (decltype(events){{kChrome, true}, {kChrome, false}}));
   RunningProgram other("chromium-ish");
   EXPECT_FALSE(running()) << "names are compared whole";
+  if (::getuid() == 0) {
+    RunningProgram someoneElses("chrome", "", 65534);
+    auto nobodysChromeRuns = [] {
+      for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        struct stat s {};
+        std::ifstream comm(entry.path() / "comm");
+        std::string name;
+        if (::stat(entry.path().c_str(), &s) == 0 && s.st_uid == 65534 &&
+            std::getline(comm, name) && name == "chrome")
+          return true;
+      }
+      return false;
+    };
+    ASSERT_TRUE(eventually(nobodysChromeRuns, 5s));
+    EXPECT_FALSE(running()) << "another user's Chrome does not hold this user's caches";
+  }
 
   workspace->setAppEventHandler({});
   RunningProgram chrome("chrome");

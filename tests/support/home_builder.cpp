@@ -202,10 +202,12 @@ std::optional<std::string> HomeBuilder::runUnprivileged(const std::function<std:
   return readFile(out / "result");
 }
 
-RunningProgram::RunningProgram(const std::string& name, const std::string& holdOpen) {
+RunningProgram::RunningProgram(const std::string& name, const std::string& holdOpen,
+                               std::optional<uid_t> user) {
   std::string program = dir_ / name, arg0 = name, seconds = "30";
   fs::copy_file("/bin/sleep", program);
   ::chmod(program.c_str(), 0755);
+  if (user) ::chmod(dir_.path().c_str(), 0755);  // the other user must reach the program
   char* argv[] = {arg0.data(), seconds.data(), nullptr};
   pid_t parent = ::getpid();
   pid_ = ::fork();
@@ -217,6 +219,7 @@ RunningProgram::RunningProgram(const std::string& name, const std::string& holdO
     if (::getppid() != parent) ::_exit(1);
     // Opened without O_CLOEXEC, so the program holds it open as long as it runs.
     if (!holdOpen.empty() && ::open(holdOpen.c_str(), O_RDONLY) < 0) ::_exit(126);
+    if (user && (::setgid(*user) != 0 || ::setuid(*user) != 0)) ::_exit(125);
     ::execv(program.c_str(), argv);
     ::_exit(127);
   }

@@ -88,8 +88,10 @@ class HomeBuilder {
 // own process id, when the object goes.
 class RunningProgram {
  public:
-  // holdOpen: a file the program keeps open (read-only) for as long as it runs.
-  explicit RunningProgram(const std::string& name, const std::string& holdOpen = "");
+  // holdOpen: a file the program keeps open (read-only) for as long as it runs. user: run it
+  // as that user instead (the test must run as root).
+  explicit RunningProgram(const std::string& name, const std::string& holdOpen = "",
+                          std::optional<uid_t> user = std::nullopt);
   ~RunningProgram() { stop(); }
   void stop();
 

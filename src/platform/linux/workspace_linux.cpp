@@ -1,4 +1,5 @@
 #include <dirent.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -66,16 +67,20 @@ std::vector<std::string> processNames(const std::string& pidFolder) {
   return names;
 }
 
-// The bundle identifiers of the known applications that have a process right now. A poller
-// being stopped leaves off at once: its answer is not wanted any more.
+// The bundle identifiers of the known applications that have a process of this user right now. A
+// poller being stopped leaves off at once: its answer is not wanted any more.
 std::set<std::string> runningKnownApps(const std::stop_token& stop = {}) {
   std::set<std::string> running;
   DIR* proc = ::opendir("/proc");
   if (!proc) return running;
+  const uid_t me = ::getuid();
   while (dirent* entry = ::readdir(proc)) {
     if (stop.stop_requested()) break;
     std::string_view name = entry->d_name;
     if (name.empty() || name.find_first_not_of("0123456789") != std::string_view::npos) continue;
+    // Only this user's programs: another user's browser does not hold this user's caches.
+    struct stat s {};
+    if (::fstatat(::dirfd(proc), entry->d_name, &s, 0) != 0 || s.st_uid != me) continue;
     for (const std::string& processName : processNames("/proc/" + std::string(name))) {
       for (const KnownApp& app : kKnownApps) {
         for (std::string_view known : app.processNames) {

@@ -35,6 +35,22 @@ std::string xdgFolder(const char* variable, const std::string& home, std::string
   return paths::join(home, fallback);
 }
 
+// A tool's own folder that a variable may move (CARGO_HOME, GRADLE_USER_HOME, …): followed for
+// the user's own home and only inside it, so a variable can never point a move at a shared or
+// system folder; else the default.
+std::string toolFolder(const char* variable, const std::string& home, std::string fallback) {
+  if (paths::standardize(currentHome()) == home) {
+    std::string value = environment(variable);
+    // GOPATH may list several folders; the go command keeps its modules in the first.
+    if (std::string_view(variable) == "GOPATH") value = value.substr(0, value.find(':'));
+    if (!value.empty()) {
+      value = paths::standardize(value);
+      if (paths::isStrictlyWithin(value, home)) return value;
+    }
+  }
+  return fallback;
+}
+
 // The program's own log and settings: the user's data and config folders, whatever is scanned.
 void ownFilesOnLinux(Locations& l) {
   std::string dataHome = environment("XDG_DATA_HOME");
@@ -180,14 +196,21 @@ Locations Locations::linux(std::string root, std::string home, std::string bundl
                       paths::join(l.configHome, "chromium")};
   l.chromeCaches = {paths::join(l.cacheHome, "google-chrome"),
                     paths::join(l.cacheHome, "chromium")};
-  l.npmCache = paths::join(h, ".npm/_cacache");
-  l.npxCache = paths::join(h, ".npm/_npx");
-  l.gradleCaches = paths::join(h, ".gradle/caches");
-  l.cargoRegistryCache = paths::join(h, ".cargo/registry/cache");
-  l.cargoGitDatabase = paths::join(h, ".cargo/git/db");
-  l.goModuleDownloads = paths::join(h, "go/pkg/mod/cache/download");
-  l.nugetPackages = paths::join(h, ".nuget/packages");
-  l.bunCache = paths::join(h, ".bun/install/cache");
+  // Each tool's download cache where the tool itself looks for it: its variable, else its default.
+  auto inHome = [&](std::string_view name) { return paths::join(h, name); };
+  std::string npm = toolFolder("npm_config_cache", h, inHome(".npm"));
+  l.npmCache = paths::join(npm, "_cacache");
+  l.npxCache = paths::join(npm, "_npx");
+  l.gradleCaches = paths::join(toolFolder("GRADLE_USER_HOME", h, inHome(".gradle")), "caches");
+  std::string cargo = toolFolder("CARGO_HOME", h, inHome(".cargo"));
+  l.cargoRegistryCache = paths::join(cargo, "registry/cache");
+  l.cargoGitDatabase = paths::join(cargo, "git/db");
+  std::string goModules = paths::join(toolFolder("GOPATH", h, inHome("go")), "pkg/mod");
+  l.goModuleDownloads = paths::join(toolFolder("GOMODCACHE", h, goModules), "cache/download");
+  l.nugetPackages = toolFolder("NUGET_PACKAGES", h, inHome(".nuget/packages"));
+  l.bunCache =
+      toolFolder("BUN_INSTALL_CACHE_DIR", h,
+                 paths::join(toolFolder("BUN_INSTALL", h, inHome(".bun")), "install/cache"));
 
   // English names first, then what the user's own table says.
   l.downloads = paths::join(h, "Downloads");

@@ -51,7 +51,10 @@ struct Locations {
   std::string gradleCaches;  // ~/.gradle/caches
   // Download caches a Linux developer's tools fill and fetch again by themselves (empty on a
   // Mac): ~/.cargo/registry/cache, ~/.cargo/git/db, ~/go/pkg/mod/cache/download,
-  // ~/.nuget/packages, ~/.bun/install/cache.
+  // ~/.nuget/packages, ~/.bun/install/cache. On Linux these and the npm and Gradle places
+  // follow the tools' own variables (CARGO_HOME, GOMODCACHE, GOPATH, NUGET_PACKAGES,
+  // BUN_INSTALL_CACHE_DIR, BUN_INSTALL, npm_config_cache, GRADLE_USER_HOME) for the user's own
+  // home, and only where they point inside it.
   std::string cargoRegistryCache, cargoGitDatabase, goModuleDownloads, nugetPackages, bunCache;
   // The user's folders. On Linux they are the XDG user folders (localised names included);
   // `movies` is the videos folder there, and `moviesName` its name for the texts that name it.

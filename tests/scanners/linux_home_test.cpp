@@ -10,6 +10,7 @@
 #include "scanners/duplicates/duplicate_scanner.h"
 #include "scanners/largefiles/large_files_scanner.h"
 #include "support/home_builder.h"
+#include "support/temp_dir.h"
 #include "support/test_workspace.h"
 
 namespace dw {
@@ -192,6 +193,38 @@ TEST(LinuxHome, DeveloperDownloadCachesAreListedAndToolchainsNever) {
   // A Mac home has no such rows.
   EXPECT_THAT(CacheScanner::scanDeveloperCaches(Locations::macos(b.root(), b.home()), measurer),
               ElementsAre(::testing::Field(&CacheFinding::name, "npm cache")));
+}
+
+TEST(LinuxHome, TheToolsOwnVariablesMoveTheirCachesButNeverOutOfTheHome) {
+  test::HomeBuilder b(kLinux);
+  // The scanned home is the user's own: only then are the variables read.
+  test::ScopedEnv home("HOME", b.home()), cacheHome("XDG_CACHE_HOME", std::nullopt),
+      configHome("XDG_CONFIG_HOME", std::nullopt);
+  test::ScopedEnv cargo("CARGO_HOME", b.inHome("tools/cargo")),
+      goModules("GOMODCACHE", b.inHome(".cache/gomod")), goPath("GOPATH", b.inHome("code/go")),
+      gradle("GRADLE_USER_HOME", b.inRoot("shared/gradle")),  // outside the home: not followed
+      nuget("NUGET_PACKAGES", b.home()),                      // the home itself: not followed
+      bun("BUN_INSTALL", b.inHome("tools/bun")), npm("npm_config_cache", std::nullopt),
+      bunCache("BUN_INSTALL_CACHE_DIR", std::nullopt);
+  b.folderOfSize(b.inHome("tools/cargo/registry/cache"), 30 * MB);
+  b.folderOfSize(b.inHome(".cargo/registry/cache"), 90 * MB);  // no longer Cargo's
+  b.folderOfSize(b.inHome(".cache/gomod/cache/download"), 25 * MB);
+  b.folderOfSize(b.inHome("code/go/pkg/mod/cache/download"), 90 * MB);  // GOMODCACHE wins
+  b.folderOfSize(b.inRoot("shared/gradle/caches"), 90 * MB);
+  b.folderOfSize(b.inHome(".gradle/caches"), 14 * MB);
+  b.folderOfSize(b.inHome("tools/bun/install/cache"), 12 * MB);
+  Locations places = b.locations();
+  EXPECT_EQ(places.cargoRegistryCache, b.inHome("tools/cargo/registry/cache"));
+  EXPECT_EQ(places.nugetPackages, b.inHome(".nuget/packages"));
+
+  test::TestWorkspace workspace;
+  // The Go cache moved into ~/.cache is that folder's child and counted once, there.
+  EXPECT_EQ(lines(scanAll(places, workspace)),
+            "Cargo downloads 30 +selected\n"
+            "gomod 25\n"
+            "Gradle cache 14 +selected\n"
+            "Bun cache 12 +selected\n");
+  EXPECT_FALSE(CacheScanner::isListableCache(b.inRoot("shared/gradle/caches"), places));
 }
 
 TEST(LinuxHome, TheUserFoldersOfUserDirsAreSearchedAndNamedInTheTexts) {

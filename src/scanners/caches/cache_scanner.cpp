@@ -387,6 +387,9 @@ std::vector<CacheFinding> scanDeveloperCaches(const Locations& places,
   for (const DeveloperCache& row : kDeveloperCaches) {
     const std::string& path = places.*row.path;
     if (path.empty() || !isRealFolder(path) || !isSafeCacheLocation(path, places)) continue;
+    // A tool's cache moved into the cache folder by its variable is already a part of one of
+    // that folder's children, listed there: counted once.
+    if (!places.caches.empty() && paths::isWithin(path, places.caches)) continue;
     rows.push_back(&row);
     paths.push_back(path);
   }

@@ -84,12 +84,11 @@ Runner addDuplicates(CLI::App& app) {
     bool yes = false;
   };
   auto options = std::make_shared<Options>();
-  // The help names the videos folder as this user's desktop does ("Videos" on Linux).
-  std::string moviesName = Locations::platformDefault(currentHome()).moviesName;
+  // The help names the folders as this user's desktop does ("Videos" on Linux).
   CLI::App* cmd = app.add_subcommand(
-      "duplicates",
-      pagetexts::namingMovies("Find byte-identical copies in Downloads, Movies, Music and Pictures",
-                              moviesName));
+      "duplicates", pagetexts::namingFolders(
+                        "Find byte-identical copies in Downloads, Movies, Music and Pictures",
+                        pagetexts::folderNames(Locations::platformDefault(currentHome()))));
   options->places.addTo(*cmd);
   cmd->add_option("--scope", options->scope,
                   "Folders to search: downloads, movies (or videos), music, pictures (default: "

@@ -92,8 +92,9 @@ void printScanText(const ScanModel& model) {
       bool flatpak = group.kind == CacheFinding::Kind::leftover &&
                      model.places().layout == Locations::Layout::linux;
       std::cout << "    "
-                << (flatpak ? pagetexts::emptyState(group.kind, "", true).detail
-                            : pagetexts::namingMovies(group.empty, model.places().moviesName))
+                << (flatpak ? pagetexts::emptyState(group.kind, {}, true).detail
+                            : pagetexts::namingFolders(group.empty,
+                                                       pagetexts::folderNames(model.places())))
                 << '\n';
     }
     for (const auto& f : model.caches()) {

@@ -43,7 +43,8 @@ std::vector<Segment> storageLegend(const StorageAmounts& a) {
 }
 
 std::vector<Card> cards(const std::vector<CacheFinding>& findings, bool scanning,
-                        std::optional<std::int64_t> duplicateFiles, std::int64_t duplicateBytes) {
+                        std::optional<std::int64_t> duplicateFiles, std::int64_t duplicateBytes,
+                        const pagetexts::FolderNames& names) {
   std::int64_t bytes[3] = {0, 0, 0}, count[3] = {0, 0, 0};
   for (const auto& f : findings) {
     auto k = static_cast<size_t>(f.kind);
@@ -67,7 +68,8 @@ std::vector<Card> cards(const std::vector<CacheFinding>& findings, bool scanning
   out.push_back({"Duplicates", "square.on.square", "up to " + sizeText(duplicateBytes),
                  scanning         ? "Looking for extra copies."
                  : duplicateFiles ? countNoun(*duplicateFiles, "file") + " with an identical copy"
-                                  : "Find extra copies in Downloads and media folders.",
+                                  : pagetexts::namingFolders(
+                                        "Find extra copies in Downloads and media folders.", names),
                  "Your call", "neutral", "duplicates"});
   out.push_back({"Large files", "doc", sizeText(of(K::file, bytes)),
                  scanning

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "findings/cache_finding.h"
+#include "findings/page_texts.h"
 #include "measure/volume_picture.h"
 
 namespace dw::dashboard {
@@ -46,8 +47,10 @@ struct Card {
 // The four cards in order: Caches, App leftovers, Duplicates, Large files. scanning gives each
 // its "Looking …" line; duplicateFiles / duplicateBytes are the duplicate search's result, when
 // one has run.
+// names: the home's folder names, said where a card names Downloads.
 std::vector<Card> cards(const std::vector<CacheFinding>& findings, bool scanning,
-                        std::optional<std::int64_t> duplicateFiles, std::int64_t duplicateBytes);
+                        std::optional<std::int64_t> duplicateFiles, std::int64_t duplicateBytes,
+                        const pagetexts::FolderNames& names = {});
 
 // "Ready to clear 2 GB"
 std::string readyHeading(std::int64_t ready);

@@ -1,5 +1,6 @@
 #include "findings/page_texts.h"
 
+#include "base/paths.h"
 #include "findings/size_text.h"
 
 namespace dw::pagetexts {
@@ -26,25 +27,49 @@ std::string summaryTitle(CacheFinding::Kind kind, std::int64_t bytes, std::int64
   return sizeText(bytes) + " in " + countNoun(count, noun(kind));
 }
 
-std::string namingMovies(std::string_view text, std::string_view moviesName) {
-  constexpr std::string_view kMovies = "Movies";
+FolderNames folderNames(const Locations& places) {
+  FolderNames names;
+  // An empty place keeps the Mac's name; a place is never the home folder itself.
+  auto take = [](std::string& name, const std::string& place) {
+    if (!place.empty()) name = std::string(paths::lastComponent(place));
+  };
+  take(names.downloads, places.downloads);
+  take(names.desktop, places.desktop);
+  take(names.movies, places.movies);
+  take(names.music, places.music);
+  take(names.pictures, places.pictures);
+  return names;
+}
+
+std::string namingFolders(std::string_view text, const FolderNames& names) {
+  const std::pair<std::string_view, std::string_view> words[] = {{"Downloads", names.downloads},
+                                                                 {"Desktop", names.desktop},
+                                                                 {"Movies", names.movies},
+                                                                 {"Music", names.music},
+                                                                 {"Pictures", names.pictures}};
+  auto letter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+  // One pass over the text, so that a folder's name is never itself replaced again.
   std::string out;
-  size_t from = 0;
-  while (true) {
-    size_t at = text.find(kMovies, from);
-    if (at == std::string_view::npos) break;
-    auto letter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
-    size_t end = at + kMovies.size();
-    bool whole = (at == 0 || !letter(text[at - 1])) && (end == text.size() || !letter(text[end]));
-    out.append(text.substr(from, at - from));
-    out.append(whole ? moviesName : kMovies);
-    from = end;
+  size_t i = 0;
+  while (i < text.size()) {
+    bool named = false;
+    if (i == 0 || !letter(text[i - 1])) {
+      for (auto [word, name] : words) {
+        size_t end = i + word.size();
+        if (text.substr(i, word.size()) == word && (end == text.size() || !letter(text[end]))) {
+          out.append(name);
+          i = end;
+          named = true;
+          break;
+        }
+      }
+    }
+    if (!named) out.push_back(text[i++]);
   }
-  out.append(text.substr(from));
   return out;
 }
 
-std::string summaryDetail(CacheFinding::Kind kind, std::string_view moviesName, bool linuxHome) {
+std::string summaryDetail(CacheFinding::Kind kind, const FolderNames& names, bool linuxHome) {
   switch (kind) {
     case CacheFinding::Kind::cache:
       return "Temporary files apps download or build, and recreate when needed. Sorted by size.";
@@ -56,10 +81,10 @@ std::string summaryDetail(CacheFinding::Kind kind, std::string_view moviesName, 
       return "Folders and preferences left behind by apps that are no longer installed. Nothing "
              "is selected until you choose it.";
     case CacheFinding::Kind::file:
-      return namingMovies(
+      return namingFolders(
           "Files over 200 MB in Downloads and Movies. Nothing here is selected until you "
           "choose it. Desktop files stay.",
-          moviesName);
+          names);
   }
   return {};
 }
@@ -68,7 +93,7 @@ std::string footerSummary(CacheFinding::Kind kind, std::int64_t bytes, std::int6
   return sizeText(bytes) + " selected · " + countNoun(count, noun(kind));
 }
 
-EmptyState emptyState(CacheFinding::Kind kind, std::string_view moviesName, bool linuxHome) {
+EmptyState emptyState(CacheFinding::Kind kind, const FolderNames& names, bool linuxHome) {
   const std::string_view inGoodShape =
       linuxHome ? "Nothing to clear here — your computer is in good shape"
                 : "Nothing to clear here — your Mac is in good shape";
@@ -89,8 +114,8 @@ EmptyState emptyState(CacheFinding::Kind kind, std::string_view moviesName, bool
     case CacheFinding::Kind::file:
       return {
           "doc", "No large files in this list",
-          namingMovies("Nothing over 200 MB turned up in Downloads or Movies. Desktop files stay.",
-                       moviesName)};
+          namingFolders("Nothing over 200 MB turned up in Downloads or Movies. Desktop files stay.",
+                        names)};
   }
   return {};
 }

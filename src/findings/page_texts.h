@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "findings/cache_finding.h"
+#include "platform/locations.h"
 
 namespace dw::pagetexts {
 
@@ -16,10 +17,20 @@ std::string kindWord(CacheFinding::Kind kind);
 
 // "1.5 GB in 12 caches"
 std::string summaryTitle(CacheFinding::Kind kind, std::int64_t bytes, std::int64_t count);
-// moviesName: the name of the home's videos folder ("Movies" on a Mac, "Videos" or a localised
-// name on Linux), said wherever a text names Movies.
+// The names of the home's user folders, said wherever a text names Downloads, Desktop, Movies,
+// Music or Pictures: the Mac's own names there; on Linux the XDG folders' names ("Videos", or
+// the user's language: "Téléchargements", "Vidéos").
+struct FolderNames {
+  std::string downloads = "Downloads", desktop = "Desktop", movies = "Movies", music = "Music",
+              pictures = "Pictures";
+};
+FolderNames folderNames(const Locations& places);
+// text with every whole word "Downloads", "Desktop", "Movies", "Music" and "Pictures" replaced
+// by the folder's name.
+std::string namingFolders(std::string_view text, const FolderNames& names);
+
 // linuxHome: a Linux home, whose leftovers are the data folders of removed Flatpak apps.
-std::string summaryDetail(CacheFinding::Kind kind, std::string_view moviesName = "Movies",
+std::string summaryDetail(CacheFinding::Kind kind, const FolderNames& names = {},
                           bool linuxHome = false);
 // "1 MB selected · 1 cache"
 std::string footerSummary(CacheFinding::Kind kind, std::int64_t bytes, std::int64_t count);
@@ -31,11 +42,8 @@ struct EmptyState {
 };
 // linuxHome: a Linux home. It is no Mac, and its leftovers are Flatpak data folders, which have
 // no preferences-only traces and no Apple systems to speak of.
-EmptyState emptyState(CacheFinding::Kind kind, std::string_view moviesName = "Movies",
+EmptyState emptyState(CacheFinding::Kind kind, const FolderNames& names = {},
                       bool linuxHome = false);
-
-// text with every whole word "Movies" replaced by moviesName.
-std::string namingMovies(std::string_view text, std::string_view moviesName);
 
 inline constexpr std::string_view kFooterDetail = "Goes to the Trash. You can put anything back.";
 

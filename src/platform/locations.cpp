@@ -234,7 +234,6 @@ Locations Locations::linux(std::string root, std::string home, std::string bundl
     else if (key == "PICTURES")
       l.pictures = path;
   }
-  l.moviesName = std::string(paths::lastComponent(l.movies));
 
   // Flatpak keeps each app's data in ~/.var/app/<app id>, whichever installation holds the app.
   l.leftoverLocations = {

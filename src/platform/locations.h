@@ -39,8 +39,8 @@ struct Locations {
   std::string home;
   std::string bundleID;
 
-  std::string library;         // ~/Library
-  std::string caches;          // ~/Library/Caches
+  std::string library;  // ~/Library
+  std::string caches;   // ~/Library/Caches
   // The folders holding Chrome's profiles: ~/Library/Application Support/Google/Chrome on a
   // Mac; ~/.config/google-chrome and ~/.config/chromium on Linux.
   std::vector<std::string> chromeProfiles;
@@ -57,9 +57,9 @@ struct Locations {
   // home, and only where they point inside it.
   std::string cargoRegistryCache, cargoGitDatabase, goModuleDownloads, nugetPackages, bunCache;
   // The user's folders. On Linux they are the XDG user folders (localised names included);
-  // `movies` is the videos folder there, and `moviesName` its name for the texts that name it.
+  // `movies` is the videos folder there. The texts that name them say their own names
+  // (pagetexts::folderNames).
   std::string downloads, desktop, movies, documents, music, pictures;
-  std::string moviesName = "Movies";
   std::string cacheHome;   // ~/Library/Caches on a Mac, $XDG_CACHE_HOME (~/.cache) on Linux
   std::string configHome;  // ~/Library/Preferences on a Mac, $XDG_CONFIG_HOME (~/.config) on Linux
   std::string dataHome;    // ~/Library/Application Support, $XDG_DATA_HOME (~/.local/share)

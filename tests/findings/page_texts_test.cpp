@@ -11,20 +11,30 @@ namespace {
 
 using Kind = CacheFinding::Kind;
 
-TEST(PageTexts, TheVideosFolderIsNamedAsTheHomeNamesIt) {
-  // A Mac says Movies, word for word as before.
+TEST(PageTexts, TheUserFoldersAreNamedAsTheHomeNamesThem) {
+  // A Mac says Downloads and Movies, word for word as before.
   EXPECT_EQ(pagetexts::summaryDetail(Kind::file),
             "Files over 200 MB in Downloads and Movies. Nothing here is selected until you "
             "choose it. Desktop files stay.");
-  EXPECT_EQ(pagetexts::emptyState(Kind::file, "Videos").detail,
+  pagetexts::FolderNames linux;
+  linux.movies = "Videos";
+  EXPECT_EQ(pagetexts::emptyState(Kind::file, linux).detail,
             "Nothing over 200 MB turned up in Downloads or Videos. Desktop files stay.");
-  EXPECT_EQ(pagetexts::summaryDetail(Kind::file, "Vidéos"),
-            "Files over 200 MB in Downloads and Vidéos. Nothing here is selected until you "
-            "choose it. Desktop files stay.");
-  // Only the whole word: a name containing it stays as written.
-  EXPECT_EQ(pagetexts::namingMovies("In Movies, MoviesApp and Movies.", "Filme"),
-            "In Filme, MoviesApp and Filme.");
-  EXPECT_EQ(pagetexts::namingMovies("Movies", "Movies"), "Movies");
+  pagetexts::FolderNames french{"Téléchargements", "Bureau", "Vidéos", "Musique", "Images"};
+  EXPECT_EQ(pagetexts::summaryDetail(Kind::file, french),
+            "Files over 200 MB in Téléchargements and Vidéos. Nothing here is selected until you "
+            "choose it. Bureau files stay.");
+  // Only whole words, and a folder's name is never named again: a Downloads folder called
+  // "Movies" stays "Movies".
+  pagetexts::FolderNames odd{"Movies", "Desktop", "Filme", "Music", "Pictures"};
+  EXPECT_EQ(pagetexts::namingFolders("In Downloads, MoviesApp and Movies.", odd),
+            "In Movies, MoviesApp and Filme.");
+  EXPECT_EQ(pagetexts::namingFolders("Music, Pictures", french), "Musique, Images");
+
+  // The names come from the places: a Mac's stay the English ones.
+  Locations mac = Locations::macos("/", "/Users/ann");
+  EXPECT_EQ(pagetexts::folderNames(mac).movies, "Movies");
+  EXPECT_EQ(pagetexts::folderNames(mac).downloads, "Downloads");
 }
 
 TEST(PageTexts, SummariesFootersAndTheConfirmation) {
@@ -46,12 +56,12 @@ TEST(PageTexts, SummariesFootersAndTheConfirmation) {
   // A Linux home is not called a Mac, and its leftovers are Flatpak data folders.
   EXPECT_EQ(pagetexts::emptyState(Kind::cache).title,
             "Nothing to clear here — your Mac is in good shape");
-  EXPECT_EQ(pagetexts::emptyState(Kind::cache, "Videos", true).title,
+  EXPECT_EQ(pagetexts::emptyState(Kind::cache, {}, true).title,
             "Nothing to clear here — your computer is in good shape");
-  EXPECT_EQ(pagetexts::summaryDetail(Kind::leftover, "Videos", true),
+  EXPECT_EQ(pagetexts::summaryDetail(Kind::leftover, {}, true),
             "Data folders left behind by Flatpak apps that are no longer installed. Nothing is "
             "selected until you choose it.");
-  EXPECT_EQ(pagetexts::emptyState(Kind::leftover, "Videos", true).detail,
+  EXPECT_EQ(pagetexts::emptyState(Kind::leftover, {}, true).detail,
             "No data folders of removed Flatpak apps were found. Installed and running apps stay "
             "out of this list.");
   EXPECT_EQ(pagetexts::unreadLeftoversNotice({"~/.var/app"}, false),

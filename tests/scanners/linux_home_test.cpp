@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "findings/page_texts.h"
 #include "platform/open_files.h"
 #include "scanners/caches/cache_scanner.h"
 #include "scanners/duplicates/duplicate_scanner.h"
@@ -238,12 +239,13 @@ TEST(LinuxHome, TheUserFoldersOfUserDirsAreSearchedAndNamedInTheTexts) {
   b.sparseFile(b.inHome("Videos/english.mkv"), 3 * k200MB);     // not the user's videos folder
   b.sparseFile(b.inHome("Downloads/english.iso"), 3 * k200MB);  // nor downloads
   Locations places = b.locations();
-  EXPECT_EQ(places.moviesName, "Vidéos");
+  EXPECT_EQ(pagetexts::folderNames(places).movies, "Vidéos");
 
   Findings files = LargeFilesScanner::scan(places, {});
   ASSERT_EQ(files.size(), 2u);
   EXPECT_EQ(files[0].id, iso);
-  EXPECT_EQ(files[0].note, "In Downloads. Nothing is removed until you select it and confirm.");
+  EXPECT_EQ(files[0].note,
+            "In Téléchargements. Nothing is removed until you select it and confirm.");
   EXPECT_EQ(files[1].id, film);
   EXPECT_EQ(files[1].path, "~/Vidéos/film.mkv");
   EXPECT_EQ(files[1].note, "In Vidéos. Nothing is removed until you select it and confirm.");

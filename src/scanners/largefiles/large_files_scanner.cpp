@@ -54,6 +54,7 @@ bool passesFoldersBelow(const std::string& file, const std::string& base) {
 
 std::vector<CacheFinding> scan(const Locations& places, std::stop_token stop) {
   std::vector<CacheFinding> findings;
+  const pagetexts::FolderNames names = pagetexts::folderNames(places);
   for (const Folder& folder : kFolders) {
     const std::string& root = places.*folder.path;
     if (root.empty()) continue;
@@ -66,8 +67,8 @@ std::vector<CacheFinding> scan(const Locations& places, std::stop_token stop) {
       f.name = std::string(paths::lastComponent(file.path));
       f.path = paths::tilde(file.path, places.home);
       f.bytes = file.bytes;
-      // The videos folder goes by its own name on Linux ("Videos", or the user's language).
-      f.note = pagetexts::namingMovies(folder.note, places.moviesName);
+      // Each folder goes by its own name on Linux ("Videos", or the user's language).
+      f.note = pagetexts::namingFolders(folder.note, names);
       f.kind = CacheFinding::Kind::file;
       f.suggested = false;
       f.removable = folder.selectable && isAllowedLocation(file.path, places);

@@ -368,7 +368,8 @@ QVariantList AppBridge::cards() const {
     }
   }
   QVariantList out;
-  for (const auto& c : dashboard::cards(model_->caches(), scanning(), files, bytes)) {
+  for (const auto& c : dashboard::cards(model_->caches(), scanning(), files, bytes,
+                                        pagetexts::folderNames(model_->places()))) {
     out.append(QVariantMap{{"title", QString::fromStdString(c.title)},
                            {"symbol", QString::fromStdString(c.symbol)},
                            {"value", QString::fromStdString(c.value)},

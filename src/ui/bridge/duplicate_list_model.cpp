@@ -206,12 +206,16 @@ QString DuplicateListModel::summaryTitle() const {
 }
 
 QString DuplicateListModel::summaryDetail() const {
-  return QString::fromStdString(pagetexts::namingMovies(forLayout(kSummaryDetail, model_.places()),
-                                                        model_.places().moviesName));
+  return QString::fromStdString(pagetexts::namingFolders(forLayout(kSummaryDetail, model_.places()),
+                                                         pagetexts::folderNames(model_.places())));
 }
 
-QString DuplicateListModel::moviesName() const {
-  return QString::fromStdString(model_.places().moviesName);
+QStringList DuplicateListModel::folderNames() const {
+  pagetexts::FolderNames names = pagetexts::folderNames(model_.places());
+  QStringList list;
+  for (const std::string* name : {&names.downloads, &names.movies, &names.music, &names.pictures})
+    list.append(QString::fromStdString(*name));
+  return list;
 }
 
 QString DuplicateListModel::sectionTitle() const {

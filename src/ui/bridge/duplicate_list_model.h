@@ -22,7 +22,8 @@ class DuplicateListModel : public QAbstractListModel {
   Q_PROPERTY(QString summaryTitle READ summaryTitle NOTIFY listChanged)
   Q_PROPERTY(QString summaryDetail READ summaryDetail CONSTANT)
   // The videos folder's name for its toggle: "Movies" on a Mac, "Videos" (or localised) on Linux.
-  Q_PROPERTY(QString moviesName READ moviesName CONSTANT)
+  // The searched folders' own names: Downloads, Movies (Videos), Music, Pictures.
+  Q_PROPERTY(QStringList folderNames READ folderNames CONSTANT)
   Q_PROPERTY(QString sectionTitle READ sectionTitle NOTIFY listChanged)
   Q_PROPERTY(QString footerSummary READ footerSummary NOTIFY selectionChanged)
   Q_PROPERTY(QString footerDetail READ footerDetail CONSTANT)
@@ -66,7 +67,7 @@ class DuplicateListModel : public QAbstractListModel {
   int groupCount() const { return static_cast<int>(model_.duplicateGroups().size()); }
   QString summaryTitle() const;
   QString summaryDetail() const;
-  QString moviesName() const;
+  QStringList folderNames() const;
   QString sectionTitle() const;
   QString footerSummary() const;
   QString footerDetail() const;

@@ -122,7 +122,7 @@ QString FindingListModel::summaryTitle() const {
 }
 
 QString FindingListModel::summaryDetail() const {
-  return q(pagetexts::summaryDetail(kind_, model_.places().moviesName, linuxHome()));
+  return q(pagetexts::summaryDetail(kind_, pagetexts::folderNames(model_.places()), linuxHome()));
 }
 
 QString FindingListModel::footerSummary() const {
@@ -147,13 +147,16 @@ bool FindingListModel::canClear() const {
 }
 
 QString FindingListModel::emptySymbol() const {
-  return q(pagetexts::emptyState(kind_, model_.places().moviesName, linuxHome()).symbol);
+  return q(
+      pagetexts::emptyState(kind_, pagetexts::folderNames(model_.places()), linuxHome()).symbol);
 }
 QString FindingListModel::emptyTitle() const {
-  return q(pagetexts::emptyState(kind_, model_.places().moviesName, linuxHome()).title);
+  return q(
+      pagetexts::emptyState(kind_, pagetexts::folderNames(model_.places()), linuxHome()).title);
 }
 QString FindingListModel::emptyDetail() const {
-  return q(pagetexts::emptyState(kind_, model_.places().moviesName, linuxHome()).detail);
+  return q(
+      pagetexts::emptyState(kind_, pagetexts::folderNames(model_.places()), linuxHome()).detail);
 }
 QString FindingListModel::sectionTitle() const {
   return QString::fromStdString(countNoun(totalCount(), pagetexts::kindWord(kind_)));

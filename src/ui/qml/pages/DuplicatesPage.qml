@@ -12,8 +12,8 @@ Item {
 
     readonly property bool nothingFound: list.totalCount === 0
     readonly property var folders: [
-        { title: "Downloads", bit: 1 }, { title: page.list.moviesName, bit: 2 },
-        { title: "Music", bit: 4 }, { title: "Pictures", bit: 8 }
+        { title: page.list.folderNames[0], bit: 1 }, { title: page.list.folderNames[1], bit: 2 },
+        { title: page.list.folderNames[2], bit: 4 }, { title: page.list.folderNames[3], bit: 8 }
     ]
 
     ColumnLayout {

@@ -323,25 +323,16 @@ void ScanModel::clearFindings(std::optional<ConfirmScope> scope) {
     notify(Field::message);
     return;
   }
-  phase_ = Phase::clearing();
-  notify(Field::phase);
-  message_ = "Moving the selected items to the Trash.";
-  notify(Field::message);
-  progress_ = Progress{0, static_cast<int>(items.size()), ""};
-  notify(Field::progress);
-
-  if (clearTask_) clearTask_->cancel();
-  clearTask_ = dispatcher_.start([this, items = std::move(items), places = places_, post = poster(),
-                                  &workspace = workspace_](std::stop_token stop) {
-    Clearing::Outcome outcome =
-        Clearing::clearFindings(items, places, workspace, stop, [&](const Clearing::Progress& p) {
-          post([this, p] {
-            progress_ = Progress{p.done, p.total, p.current};
-            notify(Field::progress);
-          });
-        });
-    post([this, outcome = std::move(outcome)]() mutable { finishClear(std::move(outcome)); });
-  });
+  int count = static_cast<int>(items.size());  // counted before the work takes them
+  startMoving("Moving the selected items to the Trash.", count,
+              [this, items = std::move(items), places = places_, &workspace = workspace_](
+                  std::stop_token stop, const auto& onProgress) -> std::function<void()> {
+                Clearing::Outcome outcome =
+                    Clearing::clearFindings(items, places, workspace, stop, onProgress);
+                return [this, outcome = std::move(outcome)]() mutable {
+                  finishClear(std::move(outcome));
+                };
+              });
 }
 
 void ScanModel::stopClearing() {
@@ -351,22 +342,34 @@ void ScanModel::stopClearing() {
   notify(Field::message);
 }
 
-void ScanModel::finishClear(Clearing::Outcome outcome) {
+void ScanModel::startMoving(std::string message, int items, MoveWork work) {
+  phase_ = Phase::clearing();
+  notify(Field::phase);
+  message_ = std::move(message);
+  notify(Field::message);
+  progress_ = Progress{0, items, ""};
+  notify(Field::progress);
+
+  if (clearTask_) clearTask_->cancel();
+  clearTask_ =
+      dispatcher_.start([this, work = std::move(work), post = poster()](std::stop_token stop) {
+        std::function<void()> finish = work(stop, [&](const Clearing::Progress& p) {
+          post([this, p] {
+            progress_ = Progress{p.done, p.total, p.current};
+            notify(Field::progress);
+          });
+        });
+        post(std::move(finish));
+      });
+}
+
+void ScanModel::endMoving(const Clearing::Outcome& moves, std::string message) {
   // The moves stand whatever happens to the log: the items are in the Trash either way.
   std::string logProblem;
   try {
-    ClearedLog::append(outcome.entries, places_);
+    ClearedLog::append(moves.entries, places_);
   } catch (const std::exception& e) {
     logProblem = e.what();
-  }
-
-  std::set<std::string> moved(outcome.movedIds.begin(), outcome.movedIds.end());
-  if (!moved.empty()) {
-    std::erase_if(caches_, [&](const CacheFinding& f) { return moved.count(f.id) > 0; });
-    notify(Field::caches);
-    for (const auto& id : moved)
-      selected_.erase(id);
-    notify(Field::selected);
   }
   volume_ = VolumePicture::read(places_.home);
   notify(Field::volume);
@@ -377,19 +380,30 @@ void ScanModel::finishClear(Clearing::Outcome outcome) {
   progress_.reset();
   notify(Field::progress);
   clearTask_.reset();
-  trashedBytesThisSession_ = Clearing::addBytes(trashedBytesThisSession_, outcome.movedBytes);
+  trashedBytesThisSession_ = Clearing::addBytes(trashedBytesThisSession_, moves.movedBytes);
   notify(Field::trashedBytesThisSession);
-  if (!outcome.entries.empty()) {
-    reloadCleared();
-    offerRecentlyCleared_ = true;
-    notify(Field::offerRecentlyCleared);
-  }
-  message_ = Clearing::completionMessage(outcome);
+  // Recently Cleared is offered after a clear that moved something, never for an older one.
+  if (!moves.entries.empty()) reloadCleared();
+  offerRecentlyCleared_ = !moves.entries.empty();
+  notify(Field::offerRecentlyCleared);
+  message_ = std::move(message);
   if (!logProblem.empty()) {
     message_ += " Recently Cleared could not be updated (" + logProblem +
                 "); the moved items are in the Trash.";
   }
   notify(Field::message);
+}
+
+void ScanModel::finishClear(Clearing::Outcome outcome) {
+  std::set<std::string> moved(outcome.movedIds.begin(), outcome.movedIds.end());
+  if (!moved.empty()) {
+    std::erase_if(caches_, [&](const CacheFinding& f) { return moved.count(f.id) > 0; });
+    notify(Field::caches);
+    for (const auto& id : moved)
+      selected_.erase(id);
+    notify(Field::selected);
+  }
+  endMoving(outcome, Clearing::completionMessage(outcome));
 }
 
 // ---- Recently Cleared -----------------------------------------------------------------------

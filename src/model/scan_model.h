@@ -234,6 +234,15 @@ class ScanModel {
   void finishScan(ScanResult result, std::uint64_t generation);
   void endScanWithError(bool cancelled, std::uint64_t generation);
   void finishClear(Clearing::Outcome outcome);
+  // What every move to the Trash shares, caches, copies and apps alike. startMoving shows the
+  // clearing phase, the message and the progress of each item, and runs `work` off the model's
+  // thread with a stop between items; `work` returns what finishes the move on the model's
+  // thread. endMoving writes the log and returns the model to ready; the kind's own lists are
+  // updated before it.
+  using MoveWork = std::function<std::function<void()>(
+      std::stop_token, const std::function<void(const Clearing::Progress&)>&)>;
+  void startMoving(std::string message, int items, MoveWork work);
+  void endMoving(const Clearing::Outcome& moves, std::string message);
   // The duplicate flow.
   void finishDuplicates(DuplicateScanner::Result result, std::uint64_t search);
   void endDuplicatesWithError(bool cancelled, std::uint64_t search);

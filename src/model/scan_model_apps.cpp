@@ -62,48 +62,18 @@ void ScanModel::uninstall() {
     notify(Field::message);
     return;
   }
-  phase_ = Phase::clearing();
-  notify(Field::phase);
-  message_ = "Moving " + app.name + " to the Trash.";
-  notify(Field::message);
-  progress_ = Progress{0, static_cast<int>(app.related.size()) + 1, ""};
-  notify(Field::progress);
-
-  clearTask_ =
-      dispatcher_.start([this, app, places = places_, post = poster()](std::stop_token stop) {
-        Clearing::UninstallOutcome outcome = Clearing::uninstallApp(
-            app, places,
-            [&](const Clearing::Progress& p) {
-              post([this, p] {
-                progress_ = Progress{p.done, p.total, p.current};
-                notify(Field::progress);
+  startMoving("Moving " + app.name + " to the Trash.", static_cast<int>(app.related.size()) + 1,
+              [this, app, places = places_](std::stop_token stop,
+                                            const auto& onProgress) -> std::function<void()> {
+                Clearing::UninstallOutcome outcome =
+                    Clearing::uninstallApp(app, places, onProgress, stop);
+                return [this, outcome = std::move(outcome), app]() mutable {
+                  finishUninstall(std::move(outcome), std::move(app));
+                };
               });
-            },
-            stop);
-        post([this, outcome = std::move(outcome), app]() mutable {
-          finishUninstall(std::move(outcome), std::move(app));
-        });
-      });
 }
 
 void ScanModel::finishUninstall(Clearing::UninstallOutcome outcome, AppUninstaller::AppRecord app) {
-  // The moves stand whatever happens to the log: the items are in the Trash either way.
-  std::string logProblem;
-  try {
-    ClearedLog::append(outcome.moves.entries, places_);
-  } catch (const std::exception& e) {
-    logProblem = e.what();
-  }
-  clearTask_.reset();
-  phase_ = Phase::ready();
-  notify(Field::phase);
-  progress_.reset();
-  notify(Field::progress);
-  trashedBytesThisSession_ = Clearing::addBytes(trashedBytesThisSession_, outcome.moves.movedBytes);
-  notify(Field::trashedBytesThisSession);
-  offerRecentlyCleared_ = !outcome.moves.entries.empty();
-  notify(Field::offerRecentlyCleared);
-  reloadCleared();
   uninstallTarget_.reset();
   notify(Field::uninstallTarget);
   if (outcome.needsAdministrator) {
@@ -118,12 +88,7 @@ void ScanModel::finishUninstall(Clearing::UninstallOutcome outcome, AppUninstall
     });
     notify(Field::installedApps);
   }
-  message_ = Clearing::uninstallMessage(outcome);
-  if (!logProblem.empty()) {
-    message_ += " Recently Cleared could not be updated (" + logProblem +
-                "); the moved items are in the Trash.";
-  }
-  notify(Field::message);
+  endMoving(outcome.moves, Clearing::uninstallMessage(outcome));
 }
 
 }  // namespace dw

@@ -160,39 +160,19 @@ void ScanModel::clearDuplicates() {
     if (!placed.count(path)) copies.push_back({path, 0, {}, path});
   }
 
-  phase_ = Phase::clearing();
-  notify(Field::phase);
-  message_ = "Moving extra copies to the Trash.";
-  notify(Field::message);
-  progress_ = Progress{0, static_cast<int>(copies.size()), ""};
-  notify(Field::progress);
-
-  if (clearTask_) clearTask_->cancel();
-  clearTask_ =
-      dispatcher_.start([this, copies = std::move(copies), places = places_,
-                         scope = duplicateSearchedScope_, post = poster()](std::stop_token stop) {
-        Clearing::Outcome outcome = Clearing::clearDuplicates(
-            copies, places, scope, stop, [&](const Clearing::Progress& p) {
-              post([this, p] {
-                progress_ = Progress{p.done, p.total, p.current};
-                notify(Field::progress);
+  int count = static_cast<int>(copies.size());  // counted before the work takes them
+  startMoving("Moving extra copies to the Trash.", count,
+              [this, copies = std::move(copies), places = places_, scope = duplicateSearchedScope_](
+                  std::stop_token stop, const auto& onProgress) -> std::function<void()> {
+                Clearing::Outcome outcome =
+                    Clearing::clearDuplicates(copies, places, scope, stop, onProgress);
+                return [this, outcome = std::move(outcome)]() mutable {
+                  finishDuplicateClear(std::move(outcome));
+                };
               });
-            });
-        post([this, outcome = std::move(outcome)]() mutable {
-          finishDuplicateClear(std::move(outcome));
-        });
-      });
 }
 
 void ScanModel::finishDuplicateClear(Clearing::Outcome outcome) {
-  // The moves stand whatever happens to the log: the copies are in the Trash either way.
-  std::string logProblem;
-  try {
-    ClearedLog::append(outcome.entries, places_);
-  } catch (const std::exception& e) {
-    logProblem = e.what();
-  }
-
   std::set<std::string> moved(outcome.movedIds.begin(), outcome.movedIds.end());
   if (!moved.empty()) {
     for (auto& group : duplicateGroups_) {
@@ -210,28 +190,8 @@ void ScanModel::finishDuplicateClear(Clearing::Outcome outcome) {
       duplicateSelected_.erase(path);
     notify(Field::duplicateSelected);
   }
-  volume_ = VolumePicture::read(places_.home);
-  notify(Field::volume);
-  phase_ = Phase::ready();
-  notify(Field::phase);
-  confirm_ = false;
-  notify(Field::confirm);
-  progress_.reset();
-  notify(Field::progress);
-  clearTask_.reset();
-  trashedBytesThisSession_ = Clearing::addBytes(trashedBytesThisSession_, outcome.movedBytes);
-  notify(Field::trashedBytesThisSession);
-  if (!outcome.entries.empty()) {
-    reloadCleared();
-    offerRecentlyCleared_ = true;
-    notify(Field::offerRecentlyCleared);
-  }
-  message_ = Clearing::duplicatesMessage(outcome, places_.layout == Locations::Layout::linux);
-  if (!logProblem.empty()) {
-    message_ += " Recently Cleared could not be updated (" + logProblem +
-                "); the moved items are in the Trash.";
-  }
-  notify(Field::message);
+  endMoving(outcome,
+            Clearing::duplicatesMessage(outcome, places_.layout == Locations::Layout::linux));
 }
 
 }  // namespace dw

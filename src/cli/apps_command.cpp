@@ -92,15 +92,6 @@ bool looksLikePath(const std::string& text) {
          paths::asciiLower(text).ends_with(".appimage");
 }
 
-bool askToConfirm(const AppRecord& app) {
-  std::cout << "Move " << displayText(app.name) << " and its data to the Trash? [y/N] "
-            << std::flush;
-  std::string answer;
-  if (!std::getline(std::cin, answer)) return false;
-  answer = paths::asciiLower(answer);
-  return answer == "y" || answer == "yes";
-}
-
 }  // namespace
 
 Runner addApps(CLI::App& app) {
@@ -213,34 +204,14 @@ Runner addUninstall(CLI::App& app) {
       std::cerr << *refused << '\n';
       return 1;
     }
-    if (options->dryRun) {
-      std::cout << "Dry run: nothing was moved.\n";
-      return 0;
-    }
-    if (!options->yes) {
-      if (!stdinIsTerminal()) {
-        std::cerr << "dustwhale: nothing was moved; confirm with --yes when there is no "
-                     "terminal to ask on\n";
-        return 1;
-      }
-      session.setQuitOnInterrupt(true);
-      bool confirmed = askToConfirm(a);
-      session.setQuitOnInterrupt(false);
-      if (!confirmed) {
-        std::cout << "Nothing was moved to the Trash.\n";
-        return 0;
-      }
-    }
-
+    if (auto ended =
+            session.confirmMove(options->dryRun, options->yes,
+                                "Move " + displayText(a.name) + " and its data to the Trash?"))
+      return *ended;
     model.setUninstallTarget(a);
-    model.uninstall();
-    if (!model.isClearRunning()) {  // refused after all: it started running meanwhile
-      std::cerr << model.message() << '\n';
-      return 1;
-    }
-    // Ctrl-C stops it after the item in hand, as it stops a clear; what moved stays logged.
-    session.runUntil([&] { return !model.isClearRunning(); }, [&model] { model.stopClearing(); });
-    std::cout << model.message() << '\n';
+    // Refused after all when it started running meanwhile. Ctrl-C stops it after the item in
+    // hand, as it stops a clear; what moved stays logged.
+    if (!session.runMove([&] { model.uninstall(); })) return 1;
     bool allMoved = model.message().rfind("Some items stayed in place", 0) != 0;
     return allMoved ? 0 : 1;
   };

@@ -91,39 +91,11 @@ Runner addClear(CLI::App& app) {
       std::cout << "  " << displayText(item.name) << " · " << sizeText(item.bytes) << " · "
                 << pagetexts::kindWord(item.kind) << '\n';
     }
-    if (options->dryRun) {
-      std::cout << "Dry run: nothing was moved.\n";
-      return 0;
-    }
-    if (!options->yes) {
-      if (!stdinIsTerminal()) {
-        std::cerr << "dustwhale: nothing was moved; confirm with --yes when there is no "
-                     "terminal to ask on\n";
-        return 1;
-      }
-      session.setQuitOnInterrupt(true);
-      bool confirmed = askToMove(pagetexts::confirmTitle(static_cast<std::int64_t>(items.size())));
-      session.setQuitOnInterrupt(false);
-      if (!confirmed) {
-        std::cout << "Nothing was moved to the Trash.\n";
-        return 0;
-      }
-    }
-
-    bool progress = stderrIsTerminal();
-    if (progress) {
-      model.addObserver([&model](ScanModel::Field field) {
-        if (field == ScanModel::Field::progress && model.progress() && model.progress()->done > 0)
-          std::cerr << "\r\033[K" << model.progress()->done << " of " << model.progress()->total
-                    << " · " << displayText(model.progress()->current) << std::flush;
-        if (field == ScanModel::Field::message && model.isClearRunning())
-          std::cerr << "\r\033[K" << model.message() << std::flush;
-      });
-    }
-    model.clearFindings(scope);
-    session.runUntil([&] { return !model.isClearRunning(); }, [&model] { model.stopClearing(); });
-    if (progress) std::cerr << "\r\033[K" << std::flush;
-    std::cout << model.message() << '\n';
+    if (auto ended =
+            session.confirmMove(options->dryRun, options->yes,
+                                pagetexts::confirmTitle(static_cast<std::int64_t>(items.size()))))
+      return *ended;
+    if (!session.runMove([&] { model.clearFindings(scope); })) return 1;
 
     // Whatever is still listed stayed in place.
     for (const auto& item : items) {

@@ -163,39 +163,12 @@ Runner addDuplicates(CLI::App& app) {
         if (chosen.count(file.path)) std::cout << "  move  " << displayText(file.path) << '\n';
       }
     }
-    if (options->dryRun) {
-      std::cout << "Dry run: nothing was moved.\n";
-      return 0;
-    }
-    if (!options->yes) {
-      if (!stdinIsTerminal()) {
-        std::cerr << "dustwhale: nothing was moved; confirm with --yes when there is no "
-                     "terminal to ask on\n";
-        return 1;
-      }
-      session.setQuitOnInterrupt(true);
-      bool confirmed = askToMove(
-          "Move " + countNoun(static_cast<std::int64_t>(chosen.size()), "copy") + " to the Trash?");
-      session.setQuitOnInterrupt(false);
-      if (!confirmed) {
-        std::cout << "Nothing was moved to the Trash.\n";
-        return 0;
-      }
-    }
-
-    if (progress) {
-      model.addObserver([&model](ScanModel::Field field) {
-        if (field == ScanModel::Field::progress && model.progress() && model.progress()->done > 0)
-          std::cerr << "\r\033[K" << model.progress()->done << " of " << model.progress()->total
-                    << " · " << displayText(model.progress()->current) << std::flush;
-        if (field == ScanModel::Field::message && model.isClearRunning())
-          std::cerr << "\r\033[K" << model.message() << std::flush;
-      });
-    }
-    model.clearDuplicates();
-    session.runUntil([&] { return !model.isClearRunning(); }, [&model] { model.stopClearing(); });
-    if (progress) std::cerr << "\r\033[K" << std::flush;
-    std::cout << model.message() << '\n';
+    if (auto ended = session.confirmMove(
+            options->dryRun, options->yes,
+            "Move " + countNoun(static_cast<std::int64_t>(chosen.size()), "copy") +
+                " to the Trash?"))
+      return *ended;
+    if (!session.runMove([&] { model.clearDuplicates(); })) return 1;
     // Moved copies leave the selection; whatever is still selected stayed in place.
     return model.duplicateSelected().empty() ? 0 : 1;
   };

@@ -126,4 +126,46 @@ bool Session::scan() {
   return model_->lastScannedAt().has_value();
 }
 
+std::optional<int> Session::confirmMove(bool dryRun, bool yes, std::string_view question) {
+  if (dryRun) {
+    std::cout << "Dry run: nothing was moved.\n";
+    return 0;
+  }
+  if (yes) return std::nullopt;
+  if (!stdinIsTerminal()) {
+    std::cerr << "dustwhale: nothing was moved; confirm with --yes when there is no terminal to "
+                 "ask on\n";
+    return 1;
+  }
+  setQuitOnInterrupt(true);
+  bool confirmed = askToMove(question);
+  setQuitOnInterrupt(false);
+  if (confirmed) return std::nullopt;
+  std::cout << "Nothing was moved to the Trash.\n";
+  return 0;
+}
+
+bool Session::runMove(const std::function<void()>& start) {
+  bool progress = stderrIsTerminal();
+  if (progress) {
+    model_->addObserver([this](ScanModel::Field field) {
+      const auto& p = model_->progress();
+      if (field == ScanModel::Field::progress && p && p->done > 0)
+        std::cerr << "\r\033[K" << p->done << " of " << p->total << " · " << displayText(p->current)
+                  << std::flush;
+      if (field == ScanModel::Field::message && model_->isClearRunning())
+        std::cerr << "\r\033[K" << model_->message() << std::flush;
+    });
+  }
+  start();
+  if (!model_->isClearRunning()) {
+    std::cerr << model_->message() << '\n';
+    return false;
+  }
+  runUntil([this] { return !model_->isClearRunning(); }, [this] { model_->stopClearing(); });
+  if (progress) std::cerr << "\r\033[K" << std::flush;
+  std::cout << model_->message() << '\n';
+  return true;
+}
+
 }  // namespace dw::cli

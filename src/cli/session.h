@@ -61,6 +61,17 @@ class Session {
   // at once instead of waiting for the model's loop.
   void setQuitOnInterrupt(bool quit) { quitOnInterrupt_ = quit; }
 
+  // The step before every move to the Trash: a dry run stops here, --yes goes ahead, and
+  // otherwise `question` is asked on the terminal (Ctrl-C quits while it waits; without a
+  // terminal nothing moves). The exit code when the command ends here; nothing when the move
+  // goes ahead.
+  std::optional<int> confirmMove(bool dryRun, bool yes, std::string_view question);
+  // Starts a move with `start` and runs it to its end: "3 of 7 · item" on standard error when it
+  // is a terminal, Ctrl-C stops it after the item in hand, and the model's closing message goes
+  // to standard output. False when the model refused to start (its message says why, on
+  // standard error).
+  bool runMove(const std::function<void()>& start);
+
  private:
   // Destroyed from the bottom up: the model first, then the dispatcher, which joins every task
   // before the workspace the tasks read goes.

@@ -11,6 +11,7 @@
 #include "platform/desktop.h"
 #include "scanners/uninstaller/app_uninstaller.h"
 #include "support/home_builder.h"
+#include "support/model_fixture.h"
 #include "support/temp_dir.h"
 #include "support/test_workspace.h"
 
@@ -22,22 +23,11 @@ using ::testing::IsEmpty;
 using Phase = ScanModel::Phase;
 using AppUninstaller::AppRecord;
 
-class ScanModelApps : public ::testing::Test {
+class ScanModelApps : public test::ModelFixture {
  protected:
-  void SetUp() override {
-    model = std::make_unique<ScanModel>(dispatcher, places, workspace, defaults);
-    model->addObserver([this](ScanModel::Field field) {
-      if (field == ScanModel::Field::message) messages.push_back(model->message());
-    });
-  }
   void refresh() {
     model->refreshApps();
     dispatcher.runAll();
-  }
-  const AppRecord* app(std::string_view name) const {
-    for (const auto& a : model->installedApps())
-      if (a.name == name) return &a;
-    return nullptr;
   }
   // Starts the uninstall of the listed app and reports whether it started moving.
   bool uninstall(std::string_view name) {
@@ -49,15 +39,6 @@ class ScanModelApps : public ::testing::Test {
     dispatcher.runAll();
     return started;
   }
-
-  test::TempHome trashHome;  // the real Trash and the log live under this home
-  test::HomeBuilder mac;
-  Locations places = mac.locations();
-  ManualDispatcher dispatcher;
-  test::TestWorkspace workspace;
-  platform::UserDefaults defaults{places.defaultsFile};
-  std::unique_ptr<ScanModel> model;
-  std::vector<std::string> messages;
 };
 
 TEST_F(ScanModelApps, UninstallMovesTheAppAndItsDataUnderOneSessionAndPutBackRestoresThem) {
@@ -68,13 +49,14 @@ TEST_F(ScanModelApps, UninstallMovesTheAppAndItsDataUnderOneSessionAndPutBackRes
     EXPECT_FALSE(model->appsLoading());
   }
   const std::string id = "com.example.foo";
-  std::string bundle = mac.app(mac.inHome("Applications/Foo.app"), id);
-  mac.file(bundle + "/Contents/MacOS/foo", 3 * 1024 * 1024);
-  std::string support = mac.folderOfSize(mac.inHome("Library/Application Support/" + id), 1 << 20);
-  std::string prefs = mac.preference(id);
-  std::string container = mac.folder(mac.inHome("Library/Containers/" + id));
-  mac.app(mac.inRoot("Applications/Other.app"), "com.example.other");
-  auto before = test::snapshot(mac.root());
+  std::string bundle = tree.app(tree.inHome("Applications/Foo.app"), id);
+  tree.file(bundle + "/Contents/MacOS/foo", 3 * 1024 * 1024);
+  std::string support =
+      tree.folderOfSize(tree.inHome("Library/Application Support/" + id), 1 << 20);
+  std::string prefs = tree.preference(id);
+  std::string container = tree.folder(tree.inHome("Library/Containers/" + id));
+  tree.app(tree.inRoot("Applications/Other.app"), "com.example.other");
+  auto before = test::snapshot(tree.root());
 
   model->refreshApps();
   EXPECT_TRUE(model->appsLoading());
@@ -116,18 +98,18 @@ TEST_F(ScanModelApps, UninstallMovesTheAppAndItsDataUnderOneSessionAndPutBackRes
 
   for (const auto& e : entries)
     EXPECT_TRUE(model->putBack(e)) << model->message();
-  EXPECT_EQ(test::snapshot(mac.root()), before);
+  EXPECT_EQ(test::snapshot(tree.root()), before);
 }
 
 TEST_F(ScanModelApps, RefusalsComeFirstAndWhatChangedSinceTheListingStays) {
-  std::string foo = mac.app(mac.inRoot("Applications/Vendor/Foo.app"), "com.example.foo");
-  mac.app(mac.inRoot("Applications/Safari.app"), "com.apple.Safari");
-  mac.app(mac.inHome("Downloads/Tool.app"), "com.example.tool");
-  std::string bar = mac.app(mac.inHome("Applications/Bar.app"), "com.example.bar");
-  std::string barData = mac.folder(mac.inHome("Library/Caches/com.example.bar"));
+  std::string foo = tree.app(tree.inRoot("Applications/Vendor/Foo.app"), "com.example.foo");
+  tree.app(tree.inRoot("Applications/Safari.app"), "com.apple.Safari");
+  tree.app(tree.inHome("Downloads/Tool.app"), "com.example.tool");
+  std::string bar = tree.app(tree.inHome("Applications/Bar.app"), "com.example.bar");
+  std::string barData = tree.folder(tree.inHome("Library/Caches/com.example.bar"));
   std::string barState =
-      mac.folder(mac.inHome("Library/Saved Application State/com.example.bar.savedState"));
-  std::string baz = mac.app(mac.inHome("Applications/Baz.app"), "com.example.baz");
+      tree.folder(tree.inHome("Library/Saved Application State/com.example.bar.savedState"));
+  std::string baz = tree.app(tree.inHome("Applications/Baz.app"), "com.example.baz");
   refresh();
 
   workspace.setRunning("com.example.foo", true);  // opened after the listing
@@ -138,7 +120,7 @@ TEST_F(ScanModelApps, RefusalsComeFirstAndWhatChangedSinceTheListingStays) {
   EXPECT_EQ(model->message(), "Safari cannot be uninstalled.");
   SharedMeasurer measurer({});
   auto tool =
-      AppUninstaller::recordFor(mac.inHome("Downloads/Tool.app"), places, workspace, measurer);
+      AppUninstaller::recordFor(tree.inHome("Downloads/Tool.app"), places, workspace, measurer);
   ASSERT_TRUE(tool);
   model->setUninstallTarget(*tool);
   model->uninstall();
@@ -149,7 +131,7 @@ TEST_F(ScanModelApps, RefusalsComeFirstAndWhatChangedSinceTheListingStays) {
 
   // A related item that is something else by now stays; the rest goes.
   std::filesystem::remove(barState);
-  mac.symlink(mac.inHome("Documents"), barState);
+  tree.symlink(tree.inHome("Documents"), barState);
   EXPECT_TRUE(uninstall("Bar"));
   EXPECT_EQ(model->message(),
             "Some items stayed in place: com.example.bar.savedState (no longer allowed). 0 MB "
@@ -160,8 +142,8 @@ TEST_F(ScanModelApps, RefusalsComeFirstAndWhatChangedSinceTheListingStays) {
 
   // A bundle replaced since the listing is not the app the user chose: nothing of it moves.
   const AppRecord listed = *app("Baz");
-  std::filesystem::rename(baz, mac.inRoot("old-baz"));
-  mac.app(baz, "com.example.baz");
+  std::filesystem::rename(baz, tree.inRoot("old-baz"));
+  tree.app(baz, "com.example.baz");
   model->setUninstallTarget(listed);
   model->uninstall();
   dispatcher.runAll();
@@ -174,12 +156,12 @@ TEST_F(ScanModelApps, RefusalsComeFirstAndWhatChangedSinceTheListingStays) {
 }
 
 TEST_F(ScanModelApps, ABundleTheUserMayNotMoveNeedsAnAdministrator) {
-  std::string foo = mac.app(mac.inRoot("Applications/Foo.app"), "com.example.foo");
-  std::string data = mac.folder(mac.inHome("Library/Application Support/com.example.foo"));
-  ASSERT_EQ(::chmod(mac.inRoot("Applications").c_str(), 0555), 0);
-  auto out = mac.runUnprivileged([&] {
+  std::string foo = tree.app(tree.inRoot("Applications/Foo.app"), "com.example.foo");
+  std::string data = tree.folder(tree.inHome("Library/Application Support/com.example.foo"));
+  ASSERT_EQ(::chmod(tree.inRoot("Applications").c_str(), 0555), 0);
+  auto out = tree.runUnprivileged([&] {
     test::TempHome own;  // a Trash and a log the unprivileged user may write
-    Locations childPlaces = mac.locations();
+    Locations childPlaces = tree.locations();
     platform::UserDefaults childDefaults(childPlaces.defaultsFile);
     test::TestWorkspace childWorkspace;
     ManualDispatcher d;

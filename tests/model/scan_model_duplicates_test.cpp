@@ -8,6 +8,7 @@
 
 #include "model/scan_model.h"
 #include "support/home_builder.h"
+#include "support/model_fixture.h"
 #include "support/temp_dir.h"
 #include "support/test_workspace.h"
 
@@ -19,10 +20,10 @@ using ::testing::IsEmpty;
 using Phase = ScanModel::Phase;
 constexpr std::int64_t kMiB = 1'048'576;
 
-class DuplicateFlowTest : public ::testing::Test {
+class DuplicateFlowTest : public test::ModelFixture {
  protected:
   void SetUp() override {
-    model = std::make_unique<ScanModel>(dispatcher, places, workspace, defaults);
+    ModelFixture::SetUp();
     model->addObserver([this](ScanModel::Field field) {
       if (field == ScanModel::Field::duplicateProgress)
         progress.push_back(model->duplicateProgress().value_or("none"));
@@ -31,7 +32,7 @@ class DuplicateFlowTest : public ::testing::Test {
   // A sparse file of size bytes whose first byte is mark, dated at unixSeconds.
   std::string copy(const std::string& relative, std::int64_t size, char mark,
                    std::int64_t unixSeconds) {
-    std::string path = mac.sparseFile(mac.inHome(relative), size);
+    std::string path = tree.sparseFile(tree.inHome(relative), size);
     int fd = ::open(path.c_str(), O_WRONLY);
     EXPECT_EQ(::pwrite(fd, &mark, 1, 0), 1);
     ::close(fd);
@@ -44,13 +45,6 @@ class DuplicateFlowTest : public ::testing::Test {
     dispatcher.runAll();
   }
 
-  test::TempHome trashHome;
-  test::HomeBuilder mac;
-  Locations places = mac.locations();
-  ManualDispatcher dispatcher;
-  test::TestWorkspace workspace;
-  platform::UserDefaults defaults{places.defaultsFile};
-  std::unique_ptr<ScanModel> model;
   std::vector<std::string> progress;
 };
 
@@ -187,10 +181,10 @@ TEST_F(DuplicateFlowTest, ACopyChangedOrAKeptCopyGoneSinceTheSearchIsRefused) {
   ASSERT_EQ(::pwrite(fd, "z", 1, kMiB), 1);
   ::close(fd);
   ASSERT_EQ(::rename(b1.c_str(), (b1 + ".moved").c_str()), 0);
-  auto before = test::snapshot(mac.home());
+  auto before = test::snapshot(tree.home());
   model->clearDuplicates();
   dispatcher.runAll();
-  EXPECT_EQ(test::snapshot(mac.home()), before);
+  EXPECT_EQ(test::snapshot(tree.home()), before);
   EXPECT_EQ(model->message(),
             "Some copies stayed in place: b (no longer allowed), a (no longer allowed). Up to 0 MB "
             "moved to the Trash. Empty the Trash to get the space back.");

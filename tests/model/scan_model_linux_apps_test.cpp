@@ -12,6 +12,7 @@
 #include "scanners/uninstaller/app_uninstaller.h"
 #include "support/home_builder.h"
 #include "support/linux_apps.h"
+#include "support/model_fixture.h"
 #include "support/temp_dir.h"
 #include "support/test_workspace.h"
 
@@ -23,36 +24,24 @@ using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 using Phase = ScanModel::Phase;
 
-class ScanModelLinuxApps : public ::testing::Test {
+class ScanModelLinuxApps : public test::ModelFixture {
  protected:
-  void SetUp() override {
-    model = std::make_unique<ScanModel>(dispatcher, places, workspace, defaults);
-  }
-  const AppRecord* app(std::string_view name) const {
-    for (const auto& a : model->installedApps())
-      if (a.name == name) return &a;
-    return nullptr;
-  }
-
-  test::TempHome trashHome;  // the real Trash and the log live under this home
-  test::HomeBuilder b{Locations::Layout::linux};
-  Locations places = b.locations();
-  ManualDispatcher dispatcher;
-  test::TestWorkspace workspace;
-  platform::UserDefaults defaults{places.defaultsFile};
-  std::unique_ptr<ScanModel> model;
+  ScanModelLinuxApps() : ModelFixture(Locations::Layout::linux) {}
 };
 
 TEST_F(ScanModelLinuxApps, AnAppImageGoesToTheTrashWithItsLauncherAndIconsAndEachComesBack) {
-  std::string image = test::appImage(b.inHome("Applications/Viewer.AppImage"));
-  std::string launcher = test::launcher(b.inHome(".local/share/applications/viewer.desktop"),
+  std::string image = test::appImage(tree.inHome("Applications/Viewer.AppImage"));
+  std::string launcher = test::launcher(tree.inHome(".local/share/applications/viewer.desktop"),
                                         "Photo Viewer", "\"" + image + "\" %F", "viewer");
-  std::string png = b.file(b.inHome(".local/share/icons/hicolor/64x64/apps/viewer.png"), 8192);
-  std::string svg = b.file(b.inHome(".local/share/icons/hicolor/scalable/apps/viewer.svg"), 4096);
-  std::string link = b.symlink("../../Applications/Viewer.AppImage", b.inHome(".local/bin/viewer"));
-  test::flatpakInstall(b, b.inHome(".local/share/flatpak"), "org.example.Notes", "Notes");
-  test::launcher(b.inRoot("usr/share/applications/term.desktop"), "Terminal", "term");
-  auto before = test::snapshot(b.root());
+  std::string png =
+      tree.file(tree.inHome(".local/share/icons/hicolor/64x64/apps/viewer.png"), 8192);
+  std::string svg =
+      tree.file(tree.inHome(".local/share/icons/hicolor/scalable/apps/viewer.svg"), 4096);
+  std::string link =
+      tree.symlink("../../Applications/Viewer.AppImage", tree.inHome(".local/bin/viewer"));
+  test::flatpakInstall(tree, tree.inHome(".local/share/flatpak"), "org.example.Notes", "Notes");
+  test::launcher(tree.inRoot("usr/share/applications/term.desktop"), "Terminal", "term");
+  auto before = test::snapshot(tree.root());
 
   model->refreshApps();
   dispatcher.runAll();
@@ -98,16 +87,16 @@ TEST_F(ScanModelLinuxApps, AnAppImageGoesToTheTrashWithItsLauncherAndIconsAndEac
   // Put Back of each, one at a time; the tree is then byte for byte what it was.
   for (const auto& e : entries)
     EXPECT_TRUE(model->putBack(e)) << model->message();
-  EXPECT_EQ(test::snapshot(b.root()), before);
+  EXPECT_EQ(test::snapshot(tree.root()), before);
   EXPECT_THAT(test::snapshot(trashHome.trashInfo()), IsEmpty());
 }
 
 TEST_F(ScanModelLinuxApps, AnUnreadableVarAppNamesThePermissionsAndNeverRaisesThePrompt) {
-  test::flatpakData(b, "org.example.Gone");
-  ASSERT_EQ(::chmod(b.inHome(".var/app").c_str(), 0), 0);
-  auto out = b.runUnprivileged([this] {
+  test::flatpakData(tree, "org.example.Gone");
+  ASSERT_EQ(::chmod(tree.inHome(".var/app").c_str(), 0), 0);
+  auto out = tree.runUnprivileged([this] {
     test::TempHome own;
-    Locations childPlaces = b.locations();
+    Locations childPlaces = tree.locations();
     platform::UserDefaults childDefaults(childPlaces.defaultsFile);
     ManualDispatcher d;
     ScanModel m(d, childPlaces, workspace, childDefaults);
@@ -118,7 +107,7 @@ TEST_F(ScanModelLinuxApps, AnUnreadableVarAppNamesThePermissionsAndNeverRaisesTh
       unread += u;
     return m.message() + "|" + unread + "|" + (m.showFullDiskAccessPrompt() ? "prompt" : "-");
   });
-  ::chmod(b.inHome(".var/app").c_str(), 0755);
+  ::chmod(tree.inHome(".var/app").c_str(), 0755);
   if (!out) GTEST_SKIP() << "no unprivileged user to run as";
   ASSERT_FALSE(platform::hasFullDiskAccessSetting());
   EXPECT_EQ(*out,

@@ -7,27 +7,14 @@
 #include "model/scan_model.h"
 #include "scanners/spacemap/space_map.h"
 #include "support/home_builder.h"
+#include "support/model_fixture.h"
 #include "support/temp_dir.h"
 #include "support/test_workspace.h"
 
 namespace dw {
 namespace {
 
-class SpaceMapFlowTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    model = std::make_unique<ScanModel>(dispatcher, places, workspace, defaults);
-    model->addObserver([this](ScanModel::Field field) { fields.push_back(field); });
-  }
-
-  test::HomeBuilder mac;
-  Locations places = mac.locations();
-  ManualDispatcher dispatcher;
-  test::TestWorkspace workspace;
-  platform::UserDefaults defaults{places.defaultsFile};
-  std::unique_ptr<ScanModel> model;
-  std::vector<ScanModel::Field> fields;
-};
+class SpaceMapFlowTest : public test::ModelFixture {};
 
 TEST_F(SpaceMapFlowTest, BuildsTheHomeTreeAndSteps) {
   {
@@ -36,8 +23,8 @@ TEST_F(SpaceMapFlowTest, BuildsTheHomeTreeAndSteps) {
     EXPECT_EQ(dispatcher.pendingTasks(), 0u);
     EXPECT_FALSE(model->spaceScanning());
   }
-  mac.file(mac.inHome("Movies/clip.mov"), 1 << 20);
-  mac.file(mac.inHome("Library/Caches/com.a.b/blob"), 1 << 16);
+  tree.file(tree.inHome("Movies/clip.mov"), 1 << 20);
+  tree.file(tree.inHome("Library/Caches/com.a.b/blob"), 1 << 16);
   model->buildSpaceMap();
   EXPECT_TRUE(model->spaceScanning());
   EXPECT_TRUE(model->isSpaceMapRunning());
@@ -46,7 +33,7 @@ TEST_F(SpaceMapFlowTest, BuildsTheHomeTreeAndSteps) {
   EXPECT_FALSE(model->isSpaceMapRunning());
   ASSERT_TRUE(model->spaceRoot());
   EXPECT_EQ(*model->spaceRoot(), SpaceMap::build(places.home));
-  EXPECT_EQ(model->spaceRoot()->children.front().path, mac.inHome("Movies"));
+  EXPECT_EQ(model->spaceRoot()->children.front().path, tree.inHome("Movies"));
   ASSERT_TRUE(model->spaceElapsed());
   char seconds[32];
   std::snprintf(seconds, sizeof seconds, "%.1f", *model->spaceElapsed());
@@ -57,19 +44,19 @@ TEST_F(SpaceMapFlowTest, BuildsTheHomeTreeAndSteps) {
 
   // Stepping in and back; a cell without children is selected but not entered.
   EXPECT_EQ(model->spaceCurrent(), &*model->spaceRoot());
-  EXPECT_TRUE(model->enterSpaceNode(mac.inHome("Library")));
-  EXPECT_EQ(model->spacePath(), std::vector<std::string>{mac.inHome("Library")});
-  EXPECT_TRUE(model->enterSpaceNode(mac.inHome("Library/Caches")));
-  EXPECT_EQ(model->spaceCurrent()->path, mac.inHome("Library/Caches"));
-  model->selectSpaceNode(mac.inHome("Library/Caches/com.a.b"));
-  EXPECT_FALSE(model->enterSpaceNode(mac.inHome("Library/Caches/com.a.b")));
-  EXPECT_EQ(model->spaceSelected(), mac.inHome("Library/Caches/com.a.b"));
+  EXPECT_TRUE(model->enterSpaceNode(tree.inHome("Library")));
+  EXPECT_EQ(model->spacePath(), std::vector<std::string>{tree.inHome("Library")});
+  EXPECT_TRUE(model->enterSpaceNode(tree.inHome("Library/Caches")));
+  EXPECT_EQ(model->spaceCurrent()->path, tree.inHome("Library/Caches"));
+  model->selectSpaceNode(tree.inHome("Library/Caches/com.a.b"));
+  EXPECT_FALSE(model->enterSpaceNode(tree.inHome("Library/Caches/com.a.b")));
+  EXPECT_EQ(model->spaceSelected(), tree.inHome("Library/Caches/com.a.b"));
   model->leaveSpaceNodes(1);
-  EXPECT_EQ(model->spaceCurrent()->path, mac.inHome("Library"));
+  EXPECT_EQ(model->spaceCurrent()->path, tree.inHome("Library"));
   EXPECT_FALSE(model->spaceSelected());
 
   // A new map starts at the root level again, with nothing selected.
-  model->selectSpaceNode(mac.inHome("Library/Caches"));
+  model->selectSpaceNode(tree.inHome("Library/Caches"));
   model->buildSpaceMap();
   dispatcher.runAll();
   EXPECT_TRUE(model->spacePath().empty());
@@ -77,13 +64,13 @@ TEST_F(SpaceMapFlowTest, BuildsTheHomeTreeAndSteps) {
 }
 
 TEST_F(SpaceMapFlowTest, CancelledOrReplacedBuildsKeepThePreviousMap) {
-  mac.file(mac.inHome("Documents/a"), 1 << 16);
+  tree.file(tree.inHome("Documents/a"), 1 << 16);
   model->buildSpaceMap();
   dispatcher.runAll();
   ASSERT_TRUE(model->spaceRoot());
   SpaceMap::Node previous = *model->spaceRoot();
 
-  mac.file(mac.inHome("Documents/b"), 1 << 20);
+  tree.file(tree.inHome("Documents/b"), 1 << 20);
   model->buildSpaceMap();
   model->cancelSpaceMap();
   dispatcher.runAll();

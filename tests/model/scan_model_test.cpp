@@ -12,6 +12,7 @@
 #include "platform/desktop.h"
 
 #include "support/home_builder.h"
+#include "support/model_fixture.h"
 #include "support/temp_dir.h"
 #include "support/test_workspace.h"
 
@@ -28,15 +29,8 @@ constexpr std::int64_t kMiB = 1024 * 1024;
 const std::string kChrome = "com.google.Chrome";
 const std::string kReady = "Nothing is removed until you confirm. Caches go to the Trash.";
 
-class ScanModelTest : public ::testing::Test {
+class ScanModelTest : public test::ModelFixture {
  protected:
-  void SetUp() override {
-    model = std::make_unique<ScanModel>(dispatcher, places, workspace, defaults);
-    model->addObserver([this](ScanModel::Field field) {
-      fields.push_back(field);
-      if (field == ScanModel::Field::message) messages.push_back(model->message());
-    });
-  }
   void scanToEnd() {
     model->scan();
     dispatcher.runAll();
@@ -50,16 +44,6 @@ class ScanModelTest : public ::testing::Test {
       if (f.id == id) return &f;
     return nullptr;
   }
-
-  test::TempHome trashHome;  // the real Trash and the log live under this home
-  test::HomeBuilder mac;
-  Locations places = mac.locations();
-  ManualDispatcher dispatcher;
-  test::TestWorkspace workspace;
-  platform::UserDefaults defaults{places.defaultsFile};
-  std::unique_ptr<ScanModel> model;
-  std::vector<ScanModel::Field> fields;
-  std::vector<std::string> messages;
 };
 
 TEST_F(ScanModelTest, ScanAnnouncesAreasInOrderAndSelectsTheSuggestedFindings) {
@@ -74,10 +58,10 @@ TEST_F(ScanModelTest, ScanAnnouncesAreasInOrderAndSelectsTheSuggestedFindings) {
     EXPECT_EQ(dispatcher.pendingTasks(), 0u);
   }
 
-  std::string big = mac.cache("com.example.big", 52'428'800);
-  std::string small = mac.cache("com.example.small", 10'485'760);
-  mac.sparseFile(mac.inHome("Downloads/disk.iso"), 300 * kMiB);
-  mac.file(mac.inHome("Library/Application Support/com.example.gone/data"), 64 * 1024);
+  std::string big = tree.cache("com.example.big", 52'428'800);
+  std::string small = tree.cache("com.example.small", 10'485'760);
+  tree.sparseFile(tree.inHome("Downloads/disk.iso"), 300 * kMiB);
+  tree.file(tree.inHome("Library/Application Support/com.example.gone/data"), 64 * 1024);
   model->scan();
   EXPECT_EQ(model->scanArea(), "Starting…");
   dispatcher.runAll();
@@ -89,7 +73,7 @@ TEST_F(ScanModelTest, ScanAnnouncesAreasInOrderAndSelectsTheSuggestedFindings) {
   EXPECT_TRUE(model->lastScannedAt());
   EXPECT_GT(model->volume().total, 0);
   EXPECT_EQ(model->caches().size(), 4u);
-  EXPECT_TRUE(finding(mac.inHome("Downloads/disk.iso")) && finding("leftover:com.example.gone"));
+  EXPECT_TRUE(finding(tree.inHome("Downloads/disk.iso")) && finding("leftover:com.example.gone"));
   EXPECT_THAT(model->selected(), ElementsAre(big));
 
   model->select({small});  // a finished scan replaces what the user chose before
@@ -99,7 +83,7 @@ TEST_F(ScanModelTest, ScanAnnouncesAreasInOrderAndSelectsTheSuggestedFindings) {
 
 TEST_F(ScanModelTest, OnlyTheNewestScanPublishes) {
   model->scan();
-  std::string later = mac.cache("com.example.later", 12 * kMiB);
+  std::string later = tree.cache("com.example.later", 12 * kMiB);
   model->scan();
   ASSERT_EQ(dispatcher.pendingTasks(), 2u);
   // The second scan publishes first; the first, cancelled, ends afterwards and is dropped.
@@ -141,14 +125,14 @@ TEST_F(ScanModelTest, EmptyHomeAndUnreadableLocations) {
             "No large unused caches. Documents and builds were not scanned for deletion.");
   EXPECT_THAT(model->selected(), IsEmpty());
 
-  mac.cache("com.example.big", 52'428'800);
-  mac.folder(mac.inHome("Library/Containers/com.example.sandboxed"));
-  std::filesystem::permissions(mac.inHome("Library/Containers"), std::filesystem::perms::none);
+  tree.cache("com.example.big", 52'428'800);
+  tree.folder(tree.inHome("Library/Containers/com.example.sandboxed"));
+  std::filesystem::permissions(tree.inHome("Library/Containers"), std::filesystem::perms::none);
   // Run where permissions hold; report what the model published.
   auto run = [this](bool promptShownBefore) {
-    return mac.runUnprivileged([this, promptShownBefore] {
+    return tree.runUnprivileged([this, promptShownBefore] {
       test::TempHome own;  // the child's own defaults file
-      Locations childPlaces = mac.locations();
+      Locations childPlaces = tree.locations();
       platform::UserDefaults childDefaults(childPlaces.defaultsFile);
       if (promptShownBefore) childDefaults.setBool(platform::kFullDiskAccessPromptShownKey, true);
       ManualDispatcher d;
@@ -171,8 +155,8 @@ TEST_F(ScanModelTest, EmptyHomeAndUnreadableLocations) {
 }
 
 TEST_F(ScanModelTest, SelectingAListAndTheFlagsTheSheetsWrite) {
-  std::string big = mac.cache("com.example.big", 12 * kMiB);
-  std::string film = mac.sparseFile(mac.inHome("Desktop/film.mov"), 300 * kMiB);
+  std::string big = tree.cache("com.example.big", 12 * kMiB);
+  std::string film = tree.sparseFile(tree.inHome("Desktop/film.mov"), 300 * kMiB);
   scanToEnd();
   // "Select all" chooses only what may move; "Select none" drops what it names.
   model->selectFindings({big, film}, true);
@@ -205,7 +189,7 @@ TEST_F(ScanModelTest, SelectingAListAndTheFlagsTheSheetsWrite) {
 }
 
 TEST_F(ScanModelTest, ChromeLaunchAndQuitReevaluateItsCacheOnly) {
-  std::string google = mac.cache("Google", 52'428'800);
+  std::string google = tree.cache("Google", 52'428'800);
   workspace.setRunning(kChrome, true);
   scanToEnd();
   auto expectChromeOpen = [&](bool open) {
@@ -229,11 +213,11 @@ TEST_F(ScanModelTest, ChromeLaunchAndQuitReevaluateItsCacheOnly) {
 }
 
 TEST_F(ScanModelTest, ClearMovesEveryKindUnderOneSessionAndPutBackRestoresThem) {
-  std::string cache = mac.cache("com.example.big", 52'428'800);
-  std::string file = mac.sparseFile(mac.inHome("Downloads/installer.dmg"), 209'715'200);
-  mac.file(mac.inHome("Library/Application Support/com.example.gone/db"), 8192);
-  mac.preference("com.example.gone");
-  auto before = test::snapshot(mac.home());
+  std::string cache = tree.cache("com.example.big", 52'428'800);
+  std::string file = tree.sparseFile(tree.inHome("Downloads/installer.dmg"), 209'715'200);
+  tree.file(tree.inHome("Library/Application Support/com.example.gone/db"), 8192);
+  tree.preference("com.example.gone");
+  auto before = test::snapshot(tree.home());
   scanToEnd();
   model->select({cache, file, "leftover:com.example.gone"});
   model->clearFindings(std::nullopt);
@@ -264,14 +248,14 @@ TEST_F(ScanModelTest, ClearMovesEveryKindUnderOneSessionAndPutBackRestoresThem) 
     EXPECT_TRUE(model->putBack(e));
     EXPECT_EQ(model->message(), e.name + " was put back.");
   }
-  EXPECT_EQ(test::snapshot(mac.home()), before);
+  EXPECT_EQ(test::snapshot(tree.home()), before);
   EXPECT_FALSE(model->putBack(model->clearedEntries().front()));
   EXPECT_EQ(model->message(), "This item was already put back.");
 }
 
 TEST_F(ScanModelTest, ClearHonoursScopeAndStop) {
-  std::string cache = mac.cache("com.example.big", 52'428'800);
-  std::string google = mac.cache("Google", 12 * kMiB);
+  std::string cache = tree.cache("com.example.big", 52'428'800);
+  std::string google = tree.cache("Google", 12 * kMiB);
   workspace.setRunning(kChrome, true);
   scanToEnd();
   model->select({cache, google});
@@ -294,28 +278,28 @@ TEST_F(ScanModelTest, ClearHonoursScopeAndStop) {
 }
 
 TEST_F(ScanModelTest, ClearReportsWhatStayedAndWhy) {
-  std::string gone = mac.cache("com.example.gone", 12 * kMiB);
-  std::string kept = mac.cache("com.example.kept", 12 * kMiB);
+  std::string gone = tree.cache("com.example.gone", 12 * kMiB);
+  std::string kept = tree.cache("com.example.kept", 12 * kMiB);
   const std::string id = "com.example.vanished";  // five paths, two of which change
   for (const char* relative : {"Application Support/", "Containers/", "WebKit/"})
-    mac.file(mac.inHome("Library/") + relative + id + "/data", 4096);
-  mac.file(mac.inHome("Library/Saved Application State/" + id + ".savedState/d"), 4096);
-  mac.preference(id);
-  std::string back = mac.file(mac.inHome("Library/Application Support/com.example.back/x"), 4096);
+    tree.file(tree.inHome("Library/") + relative + id + "/data", 4096);
+  tree.file(tree.inHome("Library/Saved Application State/" + id + ".savedState/d"), 4096);
+  tree.preference(id);
+  std::string back = tree.file(tree.inHome("Library/Application Support/com.example.back/x"), 4096);
   scanToEnd();
   model->select({gone, kept, "leftover:" + id, "leftover:com.example.back"});
 
   // The test's own fixture changes under the model: a cache disappears, two leftover paths
   // become links into Documents, an app is installed again.
-  std::filesystem::rename(gone, mac.inHome("elsewhere"));
-  mac.folder(mac.inHome("Documents/inside"));
+  std::filesystem::rename(gone, tree.inHome("elsewhere"));
+  tree.folder(tree.inHome("Documents/inside"));
   for (const std::string& path :
-       {mac.inHome("Library/WebKit/" + id),
-        mac.inHome("Library/Saved Application State/" + id + ".savedState")}) {
+       {tree.inHome("Library/WebKit/" + id),
+        tree.inHome("Library/Saved Application State/" + id + ".savedState")}) {
     std::filesystem::rename(path, path + ".aside");
-    mac.symlink(mac.inHome("Documents/inside"), path);
+    tree.symlink(tree.inHome("Documents/inside"), path);
   }
-  mac.app(mac.inRoot("Applications/Back.app"), "com.example.back");
+  tree.app(tree.inRoot("Applications/Back.app"), "com.example.back");
   clearAll();
   EXPECT_THAT(model->message(),
               HasSubstr(" moved to the Trash. Empty the Trash to get the space back. vanished: 3 "
@@ -327,12 +311,12 @@ TEST_F(ScanModelTest, ClearReportsWhatStayedAndWhy) {
                         "the Trash."));
   EXPECT_FALSE(test::exists(kept));
   EXPECT_TRUE(test::exists(back));
-  EXPECT_TRUE(test::exists(mac.inHome("Documents/inside")));
+  EXPECT_TRUE(test::exists(tree.inHome("Documents/inside")));
   EXPECT_EQ(model->clearedEntries().size(), 4u);  // kept, and three paths of the leftover
 }
 
 TEST_F(ScanModelTest, AMoveWaitsForItsRecordAndStandsWhenTheLogCannotBeWritten) {
-  std::string cache = mac.cache("com.example.big", 52'428'800);
+  std::string cache = tree.cache("com.example.big", 52'428'800);
   // The log's folder cannot be made: nothing could record a move, so nothing moves.
   const std::string folder = std::filesystem::path(places.logFile).parent_path().string();
   test::writeFile(folder, "not a folder");

@@ -11,7 +11,6 @@
 #include "cli/output.h"
 #include "cli/session.h"
 #include "findings/size_text.h"
-#include "measure/disk_sizer.h"
 #include "scanners/uninstaller/app_uninstaller.h"
 
 namespace dw::cli {
@@ -196,9 +195,9 @@ Runner addUninstall(CLI::App& app) {
     std::cout << "To move to the Trash: " << displayText(a.name) << " · "
               << sizeText(AppUninstaller::totalBytes(a)) << '\n';
     std::cout << "  " << displayText(a.bundlePath) << " · " << sizeText(a.bundleBytes) << '\n';
-    for (const std::string& path : a.related) {
-      std::cout << "  " << displayText(path) << " · " << sizeText(DiskSizer::measure(path).bytes)
-                << '\n';
+    for (size_t i = 0; i < a.related.size(); ++i) {
+      std::int64_t bytes = AppUninstaller::relatedSize(a, i).value_or(0);
+      std::cout << "  " << displayText(a.related[i]) << " · " << sizeText(bytes) << '\n';
     }
     if (auto refused = AppUninstaller::refusal(a, a.running, model.places())) {
       std::cerr << *refused << '\n';

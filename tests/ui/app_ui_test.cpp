@@ -564,12 +564,23 @@ TEST_F(AppUiTest, UninstallerListsAppsKeysCancelAndMovesTheAppToTheTrash) {
     if (field(r, "apps.name") == "Tidy") row = r;
   ASSERT_NE(row, nullptr);
   ui.click(row);
-  EXPECT_TRUE(ui.text("apps.currentName").startsWith("Tidy · "));
+  EXPECT_EQ(ui.text("apps.currentName"), "Tidy · 3 MB");
+  // Each item with its own size, on the page and in the question.
+  auto texts = [&](const char* name) {
+    QStringList out;
+    for (QQuickItem* item : ui.all(name))
+      out << item->property("text").toString();
+    return out;
+  };
+  EXPECT_EQ(texts("apps.itemPlace"),
+            QStringList({QString::fromStdString(mac.inRoot("Applications")) + " · 2 MB",
+                         "~/Library/Application Support · 1 MB"}));
 
   for (Qt::Key key : {Qt::Key_Return, Qt::Key_Escape}) {
     ui.click("apps.uninstall");
     ASSERT_TRUE(ui.shows("confirm.title"));
     EXPECT_EQ(ui.text("confirm.title"), "Move Tidy and 1 related item to the Trash?");
+    EXPECT_EQ(texts("confirm.itemSize"), QStringList({"2 MB", "1 MB"}));
     ui.key(key);
     EXPECT_FALSE(ui.shows("confirm.title"));
   }

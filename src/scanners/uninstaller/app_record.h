@@ -25,6 +25,8 @@ struct AppRecord {
   std::int64_t bundleBytes = 0;
   std::vector<std::string> related;
   std::int64_t relatedBytes = 0;
+  // Each related item's bytes, in the order of `related`, once measured (empty before).
+  std::vector<std::int64_t> relatedSizes;
   std::optional<TimePoint> lastUsed;
   bool running = false;
   bool apple = false;

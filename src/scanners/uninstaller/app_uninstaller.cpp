@@ -162,8 +162,11 @@ void measure(std::vector<AppRecord>& records, SharedMeasurer& measurer) {
   for (AppRecord& r : records) {
     if (r.kind != AppRecord::Kind::package) r.bundleBytes = readings[next++].bytes;
     r.relatedBytes = 0;
-    for (size_t i = 0; i < r.related.size(); ++i)
-      r.relatedBytes = checkedAdd(r.relatedBytes, readings[next++].bytes);
+    r.relatedSizes.clear();
+    for (size_t i = 0; i < r.related.size(); ++i) {
+      r.relatedSizes.push_back(readings[next++].bytes);
+      r.relatedBytes = checkedAdd(r.relatedBytes, r.relatedSizes.back());
+    }
   }
 }
 
@@ -204,6 +207,12 @@ std::vector<AppRecord> listApps(const Locations& places, const platform::Workspa
 
 std::int64_t totalBytes(const AppRecord& record) {
   return checkedAdd(record.bundleBytes, record.relatedBytes);
+}
+
+std::optional<std::int64_t> relatedSize(const AppRecord& record, size_t index) {
+  if (record.relatedSizes.size() != record.related.size() || index >= record.related.size())
+    return std::nullopt;
+  return record.relatedSizes[index];
 }
 
 void sortByTotal(std::vector<AppRecord>& records) {

@@ -86,6 +86,8 @@ bool isInApplications(const std::string& bundlePath, const Locations& places);
 
 // bundleBytes + relatedBytes; an overflow ends the program rather than show a wrong size.
 std::int64_t totalBytes(const AppRecord& record);
+// The bytes of related[index] as the listing measured them; nothing for a record not measured.
+std::optional<std::int64_t> relatedSize(const AppRecord& record, size_t index);
 // Stable, largest total first.
 void sortByTotal(std::vector<AppRecord>& records);
 

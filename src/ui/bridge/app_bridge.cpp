@@ -435,8 +435,10 @@ void AppBridge::requestUninstall() {
   std::vector<ConfirmListModel::Entry> entries;
   entries.push_back(
       {QString::fromStdString(app->name), app->bundleBytes, q(pagetexts::kAppKindWord)});
-  for (const auto& path : app->related) {
-    entries.push_back({apps_->itemName(path), 0, q(pagetexts::kAppDataKindWord), false});
+  for (size_t i = 0; i < app->related.size(); ++i) {
+    std::optional<std::int64_t> bytes = AppUninstaller::relatedSize(*app, i);
+    entries.push_back({apps_->itemName(app->related[i]), bytes.value_or(0),
+                       q(pagetexts::kAppDataKindWord), bytes.has_value()});
   }
   confirmItems_.reset(std::move(entries));
   confirmingUninstall_ = true;

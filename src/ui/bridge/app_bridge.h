@@ -38,7 +38,7 @@ class ConfirmListModel : public QAbstractListModel {
     QString name;
     std::int64_t bytes = 0;
     QString kindWord;
-    bool sized = true;  // an app's related items are measured together, not one by one
+    bool sized = true;  // false for an item whose size was never measured
   };
   void reset(std::vector<Entry> items);
   std::int64_t totalBytes() const;

@@ -159,9 +159,21 @@ QVariantList AppListModel::currentItems() const {
   auto name = [](const std::string& path) {
     return QString::fromStdString(std::string(paths::lastComponent(path)));
   };
-  out.append(QVariantMap{{"name", name(app->bundlePath)}, {"place", place(app->bundlePath)}});
-  for (const auto& path : app->related)
-    out.append(QVariantMap{{"name", name(path)}, {"place", place(path)}});
+  auto size = [](std::optional<std::int64_t> bytes) {
+    return bytes ? QString::fromStdString(sizeText(*bytes)) : QString();
+  };
+  // A package's launcher stands for the package, whose size is not ours to measure.
+  bool bundleSized = app->kind != AppUninstaller::AppRecord::Kind::package;
+  out.append(
+      QVariantMap{{"name", name(app->bundlePath)},
+                  {"place", place(app->bundlePath)},
+                  {"size", size(bundleSized ? std::optional(app->bundleBytes) : std::nullopt)}});
+  for (size_t i = 0; i < app->related.size(); ++i) {
+    const std::string& path = app->related[i];
+    out.append(QVariantMap{{"name", name(path)},
+                           {"place", place(path)},
+                           {"size", size(AppUninstaller::relatedSize(*app, i))}});
+  }
   return out;
 }
 

@@ -216,8 +216,10 @@ Item {
                                 elide: Text.ElideMiddle
                             }
                             Text {
+                                objectName: "apps.itemPlace"
                                 width: parent.width
-                                text: modelData.place
+                                text: modelData.size ? modelData.place + " · " + modelData.size
+                                                     : modelData.place
                                 color: Theme.tertiaryText
                                 font.pixelSize: Theme.smallSize
                                 elide: Text.ElideMiddle

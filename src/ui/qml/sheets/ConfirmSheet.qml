@@ -160,7 +160,7 @@ Sheet {
                             spacing: 10
                             Text { Layout.fillWidth: true; text: name; color: Theme.text; font.pixelSize: Theme.bodySize; elide: Text.ElideMiddle }
                             Text { text: kindWord; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1 }
-                            Text { Layout.preferredWidth: 70; horizontalAlignment: Text.AlignRight; text: sizeText; color: Theme.text; font.pixelSize: Theme.bodySize; font.weight: Font.Medium }
+                            Text { objectName: "confirm.itemSize"; Layout.preferredWidth: 70; horizontalAlignment: Text.AlignRight; text: sizeText; color: Theme.text; font.pixelSize: Theme.bodySize; font.weight: Font.Medium }
                         }
                         Rectangle { visible: index > 0; width: parent.width - 24; x: 12; height: 1; color: Theme.separator }
                     }

@@ -5,26 +5,12 @@
 
 namespace dw::pagetexts {
 
-namespace {
-std::string_view noun(CacheFinding::Kind kind) {
-  switch (kind) {
-    case CacheFinding::Kind::cache:
-      return "cache";
-    case CacheFinding::Kind::file:
-      return "file";
-    case CacheFinding::Kind::leftover:
-      return "leftover";
-  }
-  return "cache";
-}
-}  // namespace
-
 std::string kindWord(CacheFinding::Kind kind) {
-  return kind == CacheFinding::Kind::leftover ? "app leftover" : std::string(noun(kind));
+  return kind == CacheFinding::Kind::leftover ? "app leftover" : std::string(kindName(kind));
 }
 
 std::string summaryTitle(CacheFinding::Kind kind, std::int64_t bytes, std::int64_t count) {
-  return sizeText(bytes) + " in " + countNoun(count, noun(kind));
+  return sizeText(bytes) + " in " + countNoun(count, kindName(kind));
 }
 
 FolderNames folderNames(const Locations& places) {
@@ -90,7 +76,7 @@ std::string summaryDetail(CacheFinding::Kind kind, const FolderNames& names, boo
 }
 
 std::string footerSummary(CacheFinding::Kind kind, std::int64_t bytes, std::int64_t count) {
-  return sizeText(bytes) + " selected · " + countNoun(count, noun(kind));
+  return sizeText(bytes) + " selected · " + countNoun(count, kindName(kind));
 }
 
 EmptyState emptyState(CacheFinding::Kind kind, const FolderNames& names, bool linuxHome) {

@@ -204,9 +204,9 @@ TEST(LinuxHome, TheToolsOwnVariablesMoveTheirCachesButNeverOutOfTheHome) {
   test::ScopedEnv cargo("CARGO_HOME", b.inHome("tools/cargo")),
       goModules("GOMODCACHE", b.inHome(".cache/gomod")), goPath("GOPATH", b.inHome("code/go")),
       gradle("GRADLE_USER_HOME", b.inRoot("shared/gradle")),  // outside the home: not followed
-      nuget("NUGET_PACKAGES", b.home()),                      // the home itself: not followed
-      bun("BUN_INSTALL", b.inHome("tools/bun")), npm("npm_config_cache", std::nullopt),
-      bunCache("BUN_INSTALL_CACHE_DIR", std::nullopt);
+      npm("npm_config_cache", b.home()),                      // the home itself: not followed
+      nuget("NUGET_PACKAGES", b.inHome("Downloads")),         // followed, but never listed
+      bun("BUN_INSTALL", b.inHome("tools/bun")), bunCache("BUN_INSTALL_CACHE_DIR", std::nullopt);
   b.folderOfSize(b.inHome("tools/cargo/registry/cache"), 30 * MB);
   b.folderOfSize(b.inHome(".cargo/registry/cache"), 90 * MB);  // no longer Cargo's
   b.folderOfSize(b.inHome(".cache/gomod/cache/download"), 25 * MB);
@@ -216,7 +216,8 @@ TEST(LinuxHome, TheToolsOwnVariablesMoveTheirCachesButNeverOutOfTheHome) {
   b.folderOfSize(b.inHome("tools/bun/install/cache"), 12 * MB);
   Locations places = b.locations();
   EXPECT_EQ(places.cargoRegistryCache, b.inHome("tools/cargo/registry/cache"));
-  EXPECT_EQ(places.nugetPackages, b.inHome(".nuget/packages"));
+  EXPECT_EQ(places.npmCache, b.inHome(".npm/_cacache"));
+  b.folderOfSize(b.inHome("Downloads/installer"), 40 * MB);
 
   test::TestWorkspace workspace;
   // The Go cache moved into ~/.cache is that folder's child and counted once, there.
@@ -226,6 +227,8 @@ TEST(LinuxHome, TheToolsOwnVariablesMoveTheirCachesButNeverOutOfTheHome) {
             "Gradle cache 14 +selected\n"
             "Bun cache 12 +selected\n");
   EXPECT_FALSE(CacheScanner::isListableCache(b.inRoot("shared/gradle/caches"), places));
+  // A user folder is never a cache, whatever a variable says.
+  EXPECT_FALSE(CacheScanner::isListableCache(b.inHome("Downloads"), places));
 }
 
 TEST(LinuxHome, TheUserFoldersOfUserDirsAreSearchedAndNamedInTheTexts) {

@@ -165,10 +165,14 @@ std::string resolvedHomeOf(const Locations& places) {
 // or build folder below the home folder.
 bool isRefusedPlace(const std::string& resolved, const Locations& places,
                     const std::string& resolvedHome) {
-  for (const std::string* folder : {&places.desktop, &places.documents}) {
-    if (paths::isWithin(resolved, underResolvedHome(*folder, places, resolvedHome)) ||
-        paths::isWithin(resolved, paths::stripPrivate(paths::resolveSymlinks(*folder)))) {
-      return true;
+  // Never a user folder, nothing inside one and nothing holding one: a tool's variable or a
+  // link may aim a cache row at ~/Downloads or at a folder above ~/Pictures.
+  for (const std::string* folder : {&places.desktop, &places.documents, &places.downloads,
+                                    &places.movies, &places.music, &places.pictures}) {
+    if (folder->empty()) continue;
+    for (const std::string& place : {underResolvedHome(*folder, places, resolvedHome),
+                                     paths::stripPrivate(paths::resolveSymlinks(*folder))}) {
+      if (paths::isWithin(resolved, place) || paths::isWithin(place, resolved)) return true;
     }
   }
   // Only the components below the home folder count: the home folder's own path is the

@@ -3,12 +3,12 @@
 
 #include "base/paths.h"
 #include "base/time.h"
+#include "clearing/cleared_groups.h"
+#include "clearing/cleared_log.h"
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/session.h"
 #include "findings/size_text.h"
-#include "trash/cleared_groups.h"
-#include "trash/cleared_log.h"
 
 namespace dw::cli {
 

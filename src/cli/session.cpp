@@ -8,8 +8,8 @@
 #include <stdexcept>
 
 #include "base/paths.h"
+#include "clearing/cleared_log.h"
 #include "cli/output.h"
-#include "trash/cleared_log.h"
 
 namespace dw::cli {
 

@@ -12,6 +12,9 @@
 #include <string>
 #include <vector>
 
+#include "clearing/cleared_log.h"
+#include "clearing/clearing.h"
+#include "clearing/uninstalling.h"
 #include "findings/cache_finding.h"
 #include "measure/volume_picture.h"
 #include "model/dispatcher.h"
@@ -21,9 +24,6 @@
 #include "scanners/duplicates/duplicate_types.h"
 #include "scanners/spacemap/space_map_types.h"
 #include "scanners/uninstaller/app_record.h"
-#include "trash/cleared_log.h"
-#include "trash/clearing.h"
-#include "trash/uninstalling.h"
 
 namespace dw {
 

@@ -1,8 +1,8 @@
 #include "screenshot.h"
 
+#include "clearing/clearing.h"
 #include "findings/page_texts.h"
 #include "platform/desktop.h"
-#include "trash/clearing.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -5,9 +5,9 @@
 
 #include <filesystem>
 
+#include "clearing/clearing.h"
 #include "support/command.h"
 #include "support/temp_dir.h"
-#include "trash/clearing.h"
 
 namespace dw {
 namespace {

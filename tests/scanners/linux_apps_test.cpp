@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "clearing/uninstalling.h"
 #include "findings/page_texts.h"
 #include "platform/desktop_entry.h"
 #include "scanners/app_bundles.h"
@@ -17,7 +18,6 @@
 #include "support/home_builder.h"
 #include "support/linux_apps.h"
 #include "support/test_workspace.h"
-#include "trash/uninstalling.h"
 
 namespace dw {
 namespace {

@@ -16,13 +16,13 @@
 #include <set>
 
 #include "base/uuid.h"
+#include "clearing/cleared_log.h"
 #include "findings/dashboard.h"
 #include "findings/size_text.h"
 #include "platform/defaults.h"
 #include "platform/desktop.h"
 #include "support/home_builder.h"
 #include "support/temp_dir.h"
-#include "trash/cleared_log.h"
 #include "ui_driver.h"
 
 namespace dw {

@@ -11,12 +11,12 @@
 #include <QLocale>
 
 #include "base/time.h"
+#include "clearing/cleared_groups.h"
 #include "findings/dashboard.h"
 #include "findings/page_texts.h"
 #include "findings/size_text.h"
 #include "platform/desktop.h"
 #include "scanners/uninstaller/app_uninstaller.h"
-#include "trash/cleared_groups.h"
 
 namespace dw::ui {
 

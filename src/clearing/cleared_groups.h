@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "trash/cleared_log.h"
+#include "clearing/cleared_log.h"
 
 namespace dw::ClearedLog {
 

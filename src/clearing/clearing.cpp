@@ -1,4 +1,4 @@
-#include "trash/clearing.h"
+#include "clearing/clearing.h"
 
 #include <unistd.h>
 

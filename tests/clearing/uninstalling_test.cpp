@@ -5,12 +5,12 @@
 
 #include <stop_token>
 
+#include "clearing/uninstalling.h"
 #include "measure/shared_measurer.h"
 #include "scanners/uninstaller/app_uninstaller.h"
 #include "support/home_builder.h"
 #include "support/temp_dir.h"
 #include "support/test_workspace.h"
-#include "trash/uninstalling.h"
 
 namespace dw {
 namespace {

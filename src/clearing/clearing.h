@@ -10,11 +10,11 @@
 #include <string>
 #include <vector>
 
+#include "clearing/cleared_log.h"
 #include "findings/cache_finding.h"
 #include "platform/locations.h"
 #include "platform/workspace.h"
 #include "scanners/duplicates/duplicate_types.h"
-#include "trash/cleared_log.h"
 
 namespace dw::Clearing {
 

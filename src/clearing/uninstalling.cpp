@@ -1,4 +1,4 @@
-#include "trash/uninstalling.h"
+#include "clearing/uninstalling.h"
 
 #include <sys/stat.h>
 

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "clearing/clearing.h"
 #include "platform/locations.h"
 #include "scanners/uninstaller/app_record.h"
-#include "trash/clearing.h"
 
 namespace dw::Clearing {
 

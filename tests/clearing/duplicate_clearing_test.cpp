@@ -5,11 +5,11 @@
 
 #include <cerrno>
 
+#include "clearing/clearing.h"
 #include "platform/linux/syscalls.h"
 #include "scanners/duplicates/duplicate_scanner.h"
 #include "support/home_builder.h"
 #include "support/temp_dir.h"
-#include "trash/clearing.h"
 
 namespace dw {
 namespace {

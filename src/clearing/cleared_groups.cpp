@@ -1,4 +1,4 @@
-#include "trash/cleared_groups.h"
+#include "clearing/cleared_groups.h"
 
 #include <algorithm>
 #include <map>

@@ -10,10 +10,10 @@
 #include <filesystem>
 #include <functional>
 
+#include "clearing/clearing.h"
 #include "platform/linux/syscalls.h"
 #include "platform/own_ground.h"
 #include "support/temp_dir.h"
-#include "trash/clearing.h"
 
 namespace dw::Clearing {
 namespace {

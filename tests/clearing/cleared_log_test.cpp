@@ -1,4 +1,4 @@
-#include "trash/cleared_log.h"
+#include "clearing/cleared_log.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>

@@ -40,10 +40,10 @@ std::string absolutePath(const std::string& path) {
 }
 
 // A cache or a large file: one path, re-checked against the scanner's own listing rules.
-void clearPathItem(const CacheFinding& item, const Locations& places,
+void clearPathItem(const Finding& item, const Locations& places,
                    const platform::Workspace& workspace, Outcome& outcome) {
   const std::string& path = item.id;
-  bool isFile = item.kind == CacheFinding::Kind::file;
+  bool isFile = item.kind == Finding::Kind::file;
   bool allowed = isFile ? LargeFilesScanner::isAllowedLocation(path, places)
                         : CacheScanner::isListableCache(path, places);
   if (!allowed) {
@@ -64,7 +64,7 @@ void clearPathItem(const CacheFinding& item, const Locations& places,
 }
 
 // A leftover: every path of the vanished app, each re-checked on its own.
-void clearLeftover(const CacheFinding& item, const Locations& places,
+void clearLeftover(const Finding& item, const Locations& places,
                    const platform::Workspace& workspace, std::stop_token stop, Outcome& outcome) {
   std::string bundleID =
       item.id.substr(item.id.rfind(kLeftoverIdPrefix, 0) == 0 ? kLeftoverIdPrefix.size() : 0);
@@ -212,7 +212,7 @@ std::string duplicatesMessage(const Outcome& outcome, bool linuxHome) {
                             : " Copies on APFS may free less.");
 }
 
-Outcome clearFindings(const std::vector<CacheFinding>& items, const Locations& places,
+Outcome clearFindings(const std::vector<Finding>& items, const Locations& places,
                       const platform::Workspace& workspace, std::stop_token stop,
                       const std::function<void(const Progress&)>& onProgress) {
   Outcome outcome;
@@ -223,8 +223,8 @@ Outcome clearFindings(const std::vector<CacheFinding>& items, const Locations& p
       outcome.stopped = true;
       break;
     }
-    const CacheFinding& item = items[static_cast<size_t>(i)];
-    if (item.kind == CacheFinding::Kind::leftover) {
+    const Finding& item = items[static_cast<size_t>(i)];
+    if (item.kind == Finding::Kind::leftover) {
       clearLeftover(item, places, workspace, stop, outcome);
     } else {
       clearPathItem(item, places, workspace, outcome);

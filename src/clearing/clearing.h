@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "clearing/cleared_log.h"
-#include "findings/cache_finding.h"
+#include "findings/finding.h"
 #include "platform/locations.h"
 #include "platform/workspace.h"
 #include "scanners/duplicates/duplicate_types.h"
@@ -64,7 +64,7 @@ std::optional<MoveFailure> moveOne(const MoveRequest& request, const Locations& 
 
 // Re-checks and moves every item. A stop request is honoured before the next item (and, in a
 // leftover, before the next path): the one in hand always finishes.
-Outcome clearFindings(const std::vector<CacheFinding>& items, const Locations& places,
+Outcome clearFindings(const std::vector<Finding>& items, const Locations& places,
                       const platform::Workspace& workspace, std::stop_token stop,
                       const std::function<void(const Progress&)>& onProgress = {});
 

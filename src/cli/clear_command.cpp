@@ -75,7 +75,7 @@ Runner addClear(CLI::App& app) {
 
     std::optional<ScanModel::ConfirmScope> scope;
     if (!options->kind.empty()) scope = scopeFor(options->kind);
-    std::vector<CacheFinding> items = model.itemsToClear(scope);
+    std::vector<Finding> items = model.itemsToClear(scope);
     if (items.empty()) {
       std::cout << "Select something to clear first.\n";
       return 1;

@@ -10,7 +10,7 @@
 
 namespace dw::cli {
 
-json::Value findingJson(const CacheFinding& f) {
+json::Value findingJson(const Finding& f) {
   json::Value out{json::Object{}};
   out.set("id", f.id);
   out.set("name", f.name);
@@ -66,17 +66,17 @@ json::Value scanJson(const ScanModel& model) {
 void printScanText(const ScanModel& model) {
   struct Group {
     const char* title;
-    CacheFinding::Kind kind;
+    Finding::Kind kind;
     const char* empty;
   };
   static constexpr Group kGroups[] = {
-      {"Caches", CacheFinding::Kind::cache,
+      {"Caches", Finding::Kind::cache,
        "No unused caches met the size threshold. Documents, Desktop, and projects stay "
        "untouched."},
-      {"App leftovers", CacheFinding::Kind::leftover,
+      {"App leftovers", Finding::Kind::leftover,
        "No leftover folders from removed apps were found. Preferences-only and Apple systems "
        "stay out of this list."},
-      {"Large files", CacheFinding::Kind::file,
+      {"Large files", Finding::Kind::file,
        "Nothing over 200 MB turned up in Downloads or Movies. Desktop files stay."},
   };
   for (const Group& group : kGroups) {
@@ -89,7 +89,7 @@ void printScanText(const ScanModel& model) {
     if (count) std::cout << " · " << sizeText(total);
     std::cout << '\n';
     if (!count) {
-      bool flatpak = group.kind == CacheFinding::Kind::leftover &&
+      bool flatpak = group.kind == Finding::Kind::leftover &&
                      model.places().layout == Locations::Layout::linux;
       std::cout << "    "
                 << (flatpak ? pagetexts::emptyState(group.kind, {}, true).detail
@@ -104,7 +104,7 @@ void printScanText(const ScanModel& model) {
                 << notes::badge(f) << '\n'
                 << "      " << displayText(notes::summary(f)) << '\n'
                 << "      " << displayText(f.path);
-      if (f.kind == CacheFinding::Kind::leftover) std::cout << "  (" << displayText(f.id) << ')';
+      if (f.kind == Finding::Kind::leftover) std::cout << "  (" << displayText(f.id) << ')';
       std::cout << '\n';
     }
     std::cout << '\n';

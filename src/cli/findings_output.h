@@ -4,12 +4,12 @@
 #include <string>
 
 #include "base/json.h"
-#include "findings/cache_finding.h"
+#include "findings/finding.h"
 #include "model/scan_model.h"
 
 namespace dw::cli {
 
-json::Value findingJson(const CacheFinding& finding);
+json::Value findingJson(const Finding& finding);
 json::Value scanJson(const ScanModel& model);
 void printScanText(const ScanModel& model);
 

@@ -6,8 +6,7 @@
 
 namespace dw::dashboard {
 
-StorageAmounts storageAmounts(const VolumePicture& volume,
-                              const std::vector<CacheFinding>& findings) {
+StorageAmounts storageAmounts(const VolumePicture& volume, const std::vector<Finding>& findings) {
   StorageAmounts a;
   a.total = std::max<std::int64_t>(0, volume.total);
   a.free = std::clamp<std::int64_t>(volume.available, 0, a.total);
@@ -17,7 +16,7 @@ StorageAmounts storageAmounts(const VolumePicture& volume,
                : 0;
   std::int64_t taken = a.total - a.free - a.held;
   for (const auto& f : findings) {
-    if (f.removable && f.kind != CacheFinding::Kind::file) a.ready += f.bytes;
+    if (f.removable && f.kind != Finding::Kind::file) a.ready += f.bytes;
   }
   // A finding measured on another volume cannot make ready larger than what is taken here.
   a.ready = std::clamp<std::int64_t>(a.ready, 0, taken);
@@ -42,7 +41,7 @@ std::vector<Segment> storageLegend(const StorageAmounts& a) {
   return segments;
 }
 
-std::vector<Card> cards(const std::vector<CacheFinding>& findings, bool scanning,
+std::vector<Card> cards(const std::vector<Finding>& findings, bool scanning,
                         std::optional<std::int64_t> duplicateFiles, std::int64_t duplicateBytes,
                         const pagetexts::FolderNames& names) {
   std::int64_t bytes[3] = {0, 0, 0}, count[3] = {0, 0, 0};
@@ -51,10 +50,10 @@ std::vector<Card> cards(const std::vector<CacheFinding>& findings, bool scanning
     bytes[k] += f.bytes;
     ++count[k];
   }
-  auto of = [&](CacheFinding::Kind kind, std::int64_t* values) {
+  auto of = [&](Finding::Kind kind, std::int64_t* values) {
     return values[static_cast<size_t>(kind)];
   };
-  using K = CacheFinding::Kind;
+  using K = Finding::Kind;
   std::vector<Card> out;
   out.push_back({"Caches", "trash", sizeText(of(K::cache, bytes)),
                  scanning ? "Looking through caches."

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "findings/cache_finding.h"
+#include "findings/finding.h"
 #include "findings/page_texts.h"
 #include "measure/volume_picture.h"
 
@@ -22,8 +22,7 @@ struct StorageAmounts {
   // summary, the legend and the explanation leave it out rather than show an invented 0.
   bool heldShown = false;
 };
-StorageAmounts storageAmounts(const VolumePicture& volume,
-                              const std::vector<CacheFinding>& findings);
+StorageAmounts storageAmounts(const VolumePicture& volume, const std::vector<Finding>& findings);
 
 // "120 GB used, 2 GB ready to clear, 0 MB held by macOS, 300 GB free"; without the held
 // clause ("120 GB used, 2 GB ready to clear, 300 GB free") where it is not shown.
@@ -48,7 +47,7 @@ struct Card {
 // its "Looking …" line; duplicateFiles / duplicateBytes are the duplicate search's result, when
 // one has run.
 // names: the home's folder names, said where a card names Downloads.
-std::vector<Card> cards(const std::vector<CacheFinding>& findings, bool scanning,
+std::vector<Card> cards(const std::vector<Finding>& findings, bool scanning,
                         std::optional<std::int64_t> duplicateFiles, std::int64_t duplicateBytes,
                         const pagetexts::FolderNames& names = {});
 

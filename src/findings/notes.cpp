@@ -13,7 +13,7 @@ namespace {
 constexpr std::string_view kLaunchAgents = "/Library/LaunchAgents/";
 
 template <size_t N>
-bool pathOrNameContains(const CacheFinding& f, const std::array<std::string_view, N>& words) {
+bool pathOrNameContains(const Finding& f, const std::array<std::string_view, N>& words) {
   std::string path = paths::asciiLower(f.path);
   std::string name = paths::asciiLower(f.name);
   for (auto word : words) {
@@ -32,20 +32,20 @@ bool noteSaysQuit(std::string_view note) {
   return paths::containsInsensitive(note, "quit");
 }
 
-bool isLoginItem(const CacheFinding& f) {
+bool isLoginItem(const Finding& f) {
   for (const auto& p : f.leftoverPaths) {
     if (p.find(kLaunchAgents) != std::string::npos) return true;
   }
   return f.path.find(kLaunchAgents) != std::string::npos;
 }
 
-bool isDeveloperTools(const CacheFinding& f) {
+bool isDeveloperTools(const Finding& f) {
   static constexpr std::array<std::string_view, 6> kWords = {
       "xcode", "sourcekit", "swiftpm", "org.swift", "deriveddata", "developer"};
   return pathOrNameContains(f, kWords);
 }
 
-bool isBrowser(const CacheFinding& f) {
+bool isBrowser(const Finding& f) {
   // Deliberately broad: "search" holds "arc", and such a folder is explained as a browser cache.
   static constexpr std::array<std::string_view, 10> kWords = {
       "chrome", "google", "firefox", "mozilla", "safari",
@@ -53,7 +53,7 @@ bool isBrowser(const CacheFinding& f) {
   return pathOrNameContains(f, kWords);
 }
 
-std::optional<std::string> whatStays(const CacheFinding& f) {
+std::optional<std::string> whatStays(const Finding& f) {
   std::string path = paths::asciiLower(f.path);
   std::string name = paths::asciiLower(f.name);
   if (contains(path, "/.npm/_cacache") || contains(name, "npm"))
@@ -67,24 +67,24 @@ std::optional<std::string> whatStays(const CacheFinding& f) {
   return std::nullopt;
 }
 
-std::string summary(const CacheFinding& f) {
+std::string summary(const Finding& f) {
   if (noteSaysQuit(f.note)) return f.note;
-  if (f.kind == CacheFinding::Kind::cache) {
+  if (f.kind == Finding::Kind::cache) {
     if (auto stays = whatStays(f)) return *stays;
   }
   if (!f.note.empty()) return f.note;
   switch (f.kind) {
-    case CacheFinding::Kind::cache:
+    case Finding::Kind::cache:
       return "Temporary files this app can rebuild.";
-    case CacheFinding::Kind::file:
+    case Finding::Kind::file:
       return "A large file. Nothing is selected until you choose it.";
-    case CacheFinding::Kind::leftover:
+    case Finding::Kind::leftover:
       return "Left behind by an app that is no longer installed.";
   }
   return f.note;
 }
 
-std::string cacheExplanation(const CacheFinding& f) {
+std::string cacheExplanation(const Finding& f) {
   std::string path = paths::asciiLower(f.path);
   std::string name = paths::asciiLower(f.name);
   if (contains(path, "/.npm/_cacache") || name == "npm cache")
@@ -106,17 +106,17 @@ std::string cacheExplanation(const CacheFinding& f) {
   return "The app recreates this folder when it needs it.";
 }
 
-std::string whySafe(const CacheFinding& f) {
+std::string whySafe(const Finding& f) {
   if (isLoginItem(f))
     return "Stops " + f.name +
            " from starting at login. Takes effect at your next login. Your documents stay.";
   switch (f.kind) {
-    case CacheFinding::Kind::cache:
+    case Finding::Kind::cache:
       return cacheExplanation(f);
-    case CacheFinding::Kind::file:
+    case Finding::Kind::file:
       return "This is a file you chose to review. It is not recreated automatically, and it stays "
              "until you move it.";
-    case CacheFinding::Kind::leftover:
+    case Finding::Kind::leftover:
       return "The app that created this is no longer installed. Your documents are not in this "
              "folder.";
   }
@@ -207,14 +207,14 @@ std::string linuxCacheDisplayName(std::string_view relativePath) {
   return cacheDisplayName(paths::lastComponent(relativePath));
 }
 
-std::string badge(const CacheFinding& f) {
+std::string badge(const Finding& f) {
   if (f.removable) {
     switch (f.kind) {
-      case CacheFinding::Kind::cache:
+      case Finding::Kind::cache:
         return "Safe to clear";
-      case CacheFinding::Kind::file:
+      case Finding::Kind::file:
         return "Your call";
-      case CacheFinding::Kind::leftover:
+      case Finding::Kind::leftover:
         return "Review";
     }
   }
@@ -222,9 +222,9 @@ std::string badge(const CacheFinding& f) {
   return "Kept";
 }
 
-BadgeTone badgeTone(const CacheFinding& f) {
+BadgeTone badgeTone(const Finding& f) {
   if (!f.removable) return BadgeTone::neutral;
-  return f.kind == CacheFinding::Kind::cache ? BadgeTone::safe : BadgeTone::review;
+  return f.kind == Finding::Kind::cache ? BadgeTone::safe : BadgeTone::review;
 }
 
 std::string_view toneName(BadgeTone tone) {
@@ -239,11 +239,11 @@ std::string_view toneName(BadgeTone tone) {
   return "neutral";
 }
 
-bool showsLock(const CacheFinding& f) {
+bool showsLock(const Finding& f) {
   return !f.removable && !noteSaysQuit(f.note);
 }
 
-std::string lastUsedText(const CacheFinding& f) {
+std::string lastUsedText(const Finding& f) {
   std::optional<TimePoint> when = f.leftoverLastUsed ? f.leftoverLastUsed : f.contentModified;
   return when ? timefmt::localDate(*when) : "Unknown";
 }

@@ -6,19 +6,19 @@
 #include <string>
 #include <string_view>
 
-#include "findings/cache_finding.h"
+#include "findings/finding.h"
 
 namespace dw::notes {
 
-bool isLoginItem(const CacheFinding& finding);
-bool isDeveloperTools(const CacheFinding& finding);
-bool isBrowser(const CacheFinding& finding);
+bool isLoginItem(const Finding& finding);
+bool isDeveloperTools(const Finding& finding);
+bool isBrowser(const Finding& finding);
 
 // What a cache keeps when it is cleared ("Web page cache. Bookmarks, ... stay."), if known.
-std::optional<std::string> whatStays(const CacheFinding& finding);
-std::string summary(const CacheFinding& finding);
-std::string cacheExplanation(const CacheFinding& finding);
-std::string whySafe(const CacheFinding& finding);
+std::optional<std::string> whatStays(const Finding& finding);
+std::string summary(const Finding& finding);
+std::string cacheExplanation(const Finding& finding);
+std::string whySafe(const Finding& finding);
 
 // The name shown for a folder in ~/Library/Caches, from its last path component.
 std::string cacheDisplayName(std::string_view folderName);
@@ -27,18 +27,18 @@ std::string cacheDisplayName(std::string_view folderName);
 std::string linuxCacheDisplayName(std::string_view relativePath);
 
 // The row's badge: "Safe to clear", "Your call", "Review", "Quit <name> first" or "Kept".
-std::string badge(const CacheFinding& finding);
+std::string badge(const Finding& finding);
 
 // The badge's tone: a cache that can go is safe, a file or leftover the user should look at is
 // for review, and an item that stays is neutral.
 enum class BadgeTone { safe, review, neutral };
-BadgeTone badgeTone(const CacheFinding& finding);
+BadgeTone badgeTone(const Finding& finding);
 std::string_view toneName(BadgeTone tone);
 // An item that stays shows a lock instead of a selection control, unless it only waits for an
 // app to quit (its badge says so).
-bool showsLock(const CacheFinding& finding);
+bool showsLock(const Finding& finding);
 // The "Last used" line: the newest modification date, or "Unknown".
-std::string lastUsedText(const CacheFinding& finding);
+std::string lastUsedText(const Finding& finding);
 
 // True when the note tells the user to quit an app first.
 bool noteSaysQuit(std::string_view note);

@@ -5,11 +5,11 @@
 
 namespace dw::pagetexts {
 
-std::string kindWord(CacheFinding::Kind kind) {
-  return kind == CacheFinding::Kind::leftover ? "app leftover" : std::string(kindName(kind));
+std::string kindWord(Finding::Kind kind) {
+  return kind == Finding::Kind::leftover ? "app leftover" : std::string(kindName(kind));
 }
 
-std::string summaryTitle(CacheFinding::Kind kind, std::int64_t bytes, std::int64_t count) {
+std::string summaryTitle(Finding::Kind kind, std::int64_t bytes, std::int64_t count) {
   return sizeText(bytes) + " in " + countNoun(count, kindName(kind));
 }
 
@@ -55,18 +55,18 @@ std::string namingFolders(std::string_view text, const FolderNames& names) {
   return out;
 }
 
-std::string summaryDetail(CacheFinding::Kind kind, const FolderNames& names, bool linuxHome) {
+std::string summaryDetail(Finding::Kind kind, const FolderNames& names, bool linuxHome) {
   switch (kind) {
-    case CacheFinding::Kind::cache:
+    case Finding::Kind::cache:
       return "Temporary files apps download or build, and recreate when needed. Sorted by size.";
-    case CacheFinding::Kind::leftover:
+    case Finding::Kind::leftover:
       if (linuxHome) {
         return "Data folders left behind by Flatpak apps that are no longer installed. Nothing is "
                "selected until you choose it.";
       }
       return "Folders and preferences left behind by apps that are no longer installed. Nothing "
              "is selected until you choose it.";
-    case CacheFinding::Kind::file:
+    case Finding::Kind::file:
       return namingFolders(
           "Files over 200 MB in Downloads and Movies. Nothing here is selected until you "
           "choose it. Desktop files stay.",
@@ -75,20 +75,20 @@ std::string summaryDetail(CacheFinding::Kind kind, const FolderNames& names, boo
   return {};
 }
 
-std::string footerSummary(CacheFinding::Kind kind, std::int64_t bytes, std::int64_t count) {
+std::string footerSummary(Finding::Kind kind, std::int64_t bytes, std::int64_t count) {
   return sizeText(bytes) + " selected · " + countNoun(count, kindName(kind));
 }
 
-EmptyState emptyState(CacheFinding::Kind kind, const FolderNames& names, bool linuxHome) {
+EmptyState emptyState(Finding::Kind kind, const FolderNames& names, bool linuxHome) {
   const std::string_view inGoodShape =
       linuxHome ? "Nothing to clear here — your computer is in good shape"
                 : "Nothing to clear here — your Mac is in good shape";
   switch (kind) {
-    case CacheFinding::Kind::cache:
+    case Finding::Kind::cache:
       return {"trash", inGoodShape,
               "No unused caches met the size threshold. Documents, Desktop, and projects stay "
               "untouched."};
-    case CacheFinding::Kind::leftover:
+    case Finding::Kind::leftover:
       if (linuxHome) {
         return {"square.dashed", inGoodShape,
                 "No data folders of removed Flatpak apps were found. Installed and running apps "
@@ -97,7 +97,7 @@ EmptyState emptyState(CacheFinding::Kind kind, const FolderNames& names, bool li
       return {"square.dashed", inGoodShape,
               "No leftover folders from removed apps were found. Preferences-only and Apple "
               "systems stay out of this list."};
-    case CacheFinding::Kind::file:
+    case Finding::Kind::file:
       return {
           "doc", "No large files in this list",
           namingFolders("Nothing over 200 MB turned up in Downloads or Movies. Desktop files stay.",

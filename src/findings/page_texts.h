@@ -7,16 +7,16 @@
 #include <string_view>
 #include <vector>
 
-#include "findings/cache_finding.h"
+#include "findings/finding.h"
 #include "platform/locations.h"
 
 namespace dw::pagetexts {
 
 // "cache", "file", "app leftover": the word a list of what will move uses.
-std::string kindWord(CacheFinding::Kind kind);
+std::string kindWord(Finding::Kind kind);
 
 // "1.5 GB in 12 caches"
-std::string summaryTitle(CacheFinding::Kind kind, std::int64_t bytes, std::int64_t count);
+std::string summaryTitle(Finding::Kind kind, std::int64_t bytes, std::int64_t count);
 // The names of the home's user folders, said wherever a text names Downloads, Desktop, Movies,
 // Music or Pictures: the Mac's own names there; on Linux the XDG folders' names ("Videos", or
 // the user's language: "Téléchargements", "Vidéos").
@@ -30,10 +30,10 @@ FolderNames folderNames(const Locations& places);
 std::string namingFolders(std::string_view text, const FolderNames& names);
 
 // linuxHome: a Linux home, whose leftovers are the data folders of removed Flatpak apps.
-std::string summaryDetail(CacheFinding::Kind kind, const FolderNames& names = {},
+std::string summaryDetail(Finding::Kind kind, const FolderNames& names = {},
                           bool linuxHome = false);
 // "1 MB selected · 1 cache"
-std::string footerSummary(CacheFinding::Kind kind, std::int64_t bytes, std::int64_t count);
+std::string footerSummary(Finding::Kind kind, std::int64_t bytes, std::int64_t count);
 
 struct EmptyState {
   std::string_view symbol;
@@ -42,8 +42,7 @@ struct EmptyState {
 };
 // linuxHome: a Linux home. It is no Mac, and its leftovers are Flatpak data folders, which have
 // no preferences-only traces and no Apple systems to speak of.
-EmptyState emptyState(CacheFinding::Kind kind, const FolderNames& names = {},
-                      bool linuxHome = false);
+EmptyState emptyState(Finding::Kind kind, const FolderNames& names = {}, bool linuxHome = false);
 
 inline constexpr std::string_view kFooterDetail = "Goes to the Trash. You can put anything back.";
 

@@ -20,19 +20,19 @@ bool underTestHost() {
   return std::getenv("XCTestConfigurationFilePath") != nullptr;
 }
 
-void sortLargestFirst(std::vector<CacheFinding>& findings) {
+void sortLargestFirst(std::vector<Finding>& findings) {
   std::stable_sort(findings.begin(), findings.end(),
-                   [](const CacheFinding& a, const CacheFinding& b) { return a.bytes > b.bytes; });
+                   [](const Finding& a, const Finding& b) { return a.bytes > b.bytes; });
 }
 
-std::optional<CacheFinding::Kind> kindOf(ScanModel::ConfirmScope scope) {
+std::optional<Finding::Kind> kindOf(ScanModel::ConfirmScope scope) {
   switch (scope) {
     case ScanModel::ConfirmScope::caches:
-      return CacheFinding::Kind::cache;
+      return Finding::Kind::cache;
     case ScanModel::ConfirmScope::leftovers:
-      return CacheFinding::Kind::leftover;
+      return Finding::Kind::leftover;
     case ScanModel::ConfirmScope::files:
-      return CacheFinding::Kind::file;
+      return Finding::Kind::file;
     case ScanModel::ConfirmScope::duplicates:
       return std::nullopt;
   }
@@ -100,7 +100,7 @@ ScanModel::ScanResult ScanModel::runScanPipeline(
       platform::filesHeldOpen(CacheScanner::heldOpenFolders(places));
 
   announce(std::string(kAreaLibraryCaches));
-  std::vector<CacheFinding> caches =
+  std::vector<Finding> caches =
       CacheScanner::scanLibraryCaches(places, chromeRunning, held, measurer);
   announce(std::string(kAreaDeveloperCaches));
   auto developer = CacheScanner::scanDeveloperCaches(places, held, measurer);
@@ -111,7 +111,7 @@ ScanModel::ScanResult ScanModel::runScanPipeline(
   sortLargestFirst(caches);
 
   announce(std::string(kAreaLargeFiles));
-  std::vector<CacheFinding> files = LargeFilesScanner::scan(places, stop);
+  std::vector<Finding> files = LargeFilesScanner::scan(places, stop);
   sortLargestFirst(files);
 
   announce(std::string(kAreaLeftovers));
@@ -121,7 +121,7 @@ ScanModel::ScanResult ScanModel::runScanPipeline(
   result.findings = std::move(caches);
   result.findings.insert(result.findings.end(), files.begin(), files.end());
   for (const auto& leftover : leftovers.findings) {
-    result.findings.push_back(LeftoverScanner::toCacheFinding(leftover, places));
+    result.findings.push_back(LeftoverScanner::toFinding(leftover, places));
   }
   result.unreadLeftoverLocations = std::move(leftovers.unreadableLocations);
   return result;
@@ -297,13 +297,13 @@ void ScanModel::dismissConfirm() {
 
 // ---- clearing -------------------------------------------------------------------------------
 
-std::vector<CacheFinding> ScanModel::itemsToClear(std::optional<ConfirmScope> scope) const {
-  std::optional<CacheFinding::Kind> kind;
+std::vector<Finding> ScanModel::itemsToClear(std::optional<ConfirmScope> scope) const {
+  std::optional<Finding::Kind> kind;
   if (scope) {
     kind = kindOf(*scope);
     if (!kind) return {};
   }
-  std::vector<CacheFinding> items;
+  std::vector<Finding> items;
   for (const auto& finding : caches_) {
     if (!selected_.count(finding.id) || !finding.removable) continue;
     if (kind && finding.kind != *kind) continue;
@@ -317,7 +317,7 @@ void ScanModel::clearSelected() {
 }
 
 void ScanModel::clearFindings(std::optional<ConfirmScope> scope) {
-  std::vector<CacheFinding> items = itemsToClear(scope);
+  std::vector<Finding> items = itemsToClear(scope);
   if (items.empty()) {
     message_ = "Select something to clear first.";
     notify(Field::message);
@@ -397,7 +397,7 @@ void ScanModel::endMoving(const Clearing::Outcome& moves, std::string message) {
 void ScanModel::finishClear(Clearing::Outcome outcome) {
   std::set<std::string> moved(outcome.movedIds.begin(), outcome.movedIds.end());
   if (!moved.empty()) {
-    std::erase_if(caches_, [&](const CacheFinding& f) { return moved.count(f.id) > 0; });
+    std::erase_if(caches_, [&](const Finding& f) { return moved.count(f.id) > 0; });
     notify(Field::caches);
     for (const auto& id : moved)
       selected_.erase(id);

@@ -15,7 +15,7 @@
 #include "clearing/cleared_log.h"
 #include "clearing/clearing.h"
 #include "clearing/uninstalling.h"
-#include "findings/cache_finding.h"
+#include "findings/finding.h"
 #include "measure/volume_picture.h"
 #include "model/dispatcher.h"
 #include "platform/defaults.h"
@@ -95,7 +95,7 @@ class ScanModel {
   // What one main scan hands back to the model.
   struct ScanResult {
     VolumePicture volume;
-    std::vector<CacheFinding> findings;
+    std::vector<Finding> findings;
     std::vector<std::string> unreadLeftoverLocations;
   };
 
@@ -115,7 +115,7 @@ class ScanModel {
   const std::optional<TimePoint>& lastScannedAt() const { return lastScannedAt_; }
   const std::string& volumeName() const { return volumeName_; }
   const VolumePicture& volume() const { return volume_; }
-  const std::vector<CacheFinding>& caches() const { return caches_; }
+  const std::vector<Finding>& caches() const { return caches_; }
   const std::set<std::string>& selected() const { return selected_; }
   const std::string& message() const { return message_; }
   bool confirm() const { return confirm_; }
@@ -176,7 +176,7 @@ class ScanModel {
   // Stops a clear, or an uninstall, after the item in hand.
   void stopClearing();
   // The findings clearSelected would move for a scope (all kinds when none), in list order.
-  std::vector<CacheFinding> itemsToClear(std::optional<ConfirmScope> scope) const;
+  std::vector<Finding> itemsToClear(std::optional<ConfirmScope> scope) const;
 
   // Recently Cleared.
   void reloadCleared();
@@ -271,7 +271,7 @@ class ScanModel {
   std::optional<TimePoint> lastScannedAt_;
   std::string volumeName_ = "This Mac";
   VolumePicture volume_;
-  std::vector<CacheFinding> caches_;
+  std::vector<Finding> caches_;
   std::set<std::string> selected_;
   std::string message_ = "Measuring unused caches.";
   bool confirm_ = false;

@@ -10,12 +10,12 @@ namespace {
 constexpr std::int64_t kGiB = 1LL << 30;
 
 TEST(Dashboard, HeldSpaceIsShownOnlyWhereTheSystemReportsIt) {
-  CacheFinding cache;
+  Finding cache;
   cache.bytes = 2 * kGiB;
   cache.removable = true;
-  CacheFinding file = cache;  // a large file is the user's call: never counted as ready
-  file.kind = CacheFinding::Kind::file;
-  std::vector<CacheFinding> findings{cache, file};
+  Finding file = cache;  // a large file is the user's call: never counted as ready
+  file.kind = Finding::Kind::file;
+  std::vector<Finding> findings{cache, file};
 
   // A Mac: 100 GB, 30 GB available, 40 GB with what the system purges by itself.
   VolumePicture mac{100 * kGiB, 30 * kGiB, 40 * kGiB, true};

@@ -9,20 +9,20 @@
 namespace dw {
 namespace {
 
-using enum CacheFinding::Kind;
+using enum Finding::Kind;
 
-CacheFinding f(CacheFinding::Kind kind, std::string name, std::string path = "~/x",
-               std::string note = {}, bool removable = true) {
+Finding f(Finding::Kind kind, std::string name, std::string path = "~/x", std::string note = {},
+          bool removable = true) {
   return {.name = name, .path = path, .note = note, .removable = removable, .kind = kind};
 }
 
 const std::string kQuit = "Quit Chrome to clear its cache.";
 
 // Each text with the findings that must give it.
-void check(std::string (*text)(const CacheFinding&),
-           const std::vector<std::pair<std::string, std::vector<CacheFinding>>>& rows) {
+void check(std::string (*text)(const Finding&),
+           const std::vector<std::pair<std::string, std::vector<Finding>>>& rows) {
   for (const auto& [expected, findings] : rows)
-    for (const CacheFinding& x : findings)
+    for (const Finding& x : findings)
       EXPECT_EQ(text(x), expected) << x.name << " at " << x.path << " note \"" << x.note << "\"";
 }
 

@@ -9,7 +9,7 @@
 namespace dw {
 namespace {
 
-using Kind = CacheFinding::Kind;
+using Kind = Finding::Kind;
 
 TEST(PageTexts, TheUserFoldersAreNamedAsTheHomeNamesThem) {
   // A Mac says Downloads and Movies, word for word as before.
@@ -70,7 +70,7 @@ TEST(PageTexts, SummariesFootersAndTheConfirmation) {
 }
 
 TEST(PageTexts, BadgeTonesLocksAndLastUsed) {
-  CacheFinding f;
+  Finding f;
   f.name = "Chrome";
   f.removable = true;
   EXPECT_EQ(notes::badgeTone(f), notes::BadgeTone::safe);

@@ -119,7 +119,7 @@ TEST_F(ScanModelLinuxApps, AnUnreadableVarAppNamesThePermissionsAndNeverRaisesTh
   model->scan();
   dispatcher.runAll();
   ASSERT_EQ(model->caches().size(), 1u);
-  EXPECT_EQ(model->caches().front().kind, CacheFinding::Kind::leftover);
+  EXPECT_EQ(model->caches().front().kind, Finding::Kind::leftover);
   EXPECT_EQ(model->caches().front().leftoverEvidence, std::vector<std::string>{"~/.var/app"});
 }
 

@@ -39,7 +39,7 @@ class ScanModelTest : public test::ModelFixture {
     model->clearFindings(std::nullopt);
     dispatcher.runAll();
   }
-  const CacheFinding* finding(const std::string& id) const {
+  const Finding* finding(const std::string& id) const {
     for (const auto& f : model->caches())
       if (f.id == id) return &f;
     return nullptr;
@@ -193,7 +193,7 @@ TEST_F(ScanModelTest, ChromeLaunchAndQuitReevaluateItsCacheOnly) {
   workspace.setRunning(kChrome, true);
   scanToEnd();
   auto expectChromeOpen = [&](bool open) {
-    const CacheFinding* f = finding(google);
+    const Finding* f = finding(google);
     ASSERT_TRUE(f);
     EXPECT_EQ(f->note == "Quit Chrome to clear its cache.", open);
     EXPECT_EQ(f->removable, !open);

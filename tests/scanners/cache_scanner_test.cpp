@@ -11,7 +11,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using namespace CacheScanner;
-using Findings = std::vector<CacheFinding>;
+using Findings = std::vector<Finding>;
 constexpr std::int64_t MB = 1024 * 1024;
 constexpr std::string_view kLibraryNote =
     "Temporary files this app can recreate. Documents, projects, and build folders stay.";
@@ -55,10 +55,10 @@ TEST(CacheScanner, ListsCachesFromTenMegabytesInSafePlacesOnly) {
   b.symlink(b.inHome("Documents"), b.inHome("Library/Caches/Docs"));
   auto found = libraryCaches(places);
   ASSERT_EQ(summary(found), "Big +selected\nHomebrew downloads\ntool\n");
-  const CacheFinding& t = found[2];
+  const Finding& t = found[2];
   EXPECT_EQ(std::tuple(t.id, t.path, t.bytes, t.note, t.kind, t.contentModified.has_value()),
             std::tuple(tool, "~/Library/Caches/com.example.tool", 10 * MB, kLibraryNote,
-                       CacheFinding::Kind::cache, true));
+                       Finding::Kind::cache, true));
   for (const char* rel : {"Library/Caches/Big", ".npm/_npx/1a2b"})
     EXPECT_TRUE(isSafeCacheLocation(b.inHome(rel), places)) << rel;
   for (const char* rel :
@@ -138,7 +138,7 @@ TEST(CacheScanner, RunningChromeKeepsItsCachesAndTheRuleReappliesBothWays) {
   // Re-applying the rule turns one state into the other, exactly; other caches stay as they are.
   ASSERT_EQ(quit.size(), free.size());
   for (size_t i = 0; i < quit.size(); ++i) {
-    CacheFinding f = quit[i];
+    Finding f = quit[i];
     applyChromeRule(f, false, places);
     EXPECT_EQ(f, free[i]) << f.name;
     applyChromeRule(f, true, places);

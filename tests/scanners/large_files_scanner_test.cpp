@@ -30,7 +30,7 @@ TEST(LargeFilesScanner, ListsFilesFrom200MBInTheThreeFolders) {
   auto found = scan(b.locations());
   ASSERT_EQ(found.size(), 3u);
   const std::string where = ". Nothing is removed until you select it and confirm.";
-  const CacheFinding& d = found[0];
+  const Finding& d = found[0];
   EXPECT_EQ(std::tuple(d.id, d.name, d.path, d.bytes, d.note, d.removable),
             std::tuple(exact, "exact.dmg", "~/Downloads/exact.dmg", k200MB, "In Downloads" + where,
                        true));
@@ -39,7 +39,7 @@ TEST(LargeFilesScanner, ListsFilesFrom200MBInTheThreeFolders) {
   EXPECT_EQ(std::tuple(found[2].id, found[2].path, found[2].note, found[2].removable),
             std::tuple(three, "~/Movies/a/b/c/three.mov", "In Movies" + where, true));
   for (const auto& f : found)
-    EXPECT_TRUE(f.kind == CacheFinding::Kind::file && !f.suggested && f.contentModified) << f.id;
+    EXPECT_TRUE(f.kind == Finding::Kind::file && !f.suggested && f.contentModified) << f.id;
 }
 
 TEST(LargeFilesScanner, AllowedLocationGuardsEveryMove) {

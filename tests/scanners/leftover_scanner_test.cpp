@@ -120,7 +120,7 @@ TEST(LeftoverScanner, ReportsWhatVanishedAppsLeftBehind) {
   EXPECT_EQ(s->removablePaths, Strings{stale});
   EXPECT_EQ(s->evidence, Strings{"~/Library/LaunchAgents"});
 
-  CacheFinding c = toCacheFinding(g, places);
+  Finding c = toFinding(g, places);
   EXPECT_EQ(std::tie(c.id, c.name, c.path, c.note, c.leftoverBundleID),
             std::make_tuple("leftover:com.example.gone", "gone",
                             "~/Library/Application Support/com.example.gone",
@@ -128,8 +128,8 @@ TEST(LeftoverScanner, ReportsWhatVanishedAppsLeftBehind) {
   EXPECT_EQ(
       std::tie(c.bytes, c.leftoverPaths, c.leftoverEvidence, c.leftoverLastUsed, c.contentModified),
       std::tie(g.bytes, g.removablePaths, g.evidence, g.lastModified, g.lastModified));
-  EXPECT_TRUE(c.kind == CacheFinding::Kind::leftover && c.removable && !c.suggested);
-  EXPECT_EQ(toCacheFinding(*s, places).note,
+  EXPECT_TRUE(c.kind == Finding::Kind::leftover && c.removable && !c.suggested);
+  EXPECT_EQ(toFinding(*s, places).note,
             "Last used " + timefmt::localDate(s->lastModified) +
                 " Stops stale from starting at login. Takes effect at your next login.");
 

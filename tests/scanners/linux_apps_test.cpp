@@ -103,7 +103,7 @@ TEST(LinuxApps, FlatpakDataOfAnAppNoLongerInstalledIsALeftover) {
   EXPECT_EQ(f.appName, "Gone");
   EXPECT_EQ(f.bytes, DiskSizer::measure(gone).bytes);
   EXPECT_TRUE(f.largestFiles.empty()) << "below 100 MB";
-  CacheFinding c = LeftoverScanner::toCacheFinding(f, places);
+  Finding c = LeftoverScanner::toFinding(f, places);
   EXPECT_EQ(c.id, "leftover:org.example.Gone");
   EXPECT_EQ(c.path, "~/.var/app/org.example.Gone");
   EXPECT_FALSE(c.suggested);

@@ -20,7 +20,7 @@ namespace {
 using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using Findings = std::vector<CacheFinding>;
+using Findings = std::vector<Finding>;
 constexpr std::int64_t MB = 1024 * 1024;
 constexpr auto kLinux = Locations::Layout::linux;
 constexpr std::string_view kLibraryNote =
@@ -65,7 +65,7 @@ TEST(LinuxHome, CachesInDotCacheAreNamedMeasuredAndOnlyTheRebuildableOnesListed)
             "pip downloads 20\n"
             "notes-on-linux 12\n"
             "Go build cache 10\n");
-  const CacheFinding& firefox = found[0];
+  const Finding& firefox = found[0];
   EXPECT_EQ(firefox.id, b.inHome(".cache/mozilla"));
   EXPECT_EQ(firefox.path, "~/.cache/mozilla");
   EXPECT_EQ(firefox.note, kLibraryNote);
@@ -76,7 +76,7 @@ TEST(LinuxHome, CachesInDotCacheAreNamedMeasuredAndOnlyTheRebuildableOnesListed)
                            "pypoetry/virtualenvs/app-py3.11"}) {
     EXPECT_FALSE(CacheScanner::isListableCache(b.inHome(".cache/") + kept, places)) << kept;
   }
-  for (const CacheFinding& f : found)
+  for (const Finding& f : found)
     EXPECT_TRUE(CacheScanner::isListableCache(f.id, places)) << f.id;
 
   // A cache folder set to the home folder itself (or one holding the user's folders) offers
@@ -193,7 +193,7 @@ TEST(LinuxHome, DeveloperDownloadCachesAreListedAndToolchainsNever) {
   }
   // A Mac home has no such rows.
   EXPECT_THAT(CacheScanner::scanDeveloperCaches(Locations::macos(b.root(), b.home()), measurer),
-              ElementsAre(::testing::Field(&CacheFinding::name, "npm cache")));
+              ElementsAre(::testing::Field(&Finding::name, "npm cache")));
 }
 
 TEST(LinuxHome, TheToolsOwnVariablesMoveTheirCachesButNeverOutOfTheHome) {

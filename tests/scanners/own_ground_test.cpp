@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::int64_t MB = 1024 * 1024;
 
-std::vector<std::string> ids(const std::vector<CacheFinding>& findings) {
+std::vector<std::string> ids(const std::vector<Finding>& findings) {
   std::vector<std::string> out;
   for (const auto& f : findings)
     out.push_back(f.id);

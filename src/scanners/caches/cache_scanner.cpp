@@ -189,22 +189,22 @@ bool isRefusedPlace(const std::string& resolved, const Locations& places,
   return isAppleFolder(paths::lastComponent(resolved), places);
 }
 
-CacheFinding makeFinding(const std::string& path, std::string name, std::string note,
-                         const DiskSizer::SizeReading& reading, const Locations& places) {
-  CacheFinding f;
+Finding makeFinding(const std::string& path, std::string name, std::string note,
+                    const DiskSizer::SizeReading& reading, const Locations& places) {
+  Finding f;
   f.id = path;
   f.name = std::move(name);
   f.path = paths::tilde(path, places.home);
   f.bytes = reading.bytes;
   f.note = std::move(note);
-  f.kind = CacheFinding::Kind::cache;
+  f.kind = Finding::Kind::cache;
   f.contentModified = reading.newest;
   return f;
 }
 
-void sortLargestFirst(std::vector<CacheFinding>& findings) {
+void sortLargestFirst(std::vector<Finding>& findings) {
   std::stable_sort(findings.begin(), findings.end(),
-                   [](const CacheFinding& a, const CacheFinding& b) { return a.bytes > b.bytes; });
+                   [](const Finding& a, const Finding& b) { return a.bytes > b.bytes; });
 }
 
 bool isUnderChromeProfiles(const std::string& path, const Locations& places) {
@@ -311,10 +311,10 @@ std::optional<std::string> heldOpenBy(const std::string& path,
   return std::nullopt;
 }
 
-std::optional<CacheFinding> libraryCacheFinding(const std::string& path,
-                                                const DiskSizer::SizeReading& reading,
-                                                bool chromeRunning, const Locations& places,
-                                                const std::vector<platform::HeldFile>& held) {
+std::optional<Finding> libraryCacheFinding(const std::string& path,
+                                           const DiskSizer::SizeReading& reading,
+                                           bool chromeRunning, const Locations& places,
+                                           const std::vector<platform::HeldFile>& held) {
   std::string_view name = paths::lastComponent(path);
   if (reading.bytes < kMinimumCacheBytes || isAppleFolder(name, places) ||
       !isSafeCacheLocation(path, places)) {
@@ -324,8 +324,7 @@ std::optional<CacheFinding> libraryCacheFinding(const std::string& path,
       isLinux(places) && paths::isStrictlyWithin(path, places.caches)
           ? notes::linuxCacheDisplayName(std::string_view(path).substr(places.caches.size() + 1))
           : notes::cacheDisplayName(name);
-  CacheFinding f =
-      makeFinding(path, std::move(displayName), std::string(kLibraryNote), reading, places);
+  Finding f = makeFinding(path, std::move(displayName), std::string(kLibraryNote), reading, places);
   f.removable = true;
   f.suggested = f.bytes >= kPreselectBytes;
   if (auto program = heldOpenBy(path, held)) {
@@ -337,14 +336,14 @@ std::optional<CacheFinding> libraryCacheFinding(const std::string& path,
   return f;
 }
 
-std::vector<CacheFinding> scanLibraryCaches(const Locations& places, bool chromeRunning,
-                                            SharedMeasurer& measurer) {
+std::vector<Finding> scanLibraryCaches(const Locations& places, bool chromeRunning,
+                                       SharedMeasurer& measurer) {
   return scanLibraryCaches(places, chromeRunning, {}, measurer);
 }
 
-std::vector<CacheFinding> scanLibraryCaches(const Locations& places, bool chromeRunning,
-                                            const std::vector<platform::HeldFile>& held,
-                                            SharedMeasurer& measurer) {
+std::vector<Finding> scanLibraryCaches(const Locations& places, bool chromeRunning,
+                                       const std::vector<platform::HeldFile>& held,
+                                       SharedMeasurer& measurer) {
   std::vector<std::string> children;
   if (!isUsableCacheFolder(places, resolvedHomeOf(places))) return {};
   struct stat folder {};
@@ -369,7 +368,7 @@ std::vector<CacheFinding> scanLibraryCaches(const Locations& places, bool chrome
     children.push_back(std::move(child));
   }
   std::vector<DiskSizer::SizeReading> readings = measurer.measureAll(children);
-  std::vector<CacheFinding> findings;
+  std::vector<Finding> findings;
   for (size_t i = 0; i < children.size(); ++i) {
     if (auto f = libraryCacheFinding(children[i], readings[i], chromeRunning, places, held)) {
       findings.push_back(std::move(*f));
@@ -379,13 +378,13 @@ std::vector<CacheFinding> scanLibraryCaches(const Locations& places, bool chrome
   return findings;
 }
 
-std::vector<CacheFinding> scanDeveloperCaches(const Locations& places, SharedMeasurer& measurer) {
+std::vector<Finding> scanDeveloperCaches(const Locations& places, SharedMeasurer& measurer) {
   return scanDeveloperCaches(places, {}, measurer);
 }
 
-std::vector<CacheFinding> scanDeveloperCaches(const Locations& places,
-                                              const std::vector<platform::HeldFile>& held,
-                                              SharedMeasurer& measurer) {
+std::vector<Finding> scanDeveloperCaches(const Locations& places,
+                                         const std::vector<platform::HeldFile>& held,
+                                         SharedMeasurer& measurer) {
   std::vector<const DeveloperCache*> rows;
   std::vector<std::string> paths;
   for (const DeveloperCache& row : kDeveloperCaches) {
@@ -398,11 +397,11 @@ std::vector<CacheFinding> scanDeveloperCaches(const Locations& places,
     paths.push_back(path);
   }
   std::vector<DiskSizer::SizeReading> readings = measurer.measureAll(paths);
-  std::vector<CacheFinding> findings;
+  std::vector<Finding> findings;
   for (size_t i = 0; i < rows.size(); ++i) {
     if (readings[i].bytes < kMinimumCacheBytes) continue;
-    CacheFinding f = makeFinding(paths[i], std::string(rows[i]->name), std::string(rows[i]->note),
-                                 readings[i], places);
+    Finding f = makeFinding(paths[i], std::string(rows[i]->name), std::string(rows[i]->note),
+                            readings[i], places);
     f.suggested = true;
     f.removable = true;
     if (auto program = heldOpenBy(paths[i], held)) {
@@ -415,8 +414,8 @@ std::vector<CacheFinding> scanDeveloperCaches(const Locations& places,
   return findings;
 }
 
-std::vector<CacheFinding> scanChromeCaches(const Locations& places, bool chromeRunning,
-                                           SharedMeasurer& measurer) {
+std::vector<Finding> scanChromeCaches(const Locations& places, bool chromeRunning,
+                                      SharedMeasurer& measurer) {
   struct Candidate {
     std::string path;
     std::string name;
@@ -451,13 +450,13 @@ std::vector<CacheFinding> scanChromeCaches(const Locations& places, bool chromeR
     paths.push_back(c.path);
   std::vector<DiskSizer::SizeReading> readings = measurer.measureAll(paths);
 
-  std::vector<CacheFinding> findings;
+  std::vector<Finding> findings;
   std::set<std::string> reported;
   for (size_t i = 0; i < candidates.size(); ++i) {
     if (readings[i].bytes < kMinimumCacheBytes) continue;
     // The same folder reached twice (a profile linked to another) is listed once.
     if (!reported.insert(paths::resolveSymlinks(candidates[i].path)).second) continue;
-    CacheFinding f = makeFinding(candidates[i].path, candidates[i].name, "", readings[i], places);
+    Finding f = makeFinding(candidates[i].path, candidates[i].name, "", readings[i], places);
     applyChromeRule(f, chromeRunning, places);
     findings.push_back(std::move(f));
   }
@@ -473,21 +472,20 @@ std::vector<std::string> heldOpenFolders(const Locations& places) {
   return folders;
 }
 
-std::vector<CacheFinding> scan(const Locations& places, const platform::Workspace& workspace,
-                               const std::vector<platform::HeldFile>& held,
-                               SharedMeasurer& measurer) {
+std::vector<Finding> scan(const Locations& places, const platform::Workspace& workspace,
+                          const std::vector<platform::HeldFile>& held, SharedMeasurer& measurer) {
   bool chromeRunning = isChromeRunning(workspace);
-  std::vector<CacheFinding> findings = scanLibraryCaches(places, chromeRunning, held, measurer);
-  std::vector<CacheFinding> developer = scanDeveloperCaches(places, held, measurer);
-  std::vector<CacheFinding> chrome = scanChromeCaches(places, chromeRunning, measurer);
+  std::vector<Finding> findings = scanLibraryCaches(places, chromeRunning, held, measurer);
+  std::vector<Finding> developer = scanDeveloperCaches(places, held, measurer);
+  std::vector<Finding> chrome = scanChromeCaches(places, chromeRunning, measurer);
   findings.insert(findings.end(), developer.begin(), developer.end());
   findings.insert(findings.end(), chrome.begin(), chrome.end());
   sortLargestFirst(findings);
   return findings;
 }
 
-std::vector<CacheFinding> scan(const Locations& places, const platform::Workspace& workspace,
-                               SharedMeasurer& measurer) {
+std::vector<Finding> scan(const Locations& places, const platform::Workspace& workspace,
+                          SharedMeasurer& measurer) {
   return scan(places, workspace, {}, measurer);
 }
 
@@ -504,12 +502,12 @@ bool isChromeCachePath(const std::string& path, const Locations& places) {
   return false;
 }
 
-bool isChromeFinding(const CacheFinding& finding, const Locations& places) {
-  if (finding.kind != CacheFinding::Kind::cache) return false;
+bool isChromeFinding(const Finding& finding, const Locations& places) {
+  if (finding.kind != Finding::Kind::cache) return false;
   return isChromeCachePath(finding.id, places) || isUnderChromeProfiles(finding.id, places);
 }
 
-void applyChromeRule(CacheFinding& finding, bool chromeRunning, const Locations& places) {
+void applyChromeRule(Finding& finding, bool chromeRunning, const Locations& places) {
   if (!isChromeFinding(finding, places)) return;
   if (chromeRunning) {
     finding.note = kQuitChromeNote;

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "findings/cache_finding.h"
+#include "findings/finding.h"
 #include "measure/shared_measurer.h"
 #include "platform/locations.h"
 #include "platform/open_files.h"
@@ -23,29 +23,28 @@ inline constexpr std::string_view kChromeBundleID = "com.google.Chrome";
 // held lists the files that running programs hold open (platform::filesHeldOpen of
 // heldOpenFolders): a cache holding one is listed with a note naming the program and is not
 // pre-selected. Without it, no cache counts as in use.
-std::vector<CacheFinding> scanLibraryCaches(const Locations& places, bool chromeRunning,
-                                            SharedMeasurer& measurer);
-std::vector<CacheFinding> scanLibraryCaches(const Locations& places, bool chromeRunning,
-                                            const std::vector<platform::HeldFile>& held,
-                                            SharedMeasurer& measurer);
-std::vector<CacheFinding> scanDeveloperCaches(const Locations& places, SharedMeasurer& measurer);
-std::vector<CacheFinding> scanDeveloperCaches(const Locations& places,
-                                              const std::vector<platform::HeldFile>& held,
-                                              SharedMeasurer& measurer);
+std::vector<Finding> scanLibraryCaches(const Locations& places, bool chromeRunning,
+                                       SharedMeasurer& measurer);
+std::vector<Finding> scanLibraryCaches(const Locations& places, bool chromeRunning,
+                                       const std::vector<platform::HeldFile>& held,
+                                       SharedMeasurer& measurer);
+std::vector<Finding> scanDeveloperCaches(const Locations& places, SharedMeasurer& measurer);
+std::vector<Finding> scanDeveloperCaches(const Locations& places,
+                                         const std::vector<platform::HeldFile>& held,
+                                         SharedMeasurer& measurer);
 // The folders whose open files the held-open rule needs: the cache folder and the developer
 // caches of this layout.
 std::vector<std::string> heldOpenFolders(const Locations& places);
 // The program (from held) that holds a file at or below path open, if any.
 std::optional<std::string> heldOpenBy(const std::string& path,
                                       const std::vector<platform::HeldFile>& held);
-std::vector<CacheFinding> scanChromeCaches(const Locations& places, bool chromeRunning,
-                                           SharedMeasurer& measurer);
+std::vector<Finding> scanChromeCaches(const Locations& places, bool chromeRunning,
+                                      SharedMeasurer& measurer);
 // All three, sorted largest first.
-std::vector<CacheFinding> scan(const Locations& places, const platform::Workspace& workspace,
-                               const std::vector<platform::HeldFile>& held,
-                               SharedMeasurer& measurer);
-std::vector<CacheFinding> scan(const Locations& places, const platform::Workspace& workspace,
-                               SharedMeasurer& measurer);
+std::vector<Finding> scan(const Locations& places, const platform::Workspace& workspace,
+                          const std::vector<platform::HeldFile>& held, SharedMeasurer& measurer);
+std::vector<Finding> scan(const Locations& places, const platform::Workspace& workspace,
+                          SharedMeasurer& measurer);
 
 bool isChromeRunning(const platform::Workspace& workspace);
 // ~/Library/Caches/Google, .../Google/Chrome and anything below ("/private" ignored); on Linux
@@ -53,10 +52,10 @@ bool isChromeRunning(const platform::Workspace& workspace);
 bool isChromeCachePath(const std::string& path, const Locations& places);
 // A finding that Chrome's running state governs (a Library cache under Google, or a cache
 // folder of a Chrome profile).
-bool isChromeFinding(const CacheFinding& finding, const Locations& places);
+bool isChromeFinding(const Finding& finding, const Locations& places);
 // Re-applies the Chrome rule to a finding already listed: while Chrome runs it carries
 // "Quit Chrome to clear its cache." and cannot be selected; otherwise it is a normal cache.
-void applyChromeRule(CacheFinding& finding, bool chromeRunning, const Locations& places);
+void applyChromeRule(Finding& finding, bool chromeRunning, const Locations& places);
 
 // The safe-location test that guards listing and every move of a cache.
 bool isSafeCacheLocation(const std::string& path, const Locations& places);
@@ -69,9 +68,9 @@ bool isListableCache(const std::string& path, const Locations& places);
 
 // The finding for one measured ~/Library/Caches child, or nothing when it is too small, an
 // Apple folder or not in a safe place.
-std::optional<CacheFinding> libraryCacheFinding(const std::string& path,
-                                                const DiskSizer::SizeReading& reading,
-                                                bool chromeRunning, const Locations& places,
-                                                const std::vector<platform::HeldFile>& held = {});
+std::optional<Finding> libraryCacheFinding(const std::string& path,
+                                           const DiskSizer::SizeReading& reading,
+                                           bool chromeRunning, const Locations& places,
+                                           const std::vector<platform::HeldFile>& held = {});
 
 }  // namespace dw::CacheScanner

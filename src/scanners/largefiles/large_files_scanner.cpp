@@ -52,8 +52,8 @@ bool passesFoldersBelow(const std::string& file, const std::string& base) {
 
 }  // namespace
 
-std::vector<CacheFinding> scan(const Locations& places, std::stop_token stop) {
-  std::vector<CacheFinding> findings;
+std::vector<Finding> scan(const Locations& places, std::stop_token stop) {
+  std::vector<Finding> findings;
   const pagetexts::FolderNames names = pagetexts::folderNames(places);
   for (const Folder& folder : kFolders) {
     const std::string& root = places.*folder.path;
@@ -62,14 +62,14 @@ std::vector<CacheFinding> scan(const Locations& places, std::stop_token stop) {
              root, DiskSizer::kLargeFileMinimum, DiskSizer::kLargeFileDepth, stop)) {
       // A file in a Trash or among our own data is never offered, even as shown only.
       if (OwnGround::excludes(file.path, places)) continue;
-      CacheFinding f;
+      Finding f;
       f.id = file.path;
       f.name = std::string(paths::lastComponent(file.path));
       f.path = paths::tilde(file.path, places.home);
       f.bytes = file.bytes;
       // Each folder goes by its own name on Linux ("Videos", or the user's language).
       f.note = pagetexts::namingFolders(folder.note, names);
-      f.kind = CacheFinding::Kind::file;
+      f.kind = Finding::Kind::file;
       f.suggested = false;
       f.removable = folder.selectable && isAllowedLocation(file.path, places);
       f.contentModified = file.modified;

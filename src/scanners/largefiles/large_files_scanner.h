@@ -5,13 +5,13 @@
 #include <string>
 #include <vector>
 
-#include "findings/cache_finding.h"
+#include "findings/finding.h"
 #include "platform/locations.h"
 
 namespace dw::LargeFilesScanner {
 
 // Downloads, Desktop, Movies in turn; throws only Cancelled.
-std::vector<CacheFinding> scan(const Locations& places, std::stop_token stop = {});
+std::vector<Finding> scan(const Locations& places, std::stop_token stop = {});
 
 // The checks that guard every move of a large file: it lies (links resolved) in Downloads or
 // Movies within the depth limit, not inside a project folder or package, and not on the

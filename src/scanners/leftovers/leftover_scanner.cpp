@@ -458,15 +458,15 @@ Result scan(const Locations& places, const platform::Workspace& workspace,
   return result;
 }
 
-CacheFinding toCacheFinding(const LeftoverFinding& finding, const Locations& places) {
-  CacheFinding c;
+Finding toFinding(const LeftoverFinding& finding, const Locations& places) {
+  Finding c;
   c.id = std::string(kLeftoverIdPrefix) + finding.bundleID;
   c.name = finding.appName;
   c.path = finding.removablePaths.empty()
                ? std::string()
                : paths::tilde(finding.removablePaths.front(), places.home);
   c.bytes = finding.bytes;
-  c.kind = CacheFinding::Kind::leftover;
+  c.kind = Finding::Kind::leftover;
   c.suggested = false;
   c.removable = true;
   c.note = "Last used " + timefmt::localDate(finding.lastModified);

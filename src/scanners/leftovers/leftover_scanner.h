@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "findings/cache_finding.h"
+#include "findings/finding.h"
 #include "measure/shared_measurer.h"
 #include "platform/locations.h"
 #include "platform/workspace.h"
@@ -61,6 +61,6 @@ bool isAllowedPath(const std::string& path, const Locations& places);
 // entry of one of the Library locations, and still yields bundleID as its candidate.
 bool stillBelongsTo(const std::string& path, const std::string& bundleID, const Locations& places);
 
-CacheFinding toCacheFinding(const LeftoverFinding& finding, const Locations& places);
+Finding toFinding(const LeftoverFinding& finding, const Locations& places);
 
 }  // namespace dw::LeftoverScanner

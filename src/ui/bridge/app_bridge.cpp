@@ -71,9 +71,9 @@ AppBridge::AppBridge(Locations places, QObject* parent)
       defaults_(places.defaultsFile),
       gate_(defaults_),
       model_(std::make_unique<ScanModel>(dispatcher_, places, *workspace_, defaults_)),
-      caches_(std::make_unique<FindingListModel>(*model_, CacheFinding::Kind::cache)),
-      leftovers_(std::make_unique<FindingListModel>(*model_, CacheFinding::Kind::leftover)),
-      files_(std::make_unique<FindingListModel>(*model_, CacheFinding::Kind::file)),
+      caches_(std::make_unique<FindingListModel>(*model_, Finding::Kind::cache)),
+      leftovers_(std::make_unique<FindingListModel>(*model_, Finding::Kind::leftover)),
+      files_(std::make_unique<FindingListModel>(*model_, Finding::Kind::file)),
       duplicates_(std::make_unique<DuplicateListModel>(*model_)),
       spaceMap_(std::make_unique<SpaceMapModel>(*model_)),
       apps_(std::make_unique<AppListModel>(*model_)) {

@@ -13,7 +13,7 @@ QString q(std::string_view text) {
 }
 }  // namespace
 
-FindingListModel::FindingListModel(ScanModel& model, CacheFinding::Kind kind, QObject* parent)
+FindingListModel::FindingListModel(ScanModel& model, Finding::Kind kind, QObject* parent)
     : QAbstractListModel(parent), model_(model), kind_(kind) {
   rebuild();
 }
@@ -55,7 +55,7 @@ void FindingListModel::setQuery(const QString& query) {
   emit listChanged();
 }
 
-const CacheFinding& FindingListModel::at(int row) const {
+const Finding& FindingListModel::at(int row) const {
   return model_.caches()[rows_[static_cast<size_t>(row)]];
 }
 
@@ -65,7 +65,7 @@ int FindingListModel::rowCount(const QModelIndex& parent) const {
 
 QVariant FindingListModel::data(const QModelIndex& index, int role) const {
   if (!index.isValid() || index.row() >= rowCount()) return {};
-  const CacheFinding& f = at(index.row());
+  const Finding& f = at(index.row());
   switch (role) {
     case IdRole:
       return QString::fromStdString(f.id);
@@ -164,11 +164,11 @@ QString FindingListModel::sectionTitle() const {
 
 ScanModel::ConfirmScope FindingListModel::scope() const {
   switch (kind_) {
-    case CacheFinding::Kind::cache:
+    case Finding::Kind::cache:
       return ScanModel::ConfirmScope::caches;
-    case CacheFinding::Kind::file:
+    case Finding::Kind::file:
       return ScanModel::ConfirmScope::files;
-    case CacheFinding::Kind::leftover:
+    case Finding::Kind::leftover:
       return ScanModel::ConfirmScope::leftovers;
   }
   return ScanModel::ConfirmScope::caches;
@@ -176,7 +176,7 @@ ScanModel::ConfirmScope FindingListModel::scope() const {
 
 void FindingListModel::toggle(int row) {
   if (row < 0 || row >= rowCount()) return;
-  const CacheFinding& f = at(row);
+  const Finding& f = at(row);
   if (!f.removable) return;
   model_.toggle(f.id);
 }
@@ -197,8 +197,8 @@ void FindingListModel::selectNone() {
 
 void FindingListModel::reveal(int row) {
   if (row < 0 || row >= rowCount()) return;
-  const CacheFinding& f = at(row);
-  std::string target = f.kind == CacheFinding::Kind::leftover && !f.leftoverPaths.empty()
+  const Finding& f = at(row);
+  std::string target = f.kind == Finding::Kind::leftover && !f.leftoverPaths.empty()
                            ? f.leftoverPaths.front()
                            : f.id;
   platform::revealInFileManager(target);

@@ -7,7 +7,7 @@
 #include <QString>
 #include <vector>
 
-#include "findings/cache_finding.h"
+#include "findings/finding.h"
 #include "model/scan_model.h"
 
 namespace dw::ui {
@@ -43,7 +43,7 @@ class FindingListModel : public QAbstractListModel {
     LocationRole,
   };
 
-  FindingListModel(ScanModel& model, CacheFinding::Kind kind, QObject* parent = nullptr);
+  FindingListModel(ScanModel& model, Finding::Kind kind, QObject* parent = nullptr);
 
   int rowCount(const QModelIndex& parent = {}) const override;
   QVariant data(const QModelIndex& index, int role) const override;
@@ -82,10 +82,10 @@ class FindingListModel : public QAbstractListModel {
  private:
   void rebuild();
   bool linuxHome() const;
-  const CacheFinding& at(int row) const;
+  const Finding& at(int row) const;
 
   ScanModel& model_;
-  CacheFinding::Kind kind_;
+  Finding::Kind kind_;
   QString query_;
   std::vector<size_t> rows_;  // indexes into model_.caches()
 };

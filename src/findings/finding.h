@@ -18,7 +18,7 @@ struct LeftoverFilePeek {
   bool operator==(const LeftoverFilePeek&) const = default;
 };
 
-struct CacheFinding {
+struct Finding {
   enum class Kind { cache, file, leftover };
 
   std::string id;    // a cache's or file's absolute path; "leftover:" + bundle id
@@ -36,12 +36,12 @@ struct CacheFinding {
   std::vector<LeftoverFilePeek> leftoverLargestFiles;
   std::optional<TimePoint> contentModified;
 
-  bool operator==(const CacheFinding&) const = default;
+  bool operator==(const Finding&) const = default;
 };
 
 // "cache", "file", "leftover": the kind's name in code, in the log and in JSON.
-std::string_view kindName(CacheFinding::Kind kind);
-std::optional<CacheFinding::Kind> kindFromName(std::string_view name);
+std::string_view kindName(Finding::Kind kind);
+std::optional<Finding::Kind> kindFromName(std::string_view name);
 
 inline constexpr std::string_view kLeftoverIdPrefix = "leftover:";
 

@@ -776,29 +776,10 @@ std::vector<Entry> load(const Locations& places) {
   return entries;
 }
 
-bool isAllowed(const std::string& trashPath, const std::string& originalPath,
-               const std::string& home) {
-  if (!absolute(trashPath) || !absolute(originalPath) || !absolute(home)) return false;
-  // The last components stay unresolved: a trashed link is the item itself, and a link at the
-  // original place is something that exists there.
-  return allowedResolved(paths::resolveParentSymlinks(trashPath),
-                         paths::resolveParentSymlinks(originalPath), paths::resolveSymlinks(home));
-}
-
-int status(const Entry& entry) {
-  if (entry.putBackAt) return 1;
-  return platform::trashItemMatches(entry.trashPath, entry.originalPath) ? 0 : 2;
-}
-
-std::string statusText(const Entry& entry) {
-  switch (status(entry)) {
-    case 0:
-      return "In the Trash";
-    case 1:
-      return "Put back " + timefmt::localDateTime(*entry.putBackAt);
-    default:
-      return "Trash emptied";
-  }
+Status status(const Entry& entry) {
+  if (entry.putBackAt) return Status::putBack;
+  return platform::trashItemMatches(entry.trashPath, entry.originalPath) ? Status::inTrash
+                                                                         : Status::trashEmptied;
 }
 
 Entry putBack(const Entry& entry, const Locations& places) {

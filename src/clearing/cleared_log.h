@@ -94,13 +94,10 @@ class Journal {
   std::unique_ptr<State> state_;
 };
 
-bool isAllowed(const std::string& trashPath, const std::string& originalPath,
-               const std::string& home);
-// 0: in the Trash, 1: put back, 2: no longer in the Trash. "In the Trash" is the very test Put
-// Back makes, so the two never disagree.
-int status(const Entry& entry);
-// Status as a person reads it: "In the Trash", "Put back <date>", "Trash emptied".
-std::string statusText(const Entry& entry);
+// Where an entry's item is now. "In the Trash" is the very test Put Back makes, so the two
+// never disagree.
+enum class Status { inTrash, putBack, trashEmptied };
+Status status(const Entry& entry);
 
 // Moves the item back and records when; throws PutBackError (or std::system_error when the
 // parent folder cannot be made or the log cannot be written after the move).

@@ -10,7 +10,6 @@
 
 #include "base/paths.h"
 #include "base/uuid.h"
-#include "findings/size_text.h"
 #include "measure/disk_sizer.h"
 #include "platform/own_ground.h"
 #include "platform/trash.h"
@@ -196,22 +195,6 @@ Outcome clearDuplicates(const std::vector<DuplicateCopy>& copies, const Location
   return outcome;
 }
 
-std::string duplicatesMessage(const Outcome& outcome, bool linuxHome) {
-  std::string moved = "Up to " + sizeText(outcome.movedBytes) +
-                      " moved to the Trash. Empty the Trash to get the space back.";
-  if (!outcome.failures.empty()) {
-    std::string text = "Some copies stayed in place: ";
-    for (size_t i = 0; i < outcome.failures.size(); ++i) {
-      if (i) text += ", ";
-      text += outcome.failures[i].name + " (" + outcome.failures[i].reason + ")";
-    }
-    return text + ". " + moved;
-  }
-  if (outcome.entries.empty()) return "Nothing was moved to the Trash.";
-  return moved + (linuxHome ? " Copies that share storage may free less."
-                            : " Copies on APFS may free less.");
-}
-
 Outcome clearFindings(const std::vector<Finding>& items, const Locations& places,
                       const platform::Workspace& workspace, std::stop_token stop,
                       const std::function<void(const Progress&)>& onProgress) {
@@ -233,38 +216,6 @@ Outcome clearFindings(const std::vector<Finding>& items, const Locations& places
     if (outcome.stopped) break;
   }
   return outcome;
-}
-
-std::string failureSummary(const std::vector<Failure>& failures) {
-  if (failures.empty()) return {};
-  std::string text = "Some items stayed in place: ";
-  for (size_t i = 0; i < failures.size(); ++i) {
-    if (i) text += ", ";
-    text += failures[i].name + " (" + failures[i].reason + ")";
-  }
-  return text + ".";
-}
-
-std::string completionMessage(const Outcome& outcome) {
-  std::string failures = failureSummary(outcome.failures);
-  if (outcome.movedBytes < 1) {
-    if (outcome.stopped) return "Clearing stopped. Nothing was moved to the Trash.";
-    if (!failures.empty()) return failures;
-    return "Nothing was moved to the Trash.";
-  }
-  std::string text =
-      sizeText(outcome.movedBytes) + " moved to the Trash. Empty the Trash to get the space back.";
-  if (outcome.stopped) text += " Clearing stopped after the current item.";
-  if (!outcome.notes.empty()) {
-    text += ' ';
-    for (size_t i = 0; i < outcome.notes.size(); ++i) {
-      if (i) text += ". ";
-      text += outcome.notes[i];
-    }
-    text += '.';
-  }
-  if (!failures.empty()) text += " " + failures;
-  return text + " See Recently Cleared to put items back while they are still in the Trash.";
 }
 
 }  // namespace dw::Clearing

@@ -83,15 +83,6 @@ struct DuplicateCopy {
 Outcome clearDuplicates(const std::vector<DuplicateCopy>& copies, const Locations& places,
                         DuplicateScanner::Scope scope, std::stop_token stop,
                         const std::function<void(const Progress&)>& onProgress = {});
-// The one status line a clear of copies ends with.
-// linuxHome: no APFS to name; copies that share storage (reflinks) are said in general words.
-std::string duplicatesMessage(const Outcome& outcome, bool linuxHome = false);
-
-// "Some items stayed in place: a (reason), b (reason)." or "" when nothing failed.
-std::string failureSummary(const std::vector<Failure>& failures);
-// The one status line a clear ends with.
-std::string completionMessage(const Outcome& outcome);
-
 // Adds byte counts that cannot overflow in practice; an overflow is a programming error and
 // ends the program rather than showing a wrong amount.
 std::int64_t addBytes(std::int64_t a, std::int64_t b);

@@ -4,7 +4,6 @@
 
 #include "base/paths.h"
 #include "base/uuid.h"
-#include "findings/size_text.h"
 #include "measure/disk_sizer.h"
 #include "platform/desktop.h"
 #include "scanners/uninstaller/app_uninstaller.h"
@@ -79,26 +78,6 @@ UninstallOutcome uninstallApp(const AppUninstaller::AppRecord& app, const Locati
     progressed(++done, name);
   }
   return result;
-}
-
-std::string uninstallMessage(const UninstallOutcome& outcome) {
-  std::string moved = sizeText(outcome.moves.movedBytes) +
-                      " moved to the Trash. Empty the Trash to get the space back.";
-  if (outcome.stopped) {
-    if (outcome.moves.entries.empty()) return "Clearing stopped. Nothing was moved to the Trash.";
-    moved += " Clearing stopped after the current item.";
-  }
-  if (outcome.stayed.empty()) {
-    return outcome.moves.entries.empty() ? "Nothing was moved to the Trash." : moved;
-  }
-  std::string text = "Some items stayed in place: ";
-  for (size_t i = 0; i < outcome.stayed.size(); ++i) {
-    if (i) text += "; ";
-    text += outcome.stayed[i];
-  }
-  // A failure that is a sentence of its own already ends the list.
-  if (!text.ends_with('.')) text += '.';
-  return text + " " + moved;
 }
 
 }  // namespace dw::Clearing

@@ -32,9 +32,4 @@ UninstallOutcome uninstallApp(const AppUninstaller::AppRecord& app, const Locati
                               const std::function<void(const Progress&)>& onProgress = {},
                               std::stop_token stop = {});
 
-// "Some items stayed in place: a; b. 12 MB moved to the Trash. Empty the Trash to get the space
-// back.", "Nothing was moved to the Trash." or "12 MB moved to the Trash. ..."; a stopped
-// uninstall says so as a stopped clear does.
-std::string uninstallMessage(const UninstallOutcome& outcome);
-
 }  // namespace dw::Clearing

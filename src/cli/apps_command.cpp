@@ -12,6 +12,8 @@
 #include "cli/session.h"
 #include "findings/size_text.h"
 #include "scanners/uninstaller/app_uninstaller.h"
+#include "texts/apps.h"
+#include "texts/moves.h"
 
 namespace dw::cli {
 
@@ -116,10 +118,7 @@ Runner addApps(CLI::App& app) {
       return 0;
     }
     if (model.installedApps().empty()) {
-      std::cout << (model.places().layout == Locations::Layout::linux
-                        ? "No apps found: no AppImages in ~/Applications or ~/.local/bin, no "
-                          "Flatpak or desktop apps of the system.\n"
-                        : "No apps found in the Applications folders.\n");
+      std::cout << texts::apps::noneFound(model.wording()) << '\n';
       return 0;
     }
     for (const AppRecord& a : model.installedApps())
@@ -192,26 +191,18 @@ Runner addUninstall(CLI::App& app) {
       std::cerr << *AppUninstaller::refusal(a, a.running, model.places()) << '\n';
       return 1;
     }
-    std::cout << "To move to the Trash: " << displayText(a.name) << " · "
-              << sizeText(AppUninstaller::totalBytes(a)) << '\n';
-    std::cout << "  " << displayText(a.bundlePath) << " · " << sizeText(a.bundleBytes) << '\n';
-    for (size_t i = 0; i < a.related.size(); ++i) {
-      std::int64_t bytes = AppUninstaller::relatedSize(a, i).value_or(0);
-      std::cout << "  " << displayText(a.related[i]) << " · " << sizeText(bytes) << '\n';
-    }
+    model.setUninstallTarget(a);
+    model.requestConfirm(ConfirmScope::app);
+    printLines(texts::toMoveApp(displayItems(model.moves().items()), model.moves().bytes()));
     if (auto refused = AppUninstaller::refusal(a, a.running, model.places())) {
       std::cerr << *refused << '\n';
       return 1;
     }
-    if (auto ended =
-            session.confirmMove(options->dryRun, options->yes,
-                                "Move " + displayText(a.name) + " and its data to the Trash?"))
-      return *ended;
-    model.setUninstallTarget(a);
+    if (auto ended = session.confirmMove(options->dryRun, options->yes)) return *ended;
     // Refused after all when it started running meanwhile. Ctrl-C stops it after the item in
     // hand, as it stops a clear; what moved stays logged.
-    if (!session.runMove([&] { model.uninstall(); })) return 1;
-    bool allMoved = model.message().rfind("Some items stayed in place", 0) != 0;
+    if (!session.runMove()) return 1;
+    bool allMoved = model.moves().outcome().rfind("Some items stayed in place", 0) != 0;
     return allMoved ? 0 : 1;
   };
 }

@@ -1,4 +1,5 @@
 #include <iostream>
+#include <map>
 #include <set>
 
 #include "base/paths.h"
@@ -6,26 +7,14 @@
 #include "cli/findings_output.h"
 #include "cli/output.h"
 #include "cli/session.h"
-#include "findings/page_texts.h"
-#include "findings/size_text.h"
+#include "texts/moves.h"
 
 namespace dw::cli {
-
-namespace {
-
-std::optional<ScanModel::ConfirmScope> scopeFor(const std::string& kind) {
-  if (kind == "cache") return ScanModel::ConfirmScope::caches;
-  if (kind == "file") return ScanModel::ConfirmScope::files;
-  if (kind == "leftover") return ScanModel::ConfirmScope::leftovers;
-  return std::nullopt;
-}
-
-}  // namespace
 
 Runner addClear(CLI::App& app) {
   struct Options {
     PlaceOptions places;
-    std::string kind;
+    std::optional<ConfirmScope> scope;
     bool suggested = false;
     std::vector<std::string> ids;
     bool dryRun = false;
@@ -35,8 +24,11 @@ Runner addClear(CLI::App& app) {
   CLI::App* cmd = app.add_subcommand(
       "clear", "Move findings to the Trash (never deletes; everything can be put back)");
   options->places.addTo(*cmd);
-  cmd->add_option("--kind", options->kind, "Only this kind: cache, file or leftover")
-      ->check(CLI::IsMember({"cache", "file", "leftover"}));
+  cmd->add_option("--kind", options->scope, "Only this kind: cache, file or leftover")
+      ->transform(CLI::CheckedTransformer(
+          std::map<std::string, ConfirmScope>{{"cache", ConfirmScope::caches},
+                                              {"file", ConfirmScope::files},
+                                              {"leftover", ConfirmScope::leftovers}}));
   auto* suggested =
       cmd->add_flag("--suggested", options->suggested, "The findings a scan pre-selects");
   auto* ids =
@@ -73,34 +65,20 @@ Runner addClear(CLI::App& app) {
       model.select(std::move(chosen));
     }
 
-    std::optional<ScanModel::ConfirmScope> scope;
-    if (!options->kind.empty()) scope = scopeFor(options->kind);
-    std::vector<Finding> items = model.itemsToClear(scope);
-    if (items.empty()) {
-      std::cout << "Select something to clear first.\n";
+    model.requestConfirm(options->scope);
+    const MoveRunner& moves = model.moves();
+    if (moves.items().empty()) {
+      std::cout << texts::kNothingSelected << '\n';
       return 1;
     }
-
-    std::int64_t total = 0;
-    for (const auto& item : items)
-      total += item.bytes;
-    std::cout << "To move to the Trash: "
-              << countNoun(static_cast<std::int64_t>(items.size()), "item") << " · "
-              << sizeText(total) << '\n';
-    for (const auto& item : items) {
-      std::cout << "  " << displayText(item.name) << " · " << sizeText(item.bytes) << " · "
-                << pagetexts::kindWord(item.kind) << '\n';
-    }
-    if (auto ended =
-            session.confirmMove(options->dryRun, options->yes,
-                                pagetexts::confirmTitle(static_cast<std::int64_t>(items.size()))))
-      return *ended;
-    if (!session.runMove([&] { model.clearFindings(scope); })) return 1;
+    printLines(texts::toMoveFindings(displayItems(moves.items()), moves.bytes()));
+    if (auto ended = session.confirmMove(options->dryRun, options->yes)) return *ended;
+    if (!session.runMove()) return 1;
 
     // Whatever is still listed stayed in place.
-    for (const auto& item : items) {
+    for (const auto& item : moves.items()) {
       for (const auto& f : model.caches()) {
-        if (f.id == item.id) return 1;
+        if (f.id == item.path) return 1;
       }
     }
     return 0;

@@ -1,13 +1,13 @@
 #include <iostream>
-#include <set>
 
 #include "base/paths.h"
 #include "base/time.h"
 #include "cli/commands.h"
 #include "cli/output.h"
 #include "cli/session.h"
-#include "findings/page_texts.h"
 #include "findings/size_text.h"
+#include "texts/moves.h"
+#include "texts/wording.h"
 
 namespace dw::cli {
 
@@ -86,9 +86,9 @@ Runner addDuplicates(CLI::App& app) {
   auto options = std::make_shared<Options>();
   // The help names the folders as this user's desktop does ("Videos" on Linux).
   CLI::App* cmd = app.add_subcommand(
-      "duplicates", pagetexts::namingFolders(
-                        "Find byte-identical copies in Downloads, Movies, Music and Pictures",
-                        pagetexts::folderNames(Locations::platformDefault(currentHome()))));
+      "duplicates",
+      namingFolders("Find byte-identical copies in Downloads, Movies, Music and Pictures",
+                    folderNames(Locations::platformDefault(currentHome()))));
   options->places.addTo(*cmd);
   cmd->add_option("--scope", options->scope,
                   "Folders to search: downloads, movies (or videos), music, pictures (default: "
@@ -141,34 +141,14 @@ Runner addDuplicates(CLI::App& app) {
         model.keepCopy(group.hashHex, group.files.back().path);
     }
     model.selectExtraCopies();
-    const std::set<std::string>& chosen = model.duplicateSelected();
-    if (chosen.empty()) {
+    if (model.duplicateSelected().empty()) {
       std::cout << model.message() << '\n';
       return 0;
     }
-    std::int64_t total = 0;
-    for (const auto& group : model.duplicateGroups()) {
-      for (const auto& file : group.files) {
-        if (chosen.count(file.path)) total = Clearing::addBytes(total, file.bytes);
-      }
-    }
-    std::cout << "To move to the Trash: "
-              << countNoun(static_cast<std::int64_t>(chosen.size()), "copy") << " · "
-              << sizeText(total) << '\n';
-    for (const auto& group : model.duplicateGroups()) {
-      auto kept = model.duplicateKeepPath().find(group.hashHex);
-      if (kept != model.duplicateKeepPath().end())
-        std::cout << "  keep  " << displayText(kept->second) << '\n';
-      for (const auto& file : group.files) {
-        if (chosen.count(file.path)) std::cout << "  move  " << displayText(file.path) << '\n';
-      }
-    }
-    if (auto ended = session.confirmMove(
-            options->dryRun, options->yes,
-            "Move " + countNoun(static_cast<std::int64_t>(chosen.size()), "copy") +
-                " to the Trash?"))
-      return *ended;
-    if (!session.runMove([&] { model.clearDuplicates(); })) return 1;
+    model.requestConfirm(ConfirmScope::duplicates);
+    printLines(texts::toMoveCopies(displayItems(model.moves().items()), model.moves().bytes()));
+    if (auto ended = session.confirmMove(options->dryRun, options->yes)) return *ended;
+    if (!session.runMove()) return 1;
     // Moved copies leave the selection; whatever is still selected stayed in place.
     return model.duplicateSelected().empty() ? 0 : 1;
   };

@@ -5,8 +5,8 @@
 #include "base/time.h"
 #include "cli/output.h"
 #include "findings/notes.h"
-#include "findings/page_texts.h"
 #include "findings/size_text.h"
+#include "texts/lists.h"
 
 namespace dw::cli {
 
@@ -64,47 +64,24 @@ json::Value scanJson(const ScanModel& model) {
 }
 
 void printScanText(const ScanModel& model) {
-  struct Group {
-    const char* title;
-    Finding::Kind kind;
-    const char* empty;
-  };
-  static constexpr Group kGroups[] = {
-      {"Caches", Finding::Kind::cache,
-       "No unused caches met the size threshold. Documents, Desktop, and projects stay "
-       "untouched."},
-      {"App leftovers", Finding::Kind::leftover,
-       "No leftover folders from removed apps were found. Preferences-only and Apple systems "
-       "stay out of this list."},
-      {"Large files", Finding::Kind::file,
-       "Nothing over 200 MB turned up in Downloads or Movies. Desktop files stay."},
-  };
-  for (const Group& group : kGroups) {
+  for (Finding::Kind kind : {Finding::Kind::cache, Finding::Kind::leftover, Finding::Kind::file}) {
     std::int64_t total = 0;
     int count = 0;
     for (const auto& f : model.caches()) {
-      if (f.kind == group.kind) total += f.bytes, ++count;
+      if (f.kind == kind) total += f.bytes, ++count;
     }
-    std::cout << group.title;
+    std::cout << texts::listTitle(kind);
     if (count) std::cout << " · " << sizeText(total);
     std::cout << '\n';
-    if (!count) {
-      bool flatpak = group.kind == Finding::Kind::leftover &&
-                     model.places().layout == Locations::Layout::linux;
-      std::cout << "    "
-                << (flatpak ? pagetexts::emptyState(group.kind, {}, true).detail
-                            : pagetexts::namingFolders(group.empty,
-                                                       pagetexts::folderNames(model.places())))
-                << '\n';
-    }
+    if (!count) std::cout << "    " << texts::emptyState(kind, model.wording()).detail << '\n';
     for (const auto& f : model.caches()) {
-      if (f.kind != group.kind) continue;
+      if (f.kind != kind) continue;
       const char* mark = model.selected().count(f.id) ? "[x]" : (f.removable ? "[ ]" : " - ");
       std::cout << "  " << mark << ' ' << displayText(f.name) << " · " << sizeText(f.bytes) << " · "
                 << notes::badge(f) << '\n'
                 << "      " << displayText(notes::summary(f)) << '\n'
                 << "      " << displayText(f.path);
-      if (f.kind == Finding::Kind::leftover) std::cout << "  (" << displayText(f.id) << ')';
+      if (kind == Finding::Kind::leftover) std::cout << "  (" << displayText(f.id) << ')';
       std::cout << '\n';
     }
     std::cout << '\n';

@@ -9,10 +9,16 @@
 #include "cli/output.h"
 #include "cli/session.h"
 #include "findings/size_text.h"
+#include "texts/cleared.h"
 
 namespace dw::cli {
 
 namespace {
+
+std::string statusText(const ClearedLog::Entry& e) {
+  return texts::cleared::statusText(ClearedLog::status(e),
+                                    e.putBackAt ? timefmt::localDateTime(*e.putBackAt) : "");
+}
 
 json::Value entryJson(const ClearedLog::Entry& e) {
   json::Value out{json::Object{}};
@@ -25,7 +31,7 @@ json::Value entryJson(const ClearedLog::Entry& e) {
   out.set("name", e.name);
   out.set("date", timefmt::isoUtc(e.date));
   out.set("putBackAt", isoOrNull(e.putBackAt));
-  out.set("status", ClearedLog::statusText(e));
+  out.set("status", statusText(e));
   return out;
 }
 
@@ -61,16 +67,17 @@ Runner addHistory(CLI::App& app) {
       return 0;
     }
     if (entries.empty()) {
-      std::cout << "Nothing has been cleared yet.\n";
+      std::cout << texts::cleared::kNothingYet << '\n';
       return 0;
     }
     // One group per clear, newest clear first, dated by its latest entry.
     for (const auto& group : ClearedLog::groupBySession(entries)) {
-      std::cout << timefmt::localDateTime(group.latest) << " · "
-                << countNoun(static_cast<std::int64_t>(group.entries.size()), "item") << " · "
-                << sizeText(group.bytes) << '\n';
+      std::cout << texts::cleared::groupHeader(timefmt::localDateTime(group.latest),
+                                               static_cast<std::int64_t>(group.entries.size()),
+                                               group.bytes)
+                << '\n';
       for (const auto& e : group.entries) {
-        std::cout << "  " << ClearedLog::statusText(e) << " · " << displayText(e.name) << " · "
+        std::cout << "  " << statusText(e) << " · " << displayText(e.name) << " · "
                   << sizeText(e.bytes) << " · " << e.kind << '\n'
                   << "      " << displayText(e.originalPath) << '\n'
                   << "      id " << e.id << '\n';

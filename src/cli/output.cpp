@@ -37,6 +37,15 @@ std::string displayText(std::string_view bytes) {
   return out;
 }
 
+std::vector<texts::MoveItem> displayItems(std::vector<texts::MoveItem> items) {
+  for (auto& item : items) {
+    item.name = displayText(item.name);
+    item.path = displayText(item.path);
+    item.keptPath = displayText(item.keptPath);
+  }
+  return items;
+}
+
 json::Value isoOrNull(const std::optional<TimePoint>& when) {
   if (!when) return nullptr;
   return timefmt::isoUtc(*when);

@@ -10,6 +10,7 @@
 #include "base/paths.h"
 #include "clearing/cleared_log.h"
 #include "cli/output.h"
+#include "texts/moves.h"
 
 namespace dw::cli {
 
@@ -27,6 +28,11 @@ bool askToMove(std::string_view question) {
   answer = paths::asciiLower(answer);
   // Return alone means no: a move never starts from the keyboard without a word.
   return answer == "y" || answer == "yes";
+}
+
+void printLines(const std::vector<std::string>& lines) {
+  for (const auto& line : lines)
+    std::cout << line << '\n';
 }
 
 void PlaceOptions::addTo(CLI::App& command) {
@@ -126,7 +132,7 @@ bool Session::scan() {
   return model_->lastScannedAt().has_value();
 }
 
-std::optional<int> Session::confirmMove(bool dryRun, bool yes, std::string_view question) {
+std::optional<int> Session::confirmMove(bool dryRun, bool yes) {
   if (dryRun) {
     std::cout << "Dry run: nothing was moved.\n";
     return 0;
@@ -138,33 +144,33 @@ std::optional<int> Session::confirmMove(bool dryRun, bool yes, std::string_view 
     return 1;
   }
   setQuitOnInterrupt(true);
-  bool confirmed = askToMove(question);
+  bool confirmed = askToMove(displayText(model_->moves().title()));
   setQuitOnInterrupt(false);
   if (confirmed) return std::nullopt;
   std::cout << "Nothing was moved to the Trash.\n";
   return 0;
 }
 
-bool Session::runMove(const std::function<void()>& start) {
+bool Session::runMove() {
   bool progress = stderrIsTerminal();
   if (progress) {
     model_->addObserver([this](ScanModel::Field field) {
       const auto& p = model_->progress();
       if (field == ScanModel::Field::progress && p && p->done > 0)
-        std::cerr << "\r\033[K" << p->done << " of " << p->total << " · " << displayText(p->current)
+        std::cerr << "\r\033[K" << texts::progressLine(p->done, p->total, displayText(p->current))
                   << std::flush;
       if (field == ScanModel::Field::message && model_->isClearRunning())
         std::cerr << "\r\033[K" << model_->message() << std::flush;
     });
   }
-  start();
+  model_->clearSelected();
   if (!model_->isClearRunning()) {
     std::cerr << model_->message() << '\n';
     return false;
   }
   runUntil([this] { return !model_->isClearRunning(); }, [this] { model_->stopClearing(); });
   if (progress) std::cerr << "\r\033[K" << std::flush;
-  std::cout << model_->message() << '\n';
+  std::cout << model_->moves().outcome() << '\n';
   return true;
 }
 

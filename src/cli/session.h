@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 #include "model/dispatcher.h"
 #include "model/scan_model.h"
@@ -61,16 +62,16 @@ class Session {
   // at once instead of waiting for the model's loop.
   void setQuitOnInterrupt(bool quit) { quitOnInterrupt_ = quit; }
 
-  // The step before every move to the Trash: a dry run stops here, --yes goes ahead, and
-  // otherwise `question` is asked on the terminal (Ctrl-C quits while it waits; without a
-  // terminal nothing moves). The exit code when the command ends here; nothing when the move
-  // goes ahead.
-  std::optional<int> confirmMove(bool dryRun, bool yes, std::string_view question);
-  // Starts a move with `start` and runs it to its end: "3 of 7 · item" on standard error when it
-  // is a terminal, Ctrl-C stops it after the item in hand, and the model's closing message goes
-  // to standard output. False when the model refused to start (its message says why, on
+  // The step before every move to the Trash, once the model's question (requestConfirm) lists
+  // what would move: a dry run stops here, --yes goes ahead, and otherwise the question is asked
+  // on the terminal (Ctrl-C quits while it waits; without a terminal nothing moves). The exit
+  // code when the command ends here; nothing when the move goes ahead.
+  std::optional<int> confirmMove(bool dryRun, bool yes);
+  // Answers the model's question and runs its move to the end: "3 of 7 · item" on standard
+  // error when it is a terminal, Ctrl-C stops it after the item in hand, and the move's outcome
+  // goes to standard output. False when the model refused to start (its message says why, on
   // standard error).
-  bool runMove(const std::function<void()>& start);
+  bool runMove();
 
  private:
   // Destroyed from the bottom up: the model first, then the dispatcher, which joins every task
@@ -87,6 +88,8 @@ class Session {
 // The question ("Move 3 items to the Trash?") and " [y/N] " on standard output; true only for
 // an answer of "y" or "yes".
 bool askToMove(std::string_view question);
+// Prints lines on standard output, one a line.
+void printLines(const std::vector<std::string>& lines);
 // Finishes the bookkeeping of an interrupted clear or Put Back before a command reads the log
 // (the model does the same when it is made); a failure is reported on standard error.
 void recoverClearedLog(const Locations& places);

@@ -14,11 +14,4 @@ std::string_view kindName(Finding::Kind kind) {
   return "cache";
 }
 
-std::optional<Finding::Kind> kindFromName(std::string_view name) {
-  if (name == "cache") return Finding::Kind::cache;
-  if (name == "file") return Finding::Kind::file;
-  if (name == "leftover") return Finding::Kind::leftover;
-  return std::nullopt;
-}
-
 }  // namespace dw

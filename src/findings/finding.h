@@ -41,7 +41,6 @@ struct Finding {
 
 // "cache", "file", "leftover": the kind's name in code, in the log and in JSON.
 std::string_view kindName(Finding::Kind kind);
-std::optional<Finding::Kind> kindFromName(std::string_view name);
 
 inline constexpr std::string_view kLeftoverIdPrefix = "leftover:";
 

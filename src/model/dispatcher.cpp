@@ -30,35 +30,12 @@ void ThreadedDispatcher::post(Closure closure) {
   ready_.notify_one();
 }
 
-void ThreadedDispatcher::wake() {
-  {
-    std::lock_guard lock(mutex_);
-    woken_ = true;
-  }
-  ready_.notify_one();
-}
-
-void ThreadedDispatcher::runPending() {
-  while (true) {
-    Closure next;
-    {
-      std::lock_guard lock(mutex_);
-      if (queue_.empty()) return;
-      next = std::move(queue_.front());
-      queue_.pop_front();
-    }
-    next();
-  }
-}
-
 void ThreadedDispatcher::runUntil(const std::function<bool()>& done) {
   while (!done()) {
     Closure next;
     {
       std::unique_lock lock(mutex_);
-      ready_.wait(lock, [&] { return !queue_.empty() || woken_; });
-      woken_ = false;
-      if (queue_.empty()) continue;
+      ready_.wait(lock, [&] { return !queue_.empty(); });
       next = std::move(queue_.front());
       queue_.pop_front();
     }

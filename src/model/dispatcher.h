@@ -48,18 +48,14 @@ class ThreadedDispatcher final : public Dispatcher {
   void post(Closure closure) override;
 
   // On the model's thread: runs posted closures until done() holds, waiting for more as
-  // needed. done is checked before each wait and after each closure.
+  // needed. done is checked before each wait and after each closure, so it may change only in
+  // what a posted closure does.
   void runUntil(const std::function<bool()>& done);
-  // Runs the closures already posted; never waits.
-  void runPending();
-  // Wakes runUntil so it checks done() again (from any thread, e.g. a signal watcher).
-  void wake();
 
  private:
   std::mutex mutex_;
   std::condition_variable ready_;
   std::deque<Closure> queue_;
-  bool woken_ = false;
   struct Running {
     std::shared_ptr<TaskHandle> handle;
     std::shared_ptr<std::atomic<bool>> finished;
@@ -75,7 +71,6 @@ class ManualDispatcher final : public Dispatcher {
   void post(Closure closure) override;
 
   size_t pendingTasks() const { return tasks_.size(); }
-  size_t pendingPosts() const { return posts_.size(); }
   // Runs the oldest started task to its end on the calling thread (its posts queue up).
   void runNextTask();
   // Runs the task started index-th among those still pending.

@@ -1,329 +1,177 @@
 #pragma once
-// The one application state that every page reads and every action goes through. It belongs to
-// one thread (the model's thread); long work runs through the Dispatcher and comes back to that
-// thread before it touches anything here.
+// The one application state that every page reads and every action goes through. It is a
+// facade: each feature is a flow that owns its state and its progress (the main scan with its
+// selection, the duplicate search, the space map, the installed apps), every move to the Trash
+// goes through the one MoveRunner, and the model itself keeps only Recently Cleared, which they
+// share. It belongs to one thread (the model's thread); long work runs through the Dispatcher
+// and comes back to that thread before it touches anything here.
 
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <memory>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "clearing/cleared_log.h"
-#include "clearing/clearing.h"
-#include "clearing/uninstalling.h"
-#include "findings/finding.h"
-#include "measure/volume_picture.h"
-#include "model/dispatcher.h"
-#include "platform/defaults.h"
-#include "platform/locations.h"
-#include "platform/workspace.h"
-#include "scanners/duplicates/duplicate_types.h"
-#include "scanners/spacemap/space_map_types.h"
-#include "scanners/uninstaller/app_record.h"
+#include "model/apps_flow.h"
+#include "model/duplicate_flow.h"
+#include "model/flow_context.h"
+#include "model/move_runner.h"
+#include "model/scan_flow.h"
+#include "model/space_map_flow.h"
 
 namespace dw {
 
 class ScanModel {
  public:
-  class Phase {
-   public:
-    enum class Kind { scanning, ready, clearing, failed };
-    static Phase scanning() { return Phase(Kind::scanning); }
-    static Phase ready() { return Phase(Kind::ready); }
-    static Phase clearing() { return Phase(Kind::clearing); }
-    static Phase failed(std::string text) { return Phase(Kind::failed, std::move(text)); }
-    Kind kind() const { return kind_; }
-    const std::string& text() const { return text_; }
-    bool operator==(const Phase&) const = default;
+  using Phase = ScanPhase;
+  using ConfirmScope = dw::ConfirmScope;
+  using Progress = MoveRunner::Progress;
+  using Field = ModelField;
+  using Observer = FlowContext::Observer;
 
-   private:
-    explicit Phase(Kind kind, std::string text = {}) : kind_(kind), text_(std::move(text)) {}
-    Kind kind_;
-    std::string text_;
-  };
-
-  enum class ConfirmScope { caches, leftovers, files, duplicates };
-
-  struct Progress {
-    int done = 0;
-    int total = 0;
-    std::string current;
-    bool operator==(const Progress&) const = default;
-  };
-
-  // The published fields; an observer is told which one changed.
-  enum class Field {
-    phase,
-    lastScannedAt,
-    volumeName,
-    volume,
-    caches,
-    selected,
-    message,
-    confirm,
-    confirmScope,
-    trashedBytesThisSession,
-    progress,
-    scanArea,
-    unreadLeftoverLocations,
-    showFullDiskAccessPrompt,
-    clearedEntries,
-    offerRecentlyCleared,
-    duplicateGroups,
-    duplicateKeepPath,
-    duplicateSelected,
-    duplicateScope,
-    duplicateProgress,
-    duplicatesScanning,
-    duplicateSkipped,
-    spaceRoot,
-    spacePath,
-    spaceSelected,
-    spaceScanning,
-    spaceElapsed,
-    installedApps,
-    uninstallTarget,
-    appsNeedingAdmin,
-    appsLoading
-  };
-  using Observer = std::function<void(Field)>;
-
-  // What one main scan hands back to the model.
-  struct ScanResult {
-    VolumePicture volume;
-    std::vector<Finding> findings;
-    std::vector<std::string> unreadLeftoverLocations;
-  };
-
-  // Sets the initial values and listens for Chrome launching and quitting. It does not scan.
-  // The dispatcher and the workspace outlive the model and every task it started.
+  // Recovers what an interrupted move left unrecorded and listens for nothing yet; it does not
+  // scan. The dispatcher and the workspace outlive the model and every task it started.
   ScanModel(Dispatcher& dispatcher, Locations places, platform::Workspace& workspace,
             platform::UserDefaults& defaults);
-  ~ScanModel();
   ScanModel(const ScanModel&) = delete;
   ScanModel& operator=(const ScanModel&) = delete;
 
-  void addObserver(Observer observer);
-  const Locations& places() const { return places_; }
+  void addObserver(Observer observer) { context_.addObserver(std::move(observer)); }
+  const Locations& places() const { return context_.places; }
+  const texts::Wording& wording() const { return context_.wording; }
+  const std::string& message() const { return context_.message(); }
+  // clearing while a move runs, else the main scan's phase.
+  Phase phase() const { return moves_.moving() ? Phase::clearing() : scan_.phase(); }
 
-  // Published state.
-  const Phase& phase() const { return phase_; }
-  const std::optional<TimePoint>& lastScannedAt() const { return lastScannedAt_; }
-  const std::string& volumeName() const { return volumeName_; }
-  const VolumePicture& volume() const { return volume_; }
-  const std::vector<Finding>& caches() const { return caches_; }
-  const std::set<std::string>& selected() const { return selected_; }
-  const std::string& message() const { return message_; }
-  bool confirm() const { return confirm_; }
-  ConfirmScope confirmScope() const { return confirmScope_; }
-  std::int64_t trashedBytesThisSession() const { return trashedBytesThisSession_; }
-  const std::optional<Progress>& progress() const { return progress_; }
-  const std::optional<std::string>& scanArea() const { return scanArea_; }
+  // The flows, for what reads one of them whole (a page of the app).
+  const ScanFlow& mainScan() const { return scan_; }
+  const DuplicateFlow& duplicates() const { return duplicates_; }
+  const SpaceMapFlow& spaceMap() const { return space_; }
+  const AppsFlow& apps() const { return apps_; }
+  const MoveRunner& moves() const { return moves_; }
+
+  // ---- The main scan and its selection ----
+  const std::optional<TimePoint>& lastScannedAt() const { return scan_.lastScannedAt(); }
+  const std::string& volumeName() const { return scan_.volumeName(); }
+  const VolumePicture& volume() const { return scan_.volume(); }
+  const std::vector<Finding>& caches() const { return scan_.findings(); }
+  const std::set<std::string>& selected() const { return scan_.selected(); }
+  const std::optional<std::string>& scanArea() const { return scan_.scanArea(); }
   const std::vector<std::string>& unreadLeftoverLocations() const {
-    return unreadLeftoverLocations_;
+    return scan_.unreadLeftoverLocations();
   }
-  bool showFullDiskAccessPrompt() const { return showFullDiskAccessPrompt_; }
-  const std::vector<ClearedLog::Entry>& clearedEntries() const { return clearedEntries_; }
-  bool offerRecentlyCleared() const { return offerRecentlyCleared_; }
-  const std::vector<DuplicateScanner::Group>& duplicateGroups() const { return duplicateGroups_; }
-  const std::map<std::string, std::string>& duplicateKeepPath() const { return duplicateKeepPath_; }
-  const std::set<std::string>& duplicateSelected() const { return duplicateSelected_; }
-  DuplicateScanner::Scope duplicateScope() const { return duplicateScope_; }
-  const std::optional<std::string>& duplicateProgress() const { return duplicateProgress_; }
-  bool duplicatesScanning() const { return duplicatesScanning_; }
-  const std::vector<std::string>& duplicateSkipped() const { return duplicateSkipped_; }
-  const std::optional<SpaceMap::Node>& spaceRoot() const { return spaceRoot_; }
-  const std::vector<std::string>& spacePath() const { return spacePath_; }
-  const std::optional<std::string>& spaceSelected() const { return spaceSelected_; }
-  bool spaceScanning() const { return spaceScanning_; }
-  const std::optional<double>& spaceElapsed() const { return spaceElapsed_; }
-  const std::vector<AppUninstaller::AppRecord>& installedApps() const { return installedApps_; }
-  const std::optional<AppUninstaller::AppRecord>& uninstallTarget() const {
-    return uninstallTarget_;
-  }
-  const std::set<std::string>& appsNeedingAdmin() const { return appsNeedingAdmin_; }
-  bool appsLoading() const { return appsLoading_; }
-
-  std::uint64_t scanGeneration() const { return scanGeneration_; }
-  bool isScanRunning() const { return scanTask_ != nullptr; }
-  bool isClearRunning() const { return clearTask_ != nullptr; }
-
-  // The main scan.
+  bool showFullDiskAccessPrompt() const { return scan_.showFullDiskAccessPrompt(); }
+  bool isScanRunning() const { return scan_.running(); }
   void scan();
-  void cancelScan();
-  void scanAreaStarted(const std::string& area, std::uint64_t generation);
-
-  // Selection and confirmation.
-  void setSelected(const std::string& id, bool on);
-  void toggle(const std::string& id);
-  void select(std::set<std::string> ids);
-  // "Select all" / "Select none" over a list: adds the removable ones among ids, or removes ids.
-  void selectFindings(const std::vector<std::string>& ids, bool on);
-  void requestConfirm(ConfirmScope scope);
-  // The Full Disk Access sheet closed, either way: it never comes back by itself. opener (the
-  // settings button) runs after the flag is written.
-  void closeFullDiskAccessPrompt(const std::function<void()>& opener = {});
-  void dismissConfirm();
-
-  // Clearing: the selected findings of confirmScope, or (the command line's whole clear) of
-  // every kind at once under one session.
-  void clearSelected();
-  void clearFindings(std::optional<ConfirmScope> scope);
-  // Stops a clear, or an uninstall, after the item in hand.
-  void stopClearing();
-  // The findings clearSelected would move for a scope (all kinds when none), in list order.
+  void cancelScan() { scan_.cancel(); }
+  void setSelected(const std::string& id, bool on) { scan_.setSelected(id, on); }
+  void toggle(const std::string& id) { scan_.toggle(id); }
+  void select(std::set<std::string> ids) { scan_.select(std::move(ids)); }
+  void selectFindings(const std::vector<std::string>& ids, bool on) {
+    scan_.selectFindings(ids, on);
+  }
+  // The findings a clear of a scope would move (all kinds when none), in list order.
   std::vector<Finding> itemsToClear(std::optional<ConfirmScope> scope) const;
+  void closeFullDiskAccessPrompt(const std::function<void()>& opener = {}) {
+    scan_.closeFullDiskAccessPrompt(opener);
+  }
 
-  // Recently Cleared.
+  // ---- Every move to the Trash: one confirmation (MoveRunner) ----
+  bool confirm() const { return moves_.confirm(); }
+  ConfirmScope confirmScope() const { return moves_.scope(); }
+  MoveRunner::Stage moveStage() const { return moves_.stage(); }
+  const std::optional<Progress>& progress() const { return moves_.progress(); }
+  std::int64_t trashedBytesThisSession() const { return moves_.trashedBytesThisSession(); }
+  bool offerRecentlyCleared() const { return moves_.offerRecentlyCleared(); }
+  bool isClearRunning() const { return moves_.moving(); }
+  // The question of a scope: its list's selected findings, the selected extra copies, or
+  // uninstallTarget with its data. None is the command line's whole clear: the selected
+  // findings of every kind under one session.
+  void requestConfirm(std::optional<ConfirmScope> scope);
+  // The question's answer: moves what it lists now.
+  void clearSelected() { moves_.run(); }
+  // Takes down the question (an uninstall's target goes with it) or a move's outcome.
+  void dismissConfirm();
+  // Stops a move after the item in hand.
+  void stopClearing() { moves_.stop(); }
+  // Moves what the question of a scope would list, without asking: the selected findings of a
+  // list (of every kind when none), the selected extra copies (the kept copy of a group never
+  // moves), uninstallTarget with its data.
+  void clearFindings(std::optional<ConfirmScope> scope);
+  void clearDuplicates();
+  void uninstall();
+
+  // ---- Recently Cleared ----
+  const std::vector<ClearedLog::Entry>& clearedEntries() const { return clearedEntries_; }
   void reloadCleared();
   bool putBack(const ClearedLog::Entry& entry);
 
-  // ---- The duplicate flow (scan_model_duplicates.cpp) ----
-  void setDuplicateScope(DuplicateScanner::Scope scope);
-  // Searches duplicateScope; a new search cancels a running one, whose results never appear.
-  void findDuplicates();
-  void cancelDuplicates();
-  bool isDuplicateSearchRunning() const { return duplicateTask_ != nullptr; }
-  // The chosen copy (a file of the group) becomes the one kept and leaves the selection.
-  void keepCopy(const std::string& hashHex, const std::string& path);
-  void setDuplicateSelected(const std::string& path, bool on);
-  // Selects every copy but the kept one of each group.
-  void selectExtraCopies();
-  // Moves the selected copies to the Trash; the kept copy of a group never moves.
-  void clearDuplicates();
+  // ---- The duplicate search ----
+  const std::vector<DuplicateScanner::Group>& duplicateGroups() const {
+    return duplicates_.groups();
+  }
+  const std::map<std::string, std::string>& duplicateKeepPath() const {
+    return duplicates_.keepPath();
+  }
+  const std::set<std::string>& duplicateSelected() const { return duplicates_.selected(); }
+  DuplicateScanner::Scope duplicateScope() const { return duplicates_.scope(); }
+  const std::optional<std::string>& duplicateProgress() const { return duplicates_.progress(); }
+  bool duplicatesScanning() const { return duplicates_.scanning(); }
+  const std::vector<std::string>& duplicateSkipped() const { return duplicates_.skipped(); }
+  bool isDuplicateSearchRunning() const { return duplicates_.running(); }
+  void setDuplicateScope(DuplicateScanner::Scope scope) { duplicates_.setScope(scope); }
+  // A new search cancels a running one, whose results never appear.
+  void findDuplicates() { duplicates_.find(); }
+  void cancelDuplicates() { duplicates_.cancel(); }
+  void keepCopy(const std::string& hashHex, const std::string& path) {
+    duplicates_.keepCopy(hashHex, path);
+  }
+  void setDuplicateSelected(const std::string& path, bool on) { duplicates_.setSelected(path, on); }
+  void selectExtraCopies() { duplicates_.selectExtraCopies(); }
+  void selectNoCopies() { duplicates_.selectNone(); }
 
-  // The space map (scan_model_space.cpp). buildSpaceMap maps the home folder on a task of its
-  // own; a second call replaces a build still running. Navigation: spacePath lists the paths of
-  // the nodes stepped into, from the root's child down; spaceSelected is the selected cell.
-  void buildSpaceMap();
-  void cancelSpaceMap();
-  bool isSpaceMapRunning() const { return spaceTask_ != nullptr; }
-  // The node whose children the page shows: the last one stepped into, else the root.
-  const SpaceMap::Node* spaceCurrent() const;
-  void selectSpaceNode(const std::optional<std::string>& path);
-  // Steps into a child of the current node that has children of its own; false otherwise.
-  bool enterSpaceNode(const std::string& path);
-  // Back to the level given (0 is the root).
-  void leaveSpaceNodes(size_t level);
+  // ---- The space map ----
+  const std::optional<SpaceMap::Node>& spaceRoot() const { return space_.root(); }
+  const std::vector<std::string>& spacePath() const { return space_.path(); }
+  const std::optional<std::string>& spaceSelected() const { return space_.selected(); }
+  bool spaceScanning() const { return space_.scanning(); }
+  const std::optional<double>& spaceElapsed() const { return space_.elapsed(); }
+  bool isSpaceMapRunning() const { return space_.running(); }
+  const SpaceMap::Node* spaceCurrent() const { return space_.current(); }
+  void buildSpaceMap() { space_.build(); }
+  void cancelSpaceMap() { space_.cancel(); }
+  void selectSpaceNode(const std::optional<std::string>& path) { space_.select(path); }
+  bool enterSpaceNode(const std::string& path) { return space_.enter(path); }
+  void leaveSpaceNodes(size_t level) { space_.leave(level); }
 
-  // Chrome launched or quit (or any other app, which changes nothing).
-  void watchApplications();
-  void applicationEvent(const std::string& bundleID, bool launched);
-
-  // ---- Installed apps and uninstall (scan_model_apps.cpp) ----
-  // Lists the installed apps on a task; a newer listing replaces one still running.
-  void refreshApps();
-  bool isAppsRefreshRunning() const { return appsTask_ != nullptr; }
-  void setUninstallTarget(std::optional<AppUninstaller::AppRecord> app);
-  // Refuses with a message, or moves uninstallTarget and its related items to the Trash. Does
-  // nothing while a clear or another uninstall is moving items.
-  void uninstall();
-
-  // The main scan's work, run off the model's thread. announce reports each area before it is
-  // measured. Throws Cancelled.
-  static ScanResult runScanPipeline(const Locations& places, const platform::Workspace& workspace,
-                                    std::stop_token stop,
-                                    const std::function<void(const std::string&)>& announce);
+  // ---- Installed apps ----
+  const std::vector<AppUninstaller::AppRecord>& installedApps() const { return apps_.apps(); }
+  const std::optional<AppUninstaller::AppRecord>& uninstallTarget() const { return apps_.target(); }
+  const std::set<std::string>& appsNeedingAdmin() const { return apps_.needingAdmin(); }
+  bool appsLoading() const { return apps_.loading(); }
+  bool isAppsRefreshRunning() const { return apps_.running(); }
+  // A newer listing replaces one still running.
+  void refreshApps() { apps_.refresh(); }
+  void setUninstallTarget(std::optional<AppUninstaller::AppRecord> app) {
+    apps_.setTarget(std::move(app));
+  }
 
  private:
-  void notify(Field field);
-  void finishScan(ScanResult result, std::uint64_t generation);
-  void endScanWithError(bool cancelled, std::uint64_t generation);
-  void finishClear(Clearing::Outcome outcome);
-  // What every move to the Trash shares, caches, copies and apps alike. startMoving shows the
-  // clearing phase, the message and the progress of each item, and runs `work` off the model's
-  // thread with a stop between items; `work` returns what finishes the move on the model's
-  // thread. endMoving writes the log and returns the model to ready; the kind's own lists are
-  // updated before it.
-  using MoveWork = std::function<std::function<void()>(
-      std::stop_token, const std::function<void(const Clearing::Progress&)>&)>;
-  void startMoving(std::string message, int items, MoveWork work);
-  void endMoving(const Clearing::Outcome& moves, std::string message);
-  // The duplicate flow.
-  void finishDuplicates(DuplicateScanner::Result result, std::uint64_t search);
-  void endDuplicatesWithError(bool cancelled, std::uint64_t search);
-  void finishDuplicateClear(Clearing::Outcome outcome);
-  // Installed apps and uninstall.
-  void finishApps(std::vector<AppUninstaller::AppRecord> apps, std::uint64_t generation);
-  void finishUninstall(Clearing::UninstallOutcome outcome, AppUninstaller::AppRecord app);
-  // Posts to the model's thread a closure that runs only while this model is alive. A task holds
-  // a Poster, never the model itself, so it may outlive the model harmlessly.
-  struct Poster {
-    Dispatcher* dispatcher;
-    std::weak_ptr<ScanModel*> alive;
-    void operator()(std::function<void()> closure) const;
-  };
-  Poster poster() const;
+  MoveRunner::Planner planner(std::optional<ConfirmScope> scope);
+  void afterMove(const Clearing::Outcome& moves);
 
-  Dispatcher& dispatcher_;
-  Locations places_;
-  platform::Workspace& workspace_;
-  platform::UserDefaults& defaults_;
-  std::vector<Observer> observers_;
-  std::shared_ptr<ScanModel*> alive_;
-  bool watchingApplications_ = false;
-
-  Phase phase_ = Phase::scanning();
-  std::optional<TimePoint> lastScannedAt_;
-  std::string volumeName_ = "This Mac";
-  VolumePicture volume_;
-  std::vector<Finding> caches_;
-  std::set<std::string> selected_;
-  std::string message_ = "Measuring unused caches.";
-  bool confirm_ = false;
-  ConfirmScope confirmScope_ = ConfirmScope::caches;
-  std::int64_t trashedBytesThisSession_ = 0;
-  std::optional<Progress> progress_;
-  std::optional<std::string> scanArea_;
-  std::vector<std::string> unreadLeftoverLocations_;
-  bool showFullDiskAccessPrompt_ = false;
+  // Destroyed from the bottom up: each flow cancels its task, and the context's posts stop
+  // running once it goes.
+  FlowContext context_;
+  MoveRunner moves_;
+  ScanFlow scan_;
+  DuplicateFlow duplicates_;
+  SpaceMapFlow space_;
+  AppsFlow apps_;
   std::vector<ClearedLog::Entry> clearedEntries_;
-  bool offerRecentlyCleared_ = false;
-  std::vector<DuplicateScanner::Group> duplicateGroups_;
-  std::map<std::string, std::string> duplicateKeepPath_;
-  std::set<std::string> duplicateSelected_;
-  DuplicateScanner::Scope duplicateScope_ = DuplicateScanner::Scope::all();
-  std::optional<std::string> duplicateProgress_;
-  bool duplicatesScanning_ = false;
-  std::vector<std::string> duplicateSkipped_;
-  std::optional<SpaceMap::Node> spaceRoot_;
-  std::vector<std::string> spacePath_;
-  std::optional<std::string> spaceSelected_;
-  bool spaceScanning_ = false;
-  std::optional<double> spaceElapsed_;
-  std::vector<AppUninstaller::AppRecord> installedApps_;
-  std::optional<AppUninstaller::AppRecord> uninstallTarget_;
-  std::set<std::string> appsNeedingAdmin_;
-  bool appsLoading_ = false;
-
-  std::shared_ptr<TaskHandle> clearTask_;
-  std::shared_ptr<TaskHandle> scanTask_;
-  std::shared_ptr<TaskHandle> duplicateTask_;
-
-  // The space map.
-  void finishSpaceMap(SpaceMap::Node root, double seconds, std::uint64_t build);
-  void endSpaceMapWithError(std::uint64_t build);
-  std::shared_ptr<TaskHandle> spaceTask_;
-  std::uint64_t spaceBuild_ = 0;
-  std::uint64_t scanGeneration_ = 0;
-  // The duplicate flow: raised at every search, so that only the newest one publishes; and the
-  // folders the shown groups came from, which a clear of copies re-checks against.
-  std::uint64_t duplicateSearch_ = 0;
-  DuplicateScanner::Scope duplicateSearchedScope_;
-  // Installed apps and uninstall.
-  std::shared_ptr<TaskHandle> appsTask_;
-  std::uint64_t appsGeneration_ = 0;
 };
-
-// The area texts in the order a scan announces them.
-inline constexpr std::string_view kAreaLibraryCaches = "Library caches";
-inline constexpr std::string_view kAreaDeveloperCaches = "npm and Gradle";
-inline constexpr std::string_view kAreaChrome = "Chrome";
-inline constexpr std::string_view kAreaLargeFiles = "Large files";
-inline constexpr std::string_view kAreaLeftovers = "Leftovers";
 
 }  // namespace dw

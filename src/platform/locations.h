@@ -58,7 +58,7 @@ struct Locations {
   std::string cargoRegistryCache, cargoGitDatabase, goModuleDownloads, nugetPackages, bunCache;
   // The user's folders. On Linux they are the XDG user folders (localised names included);
   // `movies` is the videos folder there. The texts that name them say their own names
-  // (pagetexts::folderNames).
+  // (folderNames, findings/folder_names.h).
   std::string downloads, desktop, movies, documents, music, pictures;
   std::string cacheHome;   // ~/Library/Caches on a Mac, $XDG_CACHE_HOME (~/.cache) on Linux
   std::string configHome;  // ~/Library/Preferences on a Mac, $XDG_CONFIG_HOME (~/.config) on Linux

@@ -1,8 +1,7 @@
 #include "screenshot.h"
 
-#include "clearing/clearing.h"
-#include "findings/page_texts.h"
-#include "platform/desktop.h"
+#include "texts/moves.h"
+#include "texts/scan.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -99,8 +98,8 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
     std::fprintf(stderr, "dustwhale-gui: the duplicate search did not finish\n");
     return false;
   }
-  qobject_cast<SpaceMapModel*>(dw.spaceMap())->move(0);
-  qobject_cast<AppListModel*>(dw.apps())->choose(0);
+  dw.spaceMap()->move(0);
+  dw.apps()->choose(0);
   for (const QString& appearance : appearances) {
     s.appearance = appearance;
     s.call("setDark", appearance == "dark");
@@ -129,7 +128,7 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
     dw.model().selectExtraCopies();
     s.call("showPage", "duplicates");
     s.shoot("duplicates-selected");
-    qobject_cast<DuplicateListModel*>(dw.duplicates())->selectNone();
+    dw.duplicates()->selectNone();
 
     s.call("showPage", "review");
     for (int step = 0; step < 3; ++step) {
@@ -145,7 +144,7 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
     // The confirmation of every cache, listed short and then whole.
     s.set("forcedSheet", "");
     s.call("showPage", "review");
-    auto* caches = qobject_cast<FindingListModel*>(dw.caches());
+    FindingListModel* caches = dw.caches();
     caches->selectAll();
     caches->requestMove();
     s.set("forcedSheet", "confirm");
@@ -156,41 +155,36 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
 
     // The same sheet while the caches move and once they have: pictures drawn from the core's
     // texts for this list. Nothing moves to take them.
-    auto* items = qobject_cast<ConfirmListModel*>(dw.confirmItems());
-    const int total = items->rowCount();
+    MoveSheet* moves = dw.moves();
+    const int total = moves->count();
     if (total > 0) {
       const int done = total / 3;
-      const QString current =
-          items->data(items->index(done), ConfirmListModel::NameRole).toString();
-      const QString progress =
-          QString::fromStdString(pagetexts::progressText(done, total)) + " · " + current;
-      QMetaObject::invokeMethod(
-          window.root, "setConfirmPreview", Q_ARG(QVariant, "moving"), Q_ARG(QVariant, progress),
-          Q_ARG(QVariant, static_cast<double>(done) / total), Q_ARG(QVariant, QString()));
+      const auto& item = dw.model().moves().items()[static_cast<size_t>(done)];
+      moves->showPicture(
+          MoveSheet::Picture{MoveSheet::Stage::Moving,
+                             QString::fromStdString(texts::progressLine(done, total, item.name)),
+                             static_cast<double>(done) / total,
+                             {}});
       s.shoot("sheet-confirm-moving");
       Clearing::Outcome outcome;
-      outcome.movedBytes = items->totalBytes();
-      QMetaObject::invokeMethod(
-          window.root, "setConfirmPreview", Q_ARG(QVariant, "done"), Q_ARG(QVariant, QString()),
-          Q_ARG(QVariant, 1.0),
-          Q_ARG(QVariant, QString::fromStdString(Clearing::completionMessage(outcome))));
+      outcome.movedBytes = dw.model().moves().bytes();
+      moves->showPicture(MoveSheet::Picture{
+          MoveSheet::Stage::Done, {}, 1.0, QString::fromStdString(texts::clearMessage(outcome))});
       s.shoot("sheet-confirm-done");
-      QMetaObject::invokeMethod(window.root, "setConfirmPreview", Q_ARG(QVariant, ""),
-                                Q_ARG(QVariant, QString()), Q_ARG(QVariant, 0.0),
-                                Q_ARG(QVariant, QString()));
+      moves->showPicture(std::nullopt);
     }
-    dw.cancelConfirm();
+    moves->cancel();
 
     // The Uninstaller's confirmation, of the largest app that may go.
-    auto* apps = qobject_cast<AppListModel*>(dw.apps());
+    AppListModel* apps = dw.apps();
     for (int row = 0; row < apps->rowCount(); ++row) {
       apps->choose(row);
       if (!apps->canUninstall()) continue;
       s.call("showPage", "apps");
-      dw.requestUninstall();
+      apps->requestMove();
       s.set("forcedSheet", "confirm");
       s.shoot("sheet-uninstall");
-      dw.cancelConfirm();
+      dw.moves()->cancel();
       break;
     }
     apps->choose(0);
@@ -203,8 +197,8 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
       if (unread.size() < 2) unread.push_back(location.display);
     }
     if (!unread.empty()) {  // a layout with no leftover locations has no such notice
-      s.set("previewNotice", QString::fromStdString(pagetexts::unreadLeftoversNotice(
-                                 unread, platform::hasFullDiskAccessSetting())));
+      s.set("previewNotice",
+            QString::fromStdString(texts::scan::unreadNotice(unread, dw.model().wording())));
       s.call("showPage", "leftovers");
       s.shoot("leftovers-unread-notice");
       s.set("previewNotice", QString());

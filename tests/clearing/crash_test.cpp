@@ -90,7 +90,7 @@ struct CrashTest : ::testing::Test {
       ASSERT_EQ(entries.size(), 1u);
       EXPECT_FALSE(entries[0].putBackAt);
       EXPECT_EQ(readFile(entries[0].trashPath), "frames");
-      EXPECT_EQ(ClearedLog::statusText(entries[0]), "In the Trash");
+      EXPECT_EQ(ClearedLog::status(entries[0]), ClearedLog::Status::inTrash);
     }
   }
 

@@ -92,5 +92,22 @@ TEST(Notes, WhySafeAndCacheExplanations) {
           {agent, f(cache, "Updater", "~/Library/LaunchAgents/com.x.agent.plist")}}});
 }
 
+TEST(Notes, BadgeTonesLocksAndLastUsed) {
+  Finding item;
+  item.name = "Chrome";
+  item.removable = true;
+  EXPECT_EQ(notes::badgeTone(item), notes::BadgeTone::safe);
+  item.kind = Finding::Kind::leftover;
+  EXPECT_EQ(notes::toneName(notes::badgeTone(item)), "review");
+  EXPECT_EQ(notes::lastUsedText(item), "Unknown");
+  item.removable = false;
+  item.note = "Quit Chrome to clear its cache.";
+  EXPECT_EQ(notes::badge(item), "Quit Chrome first");
+  EXPECT_FALSE(notes::showsLock(item));  // it waits for Chrome; no lock
+  item.note = "Shown only. Files on the Desktop stay.";
+  EXPECT_TRUE(notes::showsLock(item));
+  EXPECT_EQ(notes::badgeTone(item), notes::BadgeTone::neutral);
+}
+
 }  // namespace
 }  // namespace dw

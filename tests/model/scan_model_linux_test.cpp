@@ -23,8 +23,8 @@ TEST(ScanModelLinux, TheScanNamesTheProgramHoldingACacheOpenAndLeavesItUnchosen)
 
   std::vector<std::string> areas;
   auto scanned = [&] {
-    return ScanModel::runScanPipeline(places, workspace, {},
-                                      [&](const std::string& a) { areas.push_back(a); });
+    return ScanFlow::runPipeline(places, workspace, {},
+                                 [&](const std::string& a) { areas.push_back(a); });
   };
   // The program holds the file from its start; its own name shows once it runs.
   ASSERT_TRUE(test::eventually(
@@ -34,7 +34,7 @@ TEST(ScanModelLinux, TheScanNamesTheProgramHoldingACacheOpenAndLeavesItUnchosen)
                result.findings[0].note.find("yarnish") != std::string::npos;
       },
       5s));
-  ScanModel::ScanResult result = scanned();
+  ScanFlow::Result result = scanned();
   ASSERT_EQ(result.findings.size(), 2u);
   EXPECT_EQ(result.findings[0].name, "Yarn cache");
   EXPECT_EQ(result.findings[0].note, "In use by yarnish. Quit it before clearing this cache.");

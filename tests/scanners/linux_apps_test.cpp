@@ -9,7 +9,6 @@
 #include <filesystem>
 
 #include "clearing/uninstalling.h"
-#include "findings/page_texts.h"
 #include "platform/desktop_entry.h"
 #include "scanners/app_bundles.h"
 #include "scanners/leftovers/leftover_scanner.h"
@@ -164,9 +163,6 @@ TEST(LinuxApps, AnUnreadableVarAppIsReportedWithThePermissionsText) {
   });
   ::chmod(b.inRoot("var/lib/flatpak/app").c_str(), 0755);
   EXPECT_EQ(*hidden, b.inRoot("var/lib/flatpak/app") + ";-");
-  EXPECT_EQ(pagetexts::unreadLeftoversNotice({"~/.var/app"}, false),
-            "Some leftover folders could not be read (~/.var/app). Check their permissions: "
-            "your user needs to read them for a complete scan.");
 }
 
 TEST(LinuxApps, DesktopEntriesAndTheProgramsTheyStart) {

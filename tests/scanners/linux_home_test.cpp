@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "findings/page_texts.h"
+#include "findings/folder_names.h"
 #include "platform/open_files.h"
 #include "scanners/caches/cache_scanner.h"
 #include "scanners/duplicates/duplicate_scanner.h"
@@ -242,7 +242,7 @@ TEST(LinuxHome, TheUserFoldersOfUserDirsAreSearchedAndNamedInTheTexts) {
   b.sparseFile(b.inHome("Videos/english.mkv"), 3 * k200MB);     // not the user's videos folder
   b.sparseFile(b.inHome("Downloads/english.iso"), 3 * k200MB);  // nor downloads
   Locations places = b.locations();
-  EXPECT_EQ(pagetexts::folderNames(places).movies, "Vidéos");
+  EXPECT_EQ(folderNames(places).movies, "Vidéos");
 
   Findings files = LargeFilesScanner::scan(places, {});
   ASSERT_EQ(files.size(), 2u);

@@ -16,13 +16,14 @@
 #include <set>
 
 #include "base/uuid.h"
+#include "bridge/date_text.h"
 #include "clearing/cleared_log.h"
-#include "findings/dashboard.h"
 #include "findings/size_text.h"
 #include "platform/defaults.h"
 #include "platform/desktop.h"
 #include "support/home_builder.h"
 #include "support/temp_dir.h"
+#include "texts/overview.h"
 #include "ui_driver.h"
 
 namespace dw {
@@ -178,7 +179,7 @@ TEST_F(AppUiTest, SelectAllThenTheSheetMovesExactlyThePageToTheTrash) {
     EXPECT_EQ(ui.text("confirm.more"), "2 more");
     EXPECT_EQ(ui.text("confirm.showAll"), "Show all 8 items");
     ui.key(key);
-    EXPECT_FALSE(ui.bridge().confirm());
+    EXPECT_FALSE(ui.bridge().model().confirm());
     EXPECT_FALSE(ui.shows("confirm.title"));
   }
   for (const auto& c : caches)
@@ -278,7 +279,7 @@ TEST_F(AppUiTest, OverviewCardsAndRecentlyClearedWithPutBack) {
   // The storage bar as the core words it. This system reports no space it holds back, so the
   // bar, its legend and its summary leave held space out.
   const auto amounts =
-      dashboard::storageAmounts(ui.bridge().model().volume(), ui.bridge().model().caches());
+      texts::overview::storageAmounts(ui.bridge().model().volume(), ui.bridge().model().caches());
   EXPECT_EQ(ui.text("storage.summary").toStdString(),
             sizeText(amounts.used) + " used, " + sizeText(amounts.ready) + " ready to clear, " +
                 sizeText(amounts.free) + " free");
@@ -306,7 +307,7 @@ TEST_F(AppUiTest, OverviewCardsAndRecentlyClearedWithPutBack) {
   auto clear = [&](std::set<std::string> ids) {
     model.select(std::move(ids));
     model.requestConfirm(ScanModel::ConfirmScope::caches);
-    ui.bridge().confirmMove();
+    ui.bridge().moves()->move();
     ASSERT_TRUE(ui.waitFor([&] { return !ui.bridge().clearing(); }));
     ui.click("confirm.done");
   };
@@ -396,10 +397,10 @@ TEST(ClearedDates, TodayThisYearAndEarlier) {
     return TimePoint(std::chrono::milliseconds(t.toMSecsSinceEpoch()));
   };
   TimePoint now = at(noon);
-  EXPECT_TRUE(ui::AppBridge::dateText(at(noon.addSecs(-3600)), now).startsWith("Today, 11"));
-  EXPECT_EQ(ui::AppBridge::dateText(at(QDateTime(QDate(2026, 3, 4), QTime(9, 0))), now),
+  EXPECT_TRUE(ui::localDateText(at(noon.addSecs(-3600)), now).startsWith("Today, 11"));
+  EXPECT_EQ(ui::localDateText(at(QDateTime(QDate(2026, 3, 4), QTime(9, 0))), now),
             QLocale().toString(QDate(2026, 3, 4), "MMM d"));
-  EXPECT_EQ(ui::AppBridge::dateText(at(QDateTime(QDate(2024, 3, 4), QTime(9, 0))), now),
+  EXPECT_EQ(ui::localDateText(at(QDateTime(QDate(2024, 3, 4), QTime(9, 0))), now),
             QLocale().toString(QDate(2024, 3, 4), "MMM d, yyyy"));
 }
 

@@ -5,7 +5,7 @@
 #include <array>
 
 #include "base/paths.h"
-#include "findings/page_texts.h"
+#include "findings/folder_names.h"
 #include "measure/disk_sizer.h"
 #include "measure/project_folders.h"
 #include "platform/own_ground.h"
@@ -54,7 +54,7 @@ bool passesFoldersBelow(const std::string& file, const std::string& base) {
 
 std::vector<Finding> scan(const Locations& places, std::stop_token stop) {
   std::vector<Finding> findings;
-  const pagetexts::FolderNames names = pagetexts::folderNames(places);
+  const FolderNames names = folderNames(places);
   for (const Folder& folder : kFolders) {
     const std::string& root = places.*folder.path;
     if (root.empty()) continue;
@@ -68,7 +68,7 @@ std::vector<Finding> scan(const Locations& places, std::stop_token stop) {
       f.path = paths::tilde(file.path, places.home);
       f.bytes = file.bytes;
       // Each folder goes by its own name on Linux ("Videos", or the user's language).
-      f.note = pagetexts::namingFolders(folder.note, names);
+      f.note = namingFolders(folder.note, names);
       f.kind = Finding::Kind::file;
       f.suggested = false;
       f.removable = folder.selectable && isAllowedLocation(file.path, places);

@@ -1,69 +1,17 @@
 #include "bridge/app_bridge.h"
 
-#include "bridge/date_text.h"
-
-#include <QFileInfo>
-
-#include <algorithm>
-#include <cstdlib>
-
 #include <QDateTime>
-#include <QLocale>
 
 #include "base/time.h"
+#include "bridge/date_text.h"
 #include "clearing/cleared_groups.h"
-#include "findings/dashboard.h"
-#include "findings/page_texts.h"
 #include "findings/size_text.h"
 #include "platform/desktop.h"
-#include "scanners/uninstaller/app_uninstaller.h"
+#include "texts/cleared.h"
+#include "texts/overview.h"
+#include "texts/scan.h"
 
 namespace dw::ui {
-
-namespace {
-QString q(std::string_view text) {
-  return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-}  // namespace
-
-// ---- ConfirmListModel -----------------------------------------------------------------------
-
-int ConfirmListModel::rowCount(const QModelIndex& parent) const {
-  return parent.isValid() ? 0 : static_cast<int>(items_.size());
-}
-
-QVariant ConfirmListModel::data(const QModelIndex& index, int role) const {
-  if (!index.isValid() || index.row() >= rowCount()) return {};
-  const Entry& e = items_[static_cast<size_t>(index.row())];
-  switch (role) {
-    case NameRole:
-      return e.name;
-    case SizeTextRole:
-      return e.sized ? QString::fromStdString(sizeText(e.bytes)) : QString();
-    case KindWordRole:
-      return e.kindWord;
-  }
-  return {};
-}
-
-QHash<int, QByteArray> ConfirmListModel::roleNames() const {
-  return {{NameRole, "name"}, {SizeTextRole, "sizeText"}, {KindWordRole, "kindWord"}};
-}
-
-std::int64_t ConfirmListModel::totalBytes() const {
-  std::int64_t bytes = 0;
-  for (const auto& e : items_)
-    bytes += e.bytes;
-  return bytes;
-}
-
-void ConfirmListModel::reset(std::vector<Entry> items) {
-  beginResetModel();
-  items_ = std::move(items);
-  endResetModel();
-}
-
-// ---- AppBridge ------------------------------------------------------------------------------
 
 AppBridge::AppBridge(Locations places, QObject* parent)
     : QObject(parent),
@@ -76,7 +24,8 @@ AppBridge::AppBridge(Locations places, QObject* parent)
       files_(std::make_unique<FindingListModel>(*model_, Finding::Kind::file)),
       duplicates_(std::make_unique<DuplicateListModel>(*model_)),
       spaceMap_(std::make_unique<SpaceMapModel>(*model_)),
-      apps_(std::make_unique<AppListModel>(*model_)) {
+      apps_(std::make_unique<AppListModel>(*model_)),
+      moves_(std::make_unique<MoveSheet>(*model_)) {
   model_->addObserver([this](ScanModel::Field field) { fieldChanged(field); });
   clock_.setInterval(30'000);
   connect(&clock_, &QTimer::timeout, this, &AppBridge::scannedTextChanged);
@@ -93,20 +42,16 @@ void AppBridge::fieldChanged(ScanModel::Field field) {
   duplicates_->modelChanged(field);
   spaceMap_->modelChanged(field);
   apps_->modelChanged(field);
+  moves_->modelChanged(field);
   switch (field) {
     case F::phase:
-      if (!clearing()) stopping_ = false;
       emit phaseChanged();
-      emit progressChanged();
       emit dashboardChanged();
-      // An uninstall that ended leaves its confirmation (the sheet shows the outcome now).
-      if (!clearing() && confirmingUninstall_) {
-        confirmingUninstall_ = false;
-        emit confirmChanged();
-      }
       break;
     case F::volume:
     case F::volumeName:
+    case F::caches:
+    case F::duplicateGroups:
       emit dashboardChanged();
       break;
     case F::lastScannedAt:
@@ -117,25 +62,6 @@ void AppBridge::fieldChanged(ScanModel::Field field) {
       break;
     case F::message:
       emit messageChanged();
-      break;
-    case F::confirm:
-    case F::confirmScope:
-    case F::selected:
-    case F::caches:
-    case F::duplicateSelected:
-    case F::duplicateGroups:
-      if (field == F::caches || field == F::duplicateGroups) emit dashboardChanged();
-      // The sheet lists what the clear would move now; while it moves, the list stands.
-      if (model_->confirm() && !clearing()) {
-        confirmItems_.reset(pendingEntries());
-      }
-      emit confirmChanged();
-      break;
-    case F::progress:
-      emit progressChanged();
-      break;
-    case F::offerRecentlyCleared:
-      emit offerRecentlyClearedChanged();
       break;
     case F::unreadLeftoverLocations:
       emit unreadNoticeChanged();
@@ -173,10 +99,12 @@ bool AppBridge::clearing() const {
   return model_->phase().kind() == ScanModel::Phase::Kind::clearing;
 }
 
+QString AppBridge::failureText() const {
+  return QString::fromStdString(model_->phase().text());
+}
+
 QString AppBridge::scannedText() const {
-  const auto& at = model_->lastScannedAt();
-  if (!at) return "Not scanned yet";
-  return QString::fromStdString("Scanned " + timefmt::relativeText(*at, Clock::now()));
+  return QString::fromStdString(texts::scan::scannedText(model_->lastScannedAt(), Clock::now()));
 }
 
 QString AppBridge::scanArea() const {
@@ -187,102 +115,23 @@ QString AppBridge::message() const {
   return QString::fromStdString(model_->message());
 }
 
-QString AppBridge::confirmTitle() const {
-  if (confirmingUninstall_ && model_->uninstallTarget()) {
-    const auto& app = *model_->uninstallTarget();
-    return QString::fromStdString(
-        pagetexts::uninstallTitle(app.name, static_cast<std::int64_t>(app.related.size())));
-  }
-  return QString::fromStdString(pagetexts::confirmTitle(confirmItems_.rowCount()));
-}
-
-QString AppBridge::confirmSize() const {
-  if (confirmingUninstall_ && model_->uninstallTarget()) {
-    return QString::fromStdString(sizeText(AppUninstaller::totalBytes(*model_->uninstallTarget())));
-  }
-  return QString::fromStdString(sizeText(confirmItems_.totalBytes()));
-}
-
-std::vector<ConfirmListModel::Entry> AppBridge::pendingEntries() const {
-  std::vector<ConfirmListModel::Entry> entries;
-  if (model_->confirmScope() == ScanModel::ConfirmScope::duplicates) {
-    for (const auto& group : model_->duplicateGroups()) {
-      for (const auto& file : group.files) {
-        if (!model_->duplicateSelected().count(file.path)) continue;
-        entries.push_back({QFileInfo(QString::fromStdString(file.path)).fileName(), file.bytes,
-                           QStringLiteral("extra copy")});
-      }
-    }
-    return entries;
-  }
-  for (const auto& f : model_->itemsToClear(model_->confirmScope())) {
-    entries.push_back({QString::fromStdString(f.name), f.bytes,
-                       QString::fromStdString(pagetexts::kindWord(f.kind))});
-  }
-  return entries;
-}
-
-QString AppBridge::progressText() const {
-  const auto& p = model_->progress();
-  return p ? QString::fromStdString(pagetexts::progressText(p->done, p->total)) : QString();
-}
-
-QString AppBridge::progressCurrent() const {
-  const auto& p = model_->progress();
-  return p ? QString::fromStdString(p->current) : QString();
-}
-
-double AppBridge::progressFraction() const {
-  const auto& p = model_->progress();
-  return p && p->total > 0 ? static_cast<double>(p->done) / p->total : 0.0;
-}
-
 QString AppBridge::unreadNotice() const {
   const auto& unread = model_->unreadLeftoverLocations();
   if (unread.empty()) return {};
-  return QString::fromStdString(
-      pagetexts::unreadLeftoversNotice(unread, platform::hasFullDiskAccessSetting()));
+  return QString::fromStdString(texts::scan::unreadNotice(unread, model_->wording()));
 }
 
 bool AppBridge::fullDiskAccessSetting() const {
-  return platform::hasFullDiskAccessSetting();
+  return model_->wording().fullDiskAccessSetting;
 }
 
 QString AppBridge::revealTitle() const {
-  return q(platform::revealActionTitle());
+  return QString::fromStdString(model_->wording().revealTitle);
 }
 
 QString AppBridge::versionLine() const {
   // "Dustwhale <version> (<build>)"; this build carries no build number, shown as "—".
   return QStringLiteral("Dustwhale " DUSTWHALE_VERSION " (—)");
-}
-
-QString AppBridge::confirmPutBackLine() const {
-  return q(pagetexts::kConfirmPutBackLine);
-}
-QString AppBridge::confirmEmptyLine() const {
-  return q(pagetexts::kConfirmEmptyLine);
-}
-QString AppBridge::confirmKeysHint() const {
-  return q(pagetexts::kConfirmKeysHint);
-}
-
-int AppBridge::confirmListed() const {
-  return pagetexts::kConfirmListed;
-}
-QString AppBridge::confirmShowAllText() const {
-  return QString::fromStdString(pagetexts::showAllText(confirmItems_.rowCount()));
-}
-QString AppBridge::confirmMoreText() const {
-  int notListed = std::max(0, confirmItems_.rowCount() - pagetexts::kConfirmListed);
-  return QString::fromStdString(pagetexts::moreText(notListed));
-}
-QString AppBridge::stoppingText() const {
-  return q(pagetexts::kStoppingText);
-}
-
-QString AppBridge::dateText(TimePoint when, TimePoint now) {
-  return localDateText(when, now);
 }
 
 void AppBridge::setClock(std::function<TimePoint()> now) {
@@ -296,48 +145,44 @@ QVariantList AppBridge::clearedGroups() const {
   for (const auto& group : ClearedLog::groupBySession(model_->clearedEntries())) {
     QVariantList entries;
     for (const auto& e : group.entries) {
-      int status = ClearedLog::status(e);
-      QString statusText;
-      if (status == 1) {
-        statusText =
-            e.putBackAt
-                ? "Put back " +
-                      localShortTime(
-                          QDateTime::fromSecsSinceEpoch(Clock::to_time_t(*e.putBackAt)).time())
-                : QString("Already put back");
-      } else if (status == 2) {
-        statusText = "Trash emptied";
-      }
-      entries.append(QVariantMap{{"id", QString::fromStdString(e.id)},
-                                 {"name", QString::fromStdString(e.name)},
-                                 {"from", QString::fromStdString(e.originalPath)},
-                                 {"sizeText", QString::fromStdString(sizeText(e.bytes))},
-                                 {"statusText", statusText},
-                                 {"canPutBack", status == 0}});
+      ClearedLog::Status status = ClearedLog::status(e);
+      std::string putBackAt =
+          e.putBackAt
+              ? localShortTime(QDateTime::fromSecsSinceEpoch(Clock::to_time_t(*e.putBackAt)).time())
+                    .toStdString()
+              : std::string();
+      entries.append(QVariantMap{
+          {"id", QString::fromStdString(e.id)},
+          {"name", QString::fromStdString(e.name)},
+          {"from", QString::fromStdString(e.originalPath)},
+          {"sizeText", QString::fromStdString(sizeText(e.bytes))},
+          {"statusText", QString::fromStdString(texts::cleared::rowStatus(status, putBackAt))},
+          {"canPutBack", status == ClearedLog::Status::inTrash}});
     }
-    QString date = dateText(group.latest, now);
+    QString date = localDateText(group.latest, now);
     groups.append(QVariantMap{
         {"dateText", date},
-        {"header", date + " · " +
-                       QString::fromStdString(
-                           countNoun(static_cast<std::int64_t>(group.entries.size()), "item") +
-                           " · " + sizeText(group.bytes))},
+        {"header",
+         QString::fromStdString(texts::cleared::groupHeader(
+             date.toStdString(), static_cast<std::int64_t>(group.entries.size()), group.bytes))},
         {"entries", entries}});
   }
   return groups;
 }
 
-QString AppBridge::failureText() const {
-  return QString::fromStdString(model_->phase().text());
+QString AppBridge::clearedTitle() const {
+  return QString::fromStdString(
+      texts::cleared::title(texts::cleared::bytesInTrash(model_->clearedEntries())));
 }
 
 QVariantMap AppBridge::storage() const {
-  dashboard::StorageAmounts a = dashboard::storageAmounts(model_->volume(), model_->caches());
+  namespace overview = texts::overview;
+  overview::StorageAmounts a = overview::storageAmounts(model_->volume(), model_->caches());
   auto part = [&](std::int64_t bytes) {
     return a.total > 0 ? static_cast<double>(bytes) / static_cast<double>(a.total) : 0.0;
   };
   QVariantList legend;
-  for (const auto& s : dashboard::storageLegend(a)) {
+  for (const auto& s : overview::storageLegend(a)) {
     legend.append(QVariantMap{{"part", QString::fromStdString(s.part)},
                               {"label", QString::fromStdString(s.label)}});
   }
@@ -346,30 +191,25 @@ QVariantMap AppBridge::storage() const {
       {"ready", part(a.ready)},
       {"held", part(a.held)},
       {"free", part(a.free)},
-      {"totalText", QString::fromStdString(sizeText(a.total) + " total")},
-      {"summary", QString::fromStdString(dashboard::storageSummary(a))},
-      {"explanation", QString::fromStdString(dashboard::storageExplanation(a))},
+      {"totalText", QString::fromStdString(overview::totalText(a))},
+      {"summary", QString::fromStdString(overview::storageSummary(a))},
+      {"explanation", QString::fromStdString(overview::storageExplanation(a))},
       {"legend", legend},
-      {"readyHeading", QString::fromStdString(dashboard::readyHeading(a.ready))},
-      {"readyLine", QString::fromUtf8(dashboard::kReadyLine)},
-      {"reviewTitle", QString::fromStdString(dashboard::reviewButton(a.ready))},
+      {"readyHeading", QString::fromStdString(overview::readyHeading(a.ready))},
+      {"readyLine", QString::fromUtf8(overview::kReadyLine)},
+      {"reviewTitle", QString::fromStdString(overview::reviewButton(a.ready))},
   };
 }
 
 QVariantList AppBridge::cards() const {
-  std::optional<std::int64_t> files;
-  std::int64_t bytes = 0;
-  if (!model_->duplicateGroups().empty()) {
-    files = 0;
-    for (const auto& g : model_->duplicateGroups()) {
-      auto extra = static_cast<std::int64_t>(g.files.size()) - 1;
-      *files += extra;
-      bytes += extra * g.bytes;
-    }
+  std::optional<texts::overview::ExtraCopies> copies;
+  const DuplicateFlow& duplicates = model_->duplicates();
+  if (!duplicates.groups().empty()) {
+    copies = texts::overview::ExtraCopies{duplicates.extraCopies(), duplicates.extraBytes()};
   }
   QVariantList out;
-  for (const auto& c : dashboard::cards(model_->caches(), scanning(), files, bytes,
-                                        pagetexts::folderNames(model_->places()))) {
+  for (const auto& c :
+       texts::overview::cards(model_->caches(), scanning(), copies, model_->wording())) {
     out.append(QVariantMap{{"title", QString::fromStdString(c.title)},
                            {"symbol", QString::fromStdString(c.symbol)},
                            {"value", QString::fromStdString(c.value)},
@@ -379,14 +219,6 @@ QVariantList AppBridge::cards() const {
                            {"page", QString::fromStdString(c.page)}});
   }
   return out;
-}
-
-QString AppBridge::clearedTitle() const {
-  std::int64_t bytes = 0;
-  for (const auto& e : model_->clearedEntries()) {
-    if (ClearedLog::status(e) == 0) bytes += e.bytes;
-  }
-  return QString::fromStdString(sizeText(bytes) + " moved to the Trash");
 }
 
 void AppBridge::openTrash() {
@@ -408,7 +240,7 @@ void AppBridge::openUrl(const QString& url) {
 }
 
 void AppBridge::firstAppearance() {
-  if (std::getenv("XCTestConfigurationFilePath")) return;
+  if (FlowContext::underTestHost()) return;
   model_->scan();
   model_->reloadCleared();
 }
@@ -419,63 +251,6 @@ void AppBridge::scan() {
 
 void AppBridge::reloadCleared() {
   model_->reloadCleared();
-}
-
-void AppBridge::requestConfirm(const QString& scope) {
-  if (scope == "caches") model_->requestConfirm(ScanModel::ConfirmScope::caches);
-  if (scope == "leftovers") model_->requestConfirm(ScanModel::ConfirmScope::leftovers);
-  if (scope == "files") model_->requestConfirm(ScanModel::ConfirmScope::files);
-  if (scope == "duplicates") model_->requestConfirm(ScanModel::ConfirmScope::duplicates);
-}
-
-void AppBridge::requestUninstall() {
-  const auto* app = apps_->currentApp();
-  if (!app || clearing()) return;
-  model_->setUninstallTarget(*app);
-  std::vector<ConfirmListModel::Entry> entries;
-  entries.push_back(
-      {QString::fromStdString(app->name), app->bundleBytes, q(pagetexts::kAppKindWord)});
-  for (size_t i = 0; i < app->related.size(); ++i) {
-    std::optional<std::int64_t> bytes = AppUninstaller::relatedSize(*app, i);
-    entries.push_back({apps_->itemName(app->related[i]), bytes.value_or(0),
-                       q(pagetexts::kAppDataKindWord), bytes.has_value()});
-  }
-  confirmItems_.reset(std::move(entries));
-  confirmingUninstall_ = true;
-  emit confirmChanged();
-}
-
-void AppBridge::confirmMove() {
-  if (confirmingUninstall_) {
-    model_->uninstall();
-    // Refused (it was opened meanwhile, say): the reason is in the status line.
-    if (!clearing()) {
-      confirmingUninstall_ = false;
-      emit confirmChanged();
-    }
-    return;
-  }
-  if (model_->confirmScope() == ScanModel::ConfirmScope::duplicates) {
-    model_->clearDuplicates();
-    return;
-  }
-  model_->clearSelected();
-}
-
-void AppBridge::cancelConfirm() {
-  if (clearing()) {
-    stopping_ = true;
-    model_->stopClearing();
-    emit progressChanged();
-    return;
-  }
-  if (confirmingUninstall_) {
-    confirmingUninstall_ = false;
-    model_->setUninstallTarget(std::nullopt);
-    emit confirmChanged();
-    return;
-  }
-  model_->dismissConfirm();
 }
 
 void AppBridge::closeFullDiskAccessPrompt(bool openSettings) {
@@ -489,7 +264,7 @@ void AppBridge::openFullDiskAccessSettings() {
 }
 
 void AppBridge::finishOnboarding(bool openSettings) {
-  gate_.finish(openSettings && platform::hasFullDiskAccessSetting()
+  gate_.finish(openSettings && fullDiskAccessSetting()
                    ? std::function<void()>([] { platform::openFullDiskAccessSettings(); })
                    : std::function<void()>());
   emit onboardingPresentedChanged();

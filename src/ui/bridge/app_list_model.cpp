@@ -4,12 +4,18 @@
 
 #include "base/paths.h"
 #include "bridge/date_text.h"
-#include "findings/page_texts.h"
 #include "findings/size_text.h"
 #include "platform/desktop.h"
 #include "scanners/uninstaller/app_uninstaller.h"
+#include "texts/apps.h"
 
 namespace dw::ui {
+
+namespace {
+QString q(std::string_view text) {
+  return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+}  // namespace
 
 AppListModel::AppListModel(ScanModel& model, QObject* parent)
     : QAbstractListModel(parent), model_(model) {
@@ -68,8 +74,7 @@ QVariant AppListModel::data(const QModelIndex& index, int role) const {
     case SizeTextRole:
       return QString::fromStdString(sizeText(AppUninstaller::totalBytes(app)));
     case DetailRole:
-      return QString::fromStdString("App " + sizeText(app.bundleBytes) + " · related " +
-                                    sizeText(app.relatedBytes));
+      return QString::fromStdString(texts::apps::sizesLine(app));
     case RowTextRole:
       return QString::fromStdString(needsAdmin ? AppUninstaller::stayedForAdministratorRow()
                                                : AppUninstaller::rowText(app));
@@ -111,26 +116,21 @@ const AppUninstaller::AppRecord* AppListModel::currentApp() const {
 
 QString AppListModel::title() const {
   return QString::fromStdString(
-      pagetexts::appsTitle(static_cast<std::int64_t>(model_.installedApps().size())));
+      texts::apps::title(static_cast<std::int64_t>(model_.installedApps().size())));
 }
 
 QString AppListModel::detail() const {
-  std::string_view text = model_.places().layout == Locations::Layout::linux
-                              ? pagetexts::kLinuxAppsDetail
-                              : pagetexts::kAppsDetail;
-  return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+  return q(texts::apps::detail(model_.wording()));
 }
 
 QString AppListModel::currentItemsHeading() const {
   auto* app = currentApp();
-  std::string_view text = app && AppUninstaller::removedWithSoftwareManager(*app)
-                              ? pagetexts::kAppItemsStay
-                              : pagetexts::kAppItemsMove;
-  return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+  return q(texts::apps::itemsHeading(app && AppUninstaller::removedWithSoftwareManager(*app)));
 }
 
 QString AppListModel::lastUsedText(const AppUninstaller::AppRecord& app, TimePoint now) {
-  return "Last used " + (app.lastUsed ? localDateText(*app.lastUsed, now) : QString("—"));
+  return QString::fromStdString(texts::apps::lastUsedLine(
+      app.lastUsed ? localDateText(*app.lastUsed, now).toStdString() : std::string()));
 }
 
 QString AppListModel::currentName() const {
@@ -138,23 +138,12 @@ QString AppListModel::currentName() const {
   return app ? QString::fromStdString(app->name) : QString();
 }
 
-QString AppListModel::itemName(const std::string& path) const {
-  const std::string& library = model_.places().library;
-  if (path.size() > library.size() + 1 && path.starts_with(library + "/")) {
-    return QString::fromStdString(path.substr(library.size() + 1));
-  }
-  return QString::fromStdString(std::string(paths::lastComponent(path)));
-}
-
 QVariantList AppListModel::currentItems() const {
   QVariantList out;
   auto* app = currentApp();
   if (!app) return out;
-  const std::string& home = model_.places().home;
   auto place = [&](const std::string& path) {
-    std::string folder(paths::parent(path));
-    if (folder == home || folder.starts_with(home + "/")) folder = "~" + folder.substr(home.size());
-    return QString::fromStdString(folder);
+    return QString::fromStdString(texts::apps::itemPlace(path, model_.places()));
   };
   auto name = [](const std::string& path) {
     return QString::fromStdString(std::string(paths::lastComponent(path)));
@@ -198,6 +187,13 @@ void AppListModel::choose(int row) {
   if (before >= 0) emit dataChanged(index(before), index(before), {CurrentRole});
   emit dataChanged(index(row), index(row), {CurrentRole});
   emit currentChanged();
+}
+
+void AppListModel::requestMove() {
+  const AppUninstaller::AppRecord* app = currentApp();
+  if (!app || model_.isClearRunning()) return;
+  model_.setUninstallTarget(*app);
+  model_.requestConfirm(ConfirmScope::app);
 }
 
 void AppListModel::reveal(int row) {

@@ -56,9 +56,6 @@ class AppListModel : public QAbstractListModel {
   QString currentName() const;
   // The bundle and then its related items: name and place (the folder, the home shown as "~").
   QVariantList currentItems() const;
-  // An item's name in the confirmation: a related item under the Library folder it is in
-  // ("Caches/com.example.foo"), since several carry the same name.
-  QString itemName(const std::string& path) const;
   QString currentSize() const;
   bool canUninstall() const;
   // The chosen app, if any.
@@ -68,6 +65,8 @@ class AppListModel : public QAbstractListModel {
 
   Q_INVOKABLE void refresh();
   Q_INVOKABLE void choose(int row);
+  // "Uninstall…": the question of the chosen app with its data.
+  Q_INVOKABLE void requestMove();
   // Shows the app of this row in the file manager.
   Q_INVOKABLE void reveal(int row);
 

@@ -4,35 +4,15 @@
 #include <QFileInfo>
 #include <QLocale>
 
-#include "findings/page_texts.h"
 #include "findings/size_text.h"
 #include "platform/desktop.h"
+#include "texts/duplicates.h"
 
 namespace dw::ui {
 
 namespace {
 using DuplicateScanner::Scope;
-
-constexpr std::string_view kSummaryDetail =
-    "Extra copies in Downloads, Movies, Music, and Pictures. The newest copy stays unless you "
-    "pick another. Savings are up to — copies on APFS may share storage, so moving one to the "
-    "Trash can free less.";
-constexpr std::string_view kKeptNewest = "Newest copy. This one stays.";
-constexpr std::string_view kKeptPicked = "One copy stays so you still have the file.";
-constexpr std::string_view kExtraNote =
-    "Extra copy. Moving it to the Trash leaves one copy in place.";
-constexpr std::string_view kExtraWhySafe =
-    "This matches another file byte for byte. Savings are up to the size shown, because copies "
-    "on APFS may share storage.";
-
-// No APFS on Linux: copies that share storage there (reflinks) are said in general words.
-std::string forLayout(std::string_view text, const Locations& places) {
-  std::string out(text);
-  if (places.layout != Locations::Layout::linux) return out;
-  for (size_t at; (at = out.find(" on APFS")) != std::string::npos;)
-    out.erase(at, 8);
-  return out;
-}
+namespace copies = texts::duplicates;
 
 QString q(std::string_view text) {
   return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
@@ -112,12 +92,7 @@ const DuplicateScanner::FileRef& DuplicateListModel::fileAt(int row) const {
 }
 
 bool DuplicateListModel::isKept(int row) const {
-  const auto& group = groupAt(row);
-  auto kept = model_.duplicateKeepPath().find(group.hashHex);
-  // Until the model names one, the newest copy (the first) stays.
-  const std::string& keptPath =
-      kept == model_.duplicateKeepPath().end() ? group.files.front().path : kept->second;
-  return fileAt(row).path == keptPath;
+  return fileAt(row).path == model_.duplicates().keptPath(groupAt(row));
 }
 
 int DuplicateListModel::rowCount(const QModelIndex& parent) const {
@@ -136,14 +111,14 @@ QVariant DuplicateListModel::data(const QModelIndex& index, int role) const {
     case NameRole:
       return fileName(file.path);
     case NoteRole:
-      if (!kept) return q(kExtraNote);
-      return q(&file == &groupAt(row).files.front() ? kKeptNewest : kKeptPicked);
+      if (!kept) return q(copies::kExtraNote);
+      return q(&file == &groupAt(row).files.front() ? copies::kKeptNewest : copies::kKeptPicked);
     case SizeTextRole:
       return QString::fromStdString(sizeText(file.bytes));
     case BadgeRole:
-      return kept ? QStringLiteral("Kept") : QStringLiteral("Extra copy");
+      return q(copies::badge(kept));
     case BadgeKindRole:
-      return kept ? QStringLiteral("neutral") : QStringLiteral("review");
+      return q(copies::badgeTone(kept));
     case SelectedRole:
       return !kept && model_.duplicateSelected().count(file.path) > 0;
     case SelectableRole:
@@ -152,9 +127,10 @@ QVariant DuplicateListModel::data(const QModelIndex& index, int role) const {
     case KeptRole:
       return kept;
     case WhySafeRole:
-      return kept ? q(kKeptPicked) : q(forLayout(kExtraWhySafe, model_.places()));
+      return kept ? q(copies::kKeptPicked)
+                  : QString::fromStdString(copies::extraWhySafe(model_.wording()));
     case LastUsedRole: {
-      if (file.modified == DuplicateScanner::kDistantPast) return QStringLiteral("Unknown");
+      if (file.modified == DuplicateScanner::kDistantPast) return q(copies::kUnknownDate);
       auto ms =
           std::chrono::duration_cast<std::chrono::milliseconds>(file.modified.time_since_epoch())
               .count();
@@ -165,8 +141,7 @@ QVariant DuplicateListModel::data(const QModelIndex& index, int role) const {
     case GroupTitleRole: {
       const auto& group = groupAt(row);
       return QString::fromStdString(
-          countNoun(static_cast<std::int64_t>(group.files.size()), "identical copy") + " · " +
-          sizeText(group.bytes) + " each");
+          copies::groupTitle(static_cast<std::int64_t>(group.files.size()), group.bytes));
     }
   }
   return {};
@@ -198,20 +173,16 @@ int DuplicateListModel::totalCount() const {
 }
 
 QString DuplicateListModel::summaryTitle() const {
-  std::int64_t bytes = 0;
-  for (const auto& group : model_.duplicateGroups())
-    bytes += group.bytes * static_cast<std::int64_t>(group.files.size() - 1);
-  return QString::fromStdString("Up to " + sizeText(bytes) + " in " +
-                                countNoun(groupCount(), "duplicate group"));
+  return QString::fromStdString(
+      copies::summaryTitle(model_.duplicates().extraBytes(), groupCount()));
 }
 
 QString DuplicateListModel::summaryDetail() const {
-  return QString::fromStdString(pagetexts::namingFolders(forLayout(kSummaryDetail, model_.places()),
-                                                         pagetexts::folderNames(model_.places())));
+  return QString::fromStdString(copies::summaryDetail(model_.wording()));
 }
 
 QStringList DuplicateListModel::folderNames() const {
-  pagetexts::FolderNames names = pagetexts::folderNames(model_.places());
+  const FolderNames& names = model_.wording().folders;
   QStringList list;
   for (const std::string* name : {&names.downloads, &names.movies, &names.music, &names.pictures})
     list.append(QString::fromStdString(*name));
@@ -219,35 +190,26 @@ QStringList DuplicateListModel::folderNames() const {
 }
 
 QString DuplicateListModel::sectionTitle() const {
-  return QString::fromStdString(countNoun(groupCount(), "duplicate group"));
+  return QString::fromStdString(copies::sectionTitle(groupCount()));
 }
 
 QString DuplicateListModel::footerSummary() const {
-  std::int64_t bytes = 0, count = 0;
-  for (const auto& group : model_.duplicateGroups()) {
-    for (const auto& file : group.files) {
-      if (!model_.duplicateSelected().count(file.path)) continue;
-      bytes += file.bytes;
-      ++count;
-    }
-  }
-  return QString::fromStdString("Up to " + sizeText(bytes) + " selected · " +
-                                countNoun(count, "copy"));
+  return QString::fromStdString(copies::footerSummary(model_.duplicates().selectedBytes(),
+                                                      model_.duplicates().selectedCopies()));
 }
 
 QString DuplicateListModel::footerDetail() const {
-  return QStringLiteral("Goes to the Trash. You can put anything back.");
+  return q(copies::kFooterDetail);
 }
 
 QString DuplicateListModel::emptySymbol() const {
-  return QStringLiteral("square.on.square");
+  return q(copies::emptyState().symbol);
 }
 QString DuplicateListModel::emptyTitle() const {
-  return QStringLiteral("No duplicates yet");
+  return QString::fromStdString(copies::emptyState().title);
 }
 QString DuplicateListModel::emptyDetail() const {
-  return QStringLiteral(
-      "Choose folders and find duplicates. Nothing is selected until you choose an extra copy.");
+  return QString::fromStdString(copies::emptyState().detail);
 }
 
 QString DuplicateListModel::progress() const {
@@ -292,10 +254,7 @@ void DuplicateListModel::selectAll() {
 }
 
 void DuplicateListModel::selectNone() {
-  std::vector<std::string> selected(model_.duplicateSelected().begin(),
-                                    model_.duplicateSelected().end());
-  for (const auto& path : selected)
-    model_.setDuplicateSelected(path, false);
+  model_.selectNoCopies();
 }
 
 void DuplicateListModel::reveal(int row) {
@@ -304,7 +263,7 @@ void DuplicateListModel::reveal(int row) {
 }
 
 void DuplicateListModel::requestMove() {
-  model_.requestConfirm(ScanModel::ConfirmScope::duplicates);
+  model_.requestConfirm(ConfirmScope::duplicates);
 }
 
 }  // namespace dw::ui

@@ -1,9 +1,9 @@
 #include "bridge/finding_list_model.h"
 
 #include "findings/notes.h"
-#include "findings/page_texts.h"
 #include "findings/size_text.h"
 #include "platform/desktop.h"
+#include "texts/lists.h"
 
 namespace dw::ui {
 
@@ -118,60 +118,41 @@ QString FindingListModel::summaryTitle() const {
     bytes += f.bytes;
     ++count;
   }
-  return QString::fromStdString(pagetexts::summaryTitle(kind_, bytes, count));
+  return QString::fromStdString(texts::summaryTitle(kind_, bytes, count));
 }
 
 QString FindingListModel::summaryDetail() const {
-  return q(pagetexts::summaryDetail(kind_, pagetexts::folderNames(model_.places()), linuxHome()));
+  return QString::fromStdString(texts::summaryDetail(kind_, model_.wording()));
 }
 
 QString FindingListModel::footerSummary() const {
   std::int64_t bytes = 0, count = 0;
-  for (const auto& f : model_.itemsToClear(scope())) {
+  for (const auto& f : model_.itemsToClear(scopeOf(kind_))) {
     bytes += f.bytes;
     ++count;
   }
-  return QString::fromStdString(pagetexts::footerSummary(kind_, bytes, count));
+  return QString::fromStdString(texts::footerSummary(kind_, bytes, count));
 }
 
 QString FindingListModel::footerDetail() const {
-  return q(pagetexts::kFooterDetail);
-}
-
-bool FindingListModel::linuxHome() const {
-  return model_.places().layout == Locations::Layout::linux;
+  return q(texts::kFooterDetail);
 }
 
 bool FindingListModel::canClear() const {
-  return !model_.itemsToClear(scope()).empty();
+  return !model_.itemsToClear(scopeOf(kind_)).empty();
 }
 
 QString FindingListModel::emptySymbol() const {
-  return q(
-      pagetexts::emptyState(kind_, pagetexts::folderNames(model_.places()), linuxHome()).symbol);
+  return q(texts::emptyState(kind_, model_.wording()).symbol);
 }
 QString FindingListModel::emptyTitle() const {
-  return q(
-      pagetexts::emptyState(kind_, pagetexts::folderNames(model_.places()), linuxHome()).title);
+  return QString::fromStdString(texts::emptyState(kind_, model_.wording()).title);
 }
 QString FindingListModel::emptyDetail() const {
-  return q(
-      pagetexts::emptyState(kind_, pagetexts::folderNames(model_.places()), linuxHome()).detail);
+  return QString::fromStdString(texts::emptyState(kind_, model_.wording()).detail);
 }
 QString FindingListModel::sectionTitle() const {
-  return QString::fromStdString(countNoun(totalCount(), pagetexts::kindWord(kind_)));
-}
-
-ScanModel::ConfirmScope FindingListModel::scope() const {
-  switch (kind_) {
-    case Finding::Kind::cache:
-      return ScanModel::ConfirmScope::caches;
-    case Finding::Kind::file:
-      return ScanModel::ConfirmScope::files;
-    case Finding::Kind::leftover:
-      return ScanModel::ConfirmScope::leftovers;
-  }
-  return ScanModel::ConfirmScope::caches;
+  return QString::fromStdString(countNoun(totalCount(), texts::kindWord(kind_)));
 }
 
 void FindingListModel::toggle(int row) {
@@ -205,7 +186,7 @@ void FindingListModel::reveal(int row) {
 }
 
 void FindingListModel::requestMove() {
-  model_.requestConfirm(scope());
+  model_.requestConfirm(scopeOf(kind_));
 }
 
 }  // namespace dw::ui

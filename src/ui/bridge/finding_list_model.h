@@ -70,7 +70,6 @@ class FindingListModel : public QAbstractListModel {
   // Asks the model to confirm a clear of this list's scope.
   Q_INVOKABLE void requestMove();
 
-  ScanModel::ConfirmScope scope() const;
   // The model told us that a field changed.
   void modelChanged(ScanModel::Field field);
 
@@ -81,7 +80,6 @@ class FindingListModel : public QAbstractListModel {
 
  private:
   void rebuild();
-  bool linuxHome() const;
   const Finding& at(int row) const;
 
   ScanModel& model_;

@@ -35,7 +35,7 @@ ApplicationWindow {
     readonly property string activeSheet:
         sheetsSuppressed ? forcedSheet
         : dw.showFullDiskAccessPrompt ? "fullDiskAccess"
-        : (dw.confirm || confirmSheet.finished) ? "confirm"
+        : dw.moves.up ? "confirm"
         : dw.onboardingPresented ? "onboarding"
         : aboutPresented ? "about" : ""
 
@@ -57,12 +57,6 @@ ApplicationWindow {
     function setOnboardingStep(step) { onboardingSheet.step = step }
     function setDark(dark) { Theme.dark = dark }
     function setConfirmShowAll(all) { confirmSheet.showAll = all }
-    function setConfirmPreview(state, progress, fraction, message) {
-        confirmSheet.preview = state
-        confirmSheet.previewProgress = progress
-        confirmSheet.previewFraction = fraction
-        confirmSheet.previewMessage = message
-    }
     // The screenshot mode's picture of the notice above App leftovers (a home it may read all of
     // has none to show).
     property string previewNotice: ""

@@ -232,7 +232,7 @@ Item {
                         primary: true
                         enabled: page.apps.canUninstall && !dw.clearing
                         text: "Uninstall…"
-                        onClicked: dw.requestUninstall()
+                        onClicked: page.apps.requestMove()
                     }
                 }
                 Text {

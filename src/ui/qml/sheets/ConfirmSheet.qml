@@ -4,47 +4,27 @@ import QtQuick.Layouts
 import Dustwhale
 
 // "Move N items to the Trash?": what will move, the reassurance, Cancel and Move to Trash.
-// Return and Esc both cancel; the move starts only from the button. While the clear runs it
+// Return and Esc both cancel; the move starts only from the button. While the move runs it
 // shows progress, and when it is done a checkmark, the outcome and a way to Recently Cleared.
+// Every state is the model's (dw.moves); the sheet only shows it.
 Sheet {
     id: sheet
     objectName: "confirmSheet"
     sheetWidth: 520
     property bool showAll: false
-    property bool finished: false
-    readonly property int listedLimit: dw.confirmListed
-    // The screenshot mode's pictures of the sheet while moving ("moving") and after ("done"),
-    // drawn from texts it is given: it never clears a real home to take a picture.
-    property string preview: ""
-    property string previewProgress: ""
-    property real previewFraction: 0
-    property string previewMessage: ""
-    readonly property bool moving: dw.clearing || preview === "moving"
-    readonly property bool done: finished || preview === "done"
+    readonly property var moves: dw.moves
+    readonly property int listedLimit: moves.listed
     signal openRecentlyCleared()
 
     onOpened: { showAll = false; content.forceActiveFocus() }
-    onClosed: finished = false
-
-    Connections {
-        target: dw
-        function onPhaseChanged() {
-            if (sheet.visible && !dw.clearing && !dw.scanning) sheet.finished = true
-        }
-    }
-
-    function cancel() {
-        if (sheet.finished) { sheet.finished = false; return }
-        dw.cancelConfirm()
-    }
 
     contentItem: FocusScope {
         id: content
         implicitHeight: column.implicitHeight
         focus: true
-        Keys.onReturnPressed: sheet.cancel()
-        Keys.onEnterPressed: sheet.cancel()
-        Keys.onEscapePressed: sheet.cancel()
+        Keys.onReturnPressed: sheet.moves.cancel()
+        Keys.onEnterPressed: sheet.moves.cancel()
+        Keys.onEscapePressed: sheet.moves.cancel()
 
         ColumnLayout {
             id: column
@@ -53,7 +33,7 @@ Sheet {
 
             // ---- done
             ColumnLayout {
-                visible: sheet.done
+                visible: sheet.moves.done
                 Layout.fillWidth: true
                 spacing: 12
                 Rectangle {
@@ -70,7 +50,7 @@ Sheet {
                     lineHeight: 1.15
                     horizontalAlignment: Text.AlignHCenter
                     wrapMode: Text.WordWrap
-                    text: sheet.preview === "done" ? sheet.previewMessage : dw.message
+                    text: sheet.moves.outcome
                     color: Theme.text
                     font.pixelSize: Theme.bodySize + 1
                 }
@@ -80,24 +60,24 @@ Sheet {
                     spacing: 10
                     DwButton {
                         objectName: "confirm.recentlyCleared"
-                        visible: dw.offerRecentlyCleared || sheet.preview === "done"
+                        visible: sheet.moves.offerRecentlyCleared
                         text: "Show Recently Cleared"
                         focusPolicy: Qt.NoFocus
-                        onClicked: { sheet.finished = false; sheet.openRecentlyCleared() }
+                        onClicked: { sheet.moves.dismiss(); sheet.openRecentlyCleared() }
                     }
                     DwButton {
                         objectName: "confirm.done"
                         primary: true
                         text: "Done"
                         focusPolicy: Qt.NoFocus
-                        onClicked: sheet.finished = false
+                        onClicked: sheet.moves.dismiss()
                     }
                 }
             }
 
             // ---- asking, and moving
             RowLayout {
-                visible: !sheet.done
+                visible: !sheet.moves.done
                 Layout.fillWidth: true
                 spacing: 14
                 Rectangle {
@@ -112,7 +92,7 @@ Sheet {
                     Text {
                         objectName: "confirm.title"
                         width: parent.width
-                        text: dw.confirmTitle
+                        text: sheet.moves.title
                         color: Theme.text
                         font.pixelSize: Theme.largeSize
                         font.weight: Font.DemiBold
@@ -120,7 +100,7 @@ Sheet {
                     }
                     Text {
                         objectName: "confirm.size"
-                        text: dw.confirmSize
+                        text: sheet.moves.size
                         color: Theme.secondaryText
                         font.pixelSize: Theme.bodySize
                     }
@@ -128,7 +108,7 @@ Sheet {
             }
 
             Rectangle {
-                visible: !sheet.done
+                visible: !sheet.moves.done
                 Layout.fillWidth: true
                 implicitHeight: itemList.height + 2
                 radius: Theme.smallRadius
@@ -143,7 +123,7 @@ Sheet {
                     height: Math.min(contentHeight, 34 * 8)
                     clip: true
                     interactive: contentHeight > height
-                    model: dw.confirmItems
+                    model: sheet.moves.items
                     ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
                     delegate: Item {
                         required property int index
@@ -168,12 +148,12 @@ Sheet {
             }
 
             RowLayout {
-                visible: !sheet.done && !sheet.showAll && dw.confirmCount > sheet.listedLimit
+                visible: !sheet.moves.done && !sheet.showAll && sheet.moves.count > sheet.listedLimit
                 Layout.fillWidth: true
                 Text {
                     objectName: "confirm.more"
                     Layout.fillWidth: true
-                    text: dw.confirmMoreText
+                    text: sheet.moves.moreText
                     color: Theme.secondaryText
                     font.pixelSize: Theme.smallSize + 1
                 }
@@ -181,17 +161,17 @@ Sheet {
                     objectName: "confirm.showAll"
                     plain: true
                     focusPolicy: Qt.NoFocus
-                    text: dw.confirmShowAllText
+                    text: sheet.moves.showAllText
                     onClicked: sheet.showAll = true
                 }
             }
 
             Column {
-                visible: !sheet.done
+                visible: !sheet.moves.done
                 Layout.fillWidth: true
                 spacing: 4
                 Repeater {
-                    model: [dw.confirmPutBackLine, dw.confirmEmptyLine]
+                    model: [sheet.moves.putBackLine, sheet.moves.emptyLine]
                     Row {
                         required property string modelData
                         spacing: 8
@@ -202,13 +182,13 @@ Sheet {
             }
 
             ColumnLayout {
-                visible: !sheet.done && sheet.moving
+                visible: !sheet.moves.done && sheet.moves.moving
                 Layout.fillWidth: true
                 spacing: 6
                 ProgressBar {
                     id: bar
                     Layout.fillWidth: true
-                    value: sheet.preview === "moving" ? sheet.previewFraction : dw.progressFraction
+                    value: sheet.moves.fraction
                     background: Rectangle { implicitHeight: 6; radius: 3; color: Theme.skeleton }
                     contentItem: Item {
                         implicitHeight: 6
@@ -218,9 +198,7 @@ Sheet {
                 Text {
                     objectName: "confirm.progress"
                     Layout.fillWidth: true
-                    text: sheet.preview === "moving" ? sheet.previewProgress
-                          : dw.stopping ? dw.stoppingText
-                          : dw.progressText + (dw.progressCurrent !== "" ? " · " + dw.progressCurrent : "")
+                    text: sheet.moves.progress
                     color: Theme.secondaryText
                     font.pixelSize: Theme.smallSize + 1
                     elide: Text.ElideMiddle
@@ -228,13 +206,13 @@ Sheet {
             }
 
             RowLayout {
-                visible: !sheet.done
+                visible: !sheet.moves.done
                 Layout.fillWidth: true
                 Layout.topMargin: 4
                 spacing: 10
                 Text {
                     Layout.fillWidth: true
-                    text: dw.confirmKeysHint
+                    text: sheet.moves.keysHint
                     color: Theme.tertiaryText
                     font.pixelSize: Theme.smallSize
                 }
@@ -242,16 +220,16 @@ Sheet {
                     objectName: "confirm.cancel"
                     text: "Cancel"
                     focusPolicy: Qt.NoFocus
-                    enabled: !dw.stopping
-                    onClicked: sheet.cancel()
+                    enabled: !sheet.moves.stopping
+                    onClicked: sheet.moves.cancel()
                 }
                 DwButton {
                     objectName: "confirm.move"
                     primary: true
                     text: "Move to Trash"
                     focusPolicy: Qt.NoFocus
-                    enabled: !sheet.moving && dw.confirmCount > 0
-                    onClicked: dw.confirmMove()
+                    enabled: !sheet.moves.moving && sheet.moves.count > 0
+                    onClicked: sheet.moves.move()
                 }
             }
         }

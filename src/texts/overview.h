@@ -1,5 +1,6 @@
 #pragma once
-// What Overview shows: how the home volume divides, and one card per kind of finding.
+// What Overview shows: how the home volume divides, one card per kind of finding, and the way to
+// review.
 
 #include <cstdint>
 #include <optional>
@@ -7,10 +8,10 @@
 #include <vector>
 
 #include "findings/finding.h"
-#include "findings/page_texts.h"
 #include "measure/volume_picture.h"
+#include "texts/wording.h"
 
-namespace dw::dashboard {
+namespace dw::texts::overview {
 
 // The five amounts of the storage bar. ready counts what the clean lists offer to move and a
 // careful user would move (caches and leftovers that may go); large files are the user's call
@@ -32,6 +33,8 @@ inline constexpr const char* kHeldExplanation =
     "as ours.";
 // kHeldExplanation where held space is shown, else "".
 std::string storageExplanation(const StorageAmounts& amounts);
+// "500 GB total"
+std::string totalText(const StorageAmounts& amounts);
 // The bar's segments in order with their legend labels: used "Your files and apps", ready
 // "Ready to clear", held "Held by macOS" (where shown) and free "Free".
 struct Segment {
@@ -40,16 +43,18 @@ struct Segment {
 };
 std::vector<Segment> storageLegend(const StorageAmounts& amounts);
 
+// The duplicate search's result as its card counts it, once a search has run.
+struct ExtraCopies {
+  std::int64_t files = 0;  // copies beyond the first of each group
+  std::int64_t bytes = 0;
+};
 struct Card {
   std::string title, symbol, value, detail, badge, badgeKind, page;
 };
 // The four cards in order: Caches, App leftovers, Duplicates, Large files. scanning gives each
-// its "Looking …" line; duplicateFiles / duplicateBytes are the duplicate search's result, when
-// one has run.
-// names: the home's folder names, said where a card names Downloads.
+// its "Looking …" line.
 std::vector<Card> cards(const std::vector<Finding>& findings, bool scanning,
-                        std::optional<std::int64_t> duplicateFiles, std::int64_t duplicateBytes,
-                        const pagetexts::FolderNames& names = {});
+                        const std::optional<ExtraCopies>& copies, const Wording& wording);
 
 // "Ready to clear 2 GB"
 std::string readyHeading(std::int64_t ready);
@@ -59,4 +64,4 @@ inline constexpr const char* kReadyLine =
 // "Review 2 GB"
 std::string reviewButton(std::int64_t ready);
 
-}  // namespace dw::dashboard
+}  // namespace dw::texts::overview

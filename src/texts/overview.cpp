@@ -1,10 +1,12 @@
-#include "findings/dashboard.h"
+#include "texts/overview.h"
 
 #include <algorithm>
 
+#include "clearing/clearing.h"
 #include "findings/size_text.h"
+#include "texts/lists.h"
 
-namespace dw::dashboard {
+namespace dw::texts::overview {
 
 StorageAmounts storageAmounts(const VolumePicture& volume, const std::vector<Finding>& findings) {
   StorageAmounts a;
@@ -16,7 +18,8 @@ StorageAmounts storageAmounts(const VolumePicture& volume, const std::vector<Fin
                : 0;
   std::int64_t taken = a.total - a.free - a.held;
   for (const auto& f : findings) {
-    if (f.removable && f.kind != Finding::Kind::file) a.ready += f.bytes;
+    if (f.removable && f.kind != Finding::Kind::file)
+      a.ready = Clearing::addBytes(a.ready, f.bytes);
   }
   // A finding measured on another volume cannot make ready larger than what is taken here.
   a.ready = std::clamp<std::int64_t>(a.ready, 0, taken);
@@ -41,36 +44,40 @@ std::vector<Segment> storageLegend(const StorageAmounts& a) {
   return segments;
 }
 
+std::string totalText(const StorageAmounts& a) {
+  return sizeText(a.total) + " total";
+}
+
 std::vector<Card> cards(const std::vector<Finding>& findings, bool scanning,
-                        std::optional<std::int64_t> duplicateFiles, std::int64_t duplicateBytes,
-                        const pagetexts::FolderNames& names) {
+                        const std::optional<ExtraCopies>& copies, const Wording& wording) {
   std::int64_t bytes[3] = {0, 0, 0}, count[3] = {0, 0, 0};
   for (const auto& f : findings) {
     auto k = static_cast<size_t>(f.kind);
-    bytes[k] += f.bytes;
+    bytes[k] = Clearing::addBytes(bytes[k], f.bytes);
     ++count[k];
   }
   auto of = [&](Finding::Kind kind, std::int64_t* values) {
     return values[static_cast<size_t>(kind)];
   };
+  auto title = [](Finding::Kind kind) { return std::string(listTitle(kind)); };
   using K = Finding::Kind;
   std::vector<Card> out;
-  out.push_back({"Caches", "trash", sizeText(of(K::cache, bytes)),
+  out.push_back({title(K::cache), "trash", sizeText(of(K::cache, bytes)),
                  scanning ? "Looking through caches."
                           : countNoun(of(K::cache, count), "folder") + " apps rebuild on their own",
                  "Safe to clear", "safe", "review"});
-  out.push_back({"App leftovers", "square.dashed", sizeText(of(K::leftover, bytes)),
+  out.push_back({title(K::leftover), "square.dashed", sizeText(of(K::leftover, bytes)),
                  scanning
                      ? "Looking for leftovers."
                      : "From " + countNoun(of(K::leftover, count), "app") + " no longer installed",
                  "Review", "review", "leftovers"});
-  out.push_back({"Duplicates", "square.on.square", "up to " + sizeText(duplicateBytes),
-                 scanning         ? "Looking for extra copies."
-                 : duplicateFiles ? countNoun(*duplicateFiles, "file") + " with an identical copy"
-                                  : pagetexts::namingFolders(
-                                        "Find extra copies in Downloads and media folders.", names),
+  out.push_back({"Duplicates", "square.on.square", "up to " + sizeText(copies ? copies->bytes : 0),
+                 scanning ? "Looking for extra copies."
+                 : copies ? countNoun(copies->files, "file") + " with an identical copy"
+                          : namingFolders("Find extra copies in Downloads and media folders.",
+                                          wording.folders),
                  "Your call", "neutral", "duplicates"});
-  out.push_back({"Large files", "doc", sizeText(of(K::file, bytes)),
+  out.push_back({title(K::file), "doc", sizeText(of(K::file, bytes)),
                  scanning
                      ? "Looking through large files."
                      : countNoun(of(K::file, count), "file") + " over 200 MB, never pre-selected",
@@ -86,4 +93,4 @@ std::string reviewButton(std::int64_t ready) {
   return "Review " + sizeText(ready);
 }
 
-}  // namespace dw::dashboard
+}  // namespace dw::texts::overview

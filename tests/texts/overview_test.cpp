@@ -1,15 +1,16 @@
-// Overview's storage bar: held space where the system reports it, and nowhere else.
+// Overview: the storage bar shows held space where the system reports it, and nowhere else;
+// the cards count what each list holds.
 
 #include <gtest/gtest.h>
 
-#include "findings/dashboard.h"
+#include "texts/overview.h"
 
-namespace dw::dashboard {
+namespace dw::texts::overview {
 namespace {
 
 constexpr std::int64_t kGiB = 1LL << 30;
 
-TEST(Dashboard, HeldSpaceIsShownOnlyWhereTheSystemReportsIt) {
+TEST(Overview, HeldSpaceIsShownOnlyWhereTheSystemReportsIt) {
   Finding cache;
   cache.bytes = 2 * kGiB;
   cache.removable = true;
@@ -51,4 +52,29 @@ TEST(Dashboard, HeldSpaceIsShownOnlyWhereTheSystemReportsIt) {
 }
 
 }  // namespace
-}  // namespace dw::dashboard
+}  // namespace dw::texts::overview
+
+namespace dw::texts::overview {
+namespace {
+
+TEST(Overview, CardsCountEachListAndTheExtraCopiesOnceASearchHasRun) {
+  std::vector<Finding> findings(3);
+  findings[0].bytes = 3 << 20;
+  findings[1].bytes = 1 << 20;
+  findings[2].kind = Finding::Kind::leftover;
+  Wording mac = Wording::of(Locations::macos("/", "/Users/ann"));
+  std::vector<Card> before = cards(findings, false, std::nullopt, mac);
+  ASSERT_EQ(before.size(), 4u);
+  EXPECT_EQ(before[0].value, "4 MB");
+  EXPECT_EQ(before[0].detail, "2 folders apps rebuild on their own");
+  EXPECT_EQ(before[1].detail, "From 1 app no longer installed");
+  EXPECT_EQ(before[2].value, "up to 0 MB");
+  EXPECT_EQ(before[2].detail, "Find extra copies in Downloads and media folders.");
+  std::vector<Card> after = cards(findings, false, ExtraCopies{3, 7 << 20}, mac);
+  EXPECT_EQ(after[2].value, "up to 7 MB");
+  EXPECT_EQ(after[2].detail, "3 files with an identical copy");
+  EXPECT_EQ(cards(findings, true, std::nullopt, mac)[3].detail, "Looking through large files.");
+}
+
+}  // namespace
+}  // namespace dw::texts::overview

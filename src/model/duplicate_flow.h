@@ -1,0 +1,79 @@
+#pragma once
+// The duplicate search: the folders it searches, its progress, the groups it found with the
+// copy kept of each and the extra copies chosen, and the move of those copies. The search runs
+// off the model's thread; a new one replaces a running one, whose results never appear.
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "model/flow_context.h"
+#include "model/move_runner.h"
+#include "scanners/duplicates/duplicate_types.h"
+
+namespace dw {
+
+class DuplicateFlow {
+ public:
+  explicit DuplicateFlow(FlowContext& context);
+  ~DuplicateFlow();
+  DuplicateFlow(const DuplicateFlow&) = delete;
+  DuplicateFlow& operator=(const DuplicateFlow&) = delete;
+
+  const std::vector<DuplicateScanner::Group>& groups() const { return groups_; }
+  // Group hash → the path of its copy that stays.
+  const std::map<std::string, std::string>& keepPath() const { return keepPath_; }
+  const std::set<std::string>& selected() const { return selected_; }
+  DuplicateScanner::Scope scope() const { return scope_; }
+  const std::optional<std::string>& progress() const { return progress_; }
+  bool scanning() const { return scanning_; }
+  const std::vector<std::string>& skipped() const { return skipped_; }
+  bool running() const { return task_ != nullptr; }
+
+  // The figures of the groups: every copy but one of each group and the bytes they take, and
+  // the selected copies of the groups and theirs (sums are overflow-checked).
+  std::int64_t extraCopies() const;
+  std::int64_t extraBytes() const;
+  std::int64_t selectedCopies() const;
+  std::int64_t selectedBytes() const;
+  // The copy that stays of a group: the one chosen, else the newest (the first).
+  const std::string& keptPath(const DuplicateScanner::Group& group) const;
+
+  void setScope(DuplicateScanner::Scope scope);
+  // Searches scope; false under a test host, where nothing starts by itself.
+  bool find();
+  void cancel();
+  // The chosen copy (a file of the group) becomes the one kept and leaves the selection.
+  void keepCopy(const std::string& hashHex, const std::string& path);
+  void setSelected(const std::string& path, bool on);
+  // Every copy but the kept one of each group, or none.
+  void selectExtraCopies();
+  void selectNone();
+  // The move of the selected copies; the kept copy of a group never moves.
+  MoveRunner::Plan plan();
+
+ private:
+  void finish(DuplicateScanner::Result result, DuplicateScanner::Scope scope, std::uint64_t search);
+  void endWithError(bool cancelled, std::uint64_t search);
+  void removeMoved(const Clearing::Outcome& outcome);
+
+  FlowContext& context_;
+  std::vector<DuplicateScanner::Group> groups_;
+  std::map<std::string, std::string> keepPath_;
+  std::set<std::string> selected_;
+  DuplicateScanner::Scope scope_ = DuplicateScanner::Scope::all();
+  std::optional<std::string> progress_;
+  bool scanning_ = false;
+  std::vector<std::string> skipped_;
+  // Raised at every search, so that only the newest one publishes; and the folders the shown
+  // groups came from, which a move of their copies re-checks against.
+  std::uint64_t search_ = 0;
+  DuplicateScanner::Scope searchedScope_;
+  std::shared_ptr<TaskHandle> task_;
+};
+
+}  // namespace dw

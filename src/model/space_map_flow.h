@@ -1,0 +1,57 @@
+#pragma once
+// The space map: the home folder's size tree, built off the model's thread, and the way through
+// it (the folders stepped into and the selected cell). It offers nothing to move.
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "model/flow_context.h"
+#include "scanners/spacemap/space_map_types.h"
+
+namespace dw {
+
+class SpaceMapFlow {
+ public:
+  explicit SpaceMapFlow(FlowContext& context) : context_(context) {}
+  ~SpaceMapFlow();
+  SpaceMapFlow(const SpaceMapFlow&) = delete;
+  SpaceMapFlow& operator=(const SpaceMapFlow&) = delete;
+
+  const std::optional<SpaceMap::Node>& root() const { return root_; }
+  // The paths of the nodes stepped into, from the root's child down.
+  const std::vector<std::string>& path() const { return path_; }
+  const std::optional<std::string>& selected() const { return selected_; }
+  bool scanning() const { return scanning_; }
+  const std::optional<double>& elapsed() const { return elapsed_; }
+  bool running() const { return task_ != nullptr; }
+  // The node whose children the page shows: the last one stepped into, else the root.
+  const SpaceMap::Node* current() const;
+
+  // Maps the home folder; a second call replaces a build still running. False under a test
+  // host, where nothing starts by itself.
+  bool build();
+  void cancel();
+  void select(const std::optional<std::string>& path);
+  // Steps into a child of the current node that has children of its own; false otherwise.
+  bool enter(const std::string& path);
+  // Back to the level given (0 is the root).
+  void leave(size_t level);
+
+ private:
+  void finish(SpaceMap::Node root, double seconds, std::uint64_t build);
+  void endWithError(std::uint64_t build);
+
+  FlowContext& context_;
+  std::optional<SpaceMap::Node> root_;
+  std::vector<std::string> path_;
+  std::optional<std::string> selected_;
+  bool scanning_ = false;
+  std::optional<double> elapsed_;
+  std::uint64_t build_ = 0;
+  std::shared_ptr<TaskHandle> task_;
+};
+
+}  // namespace dw

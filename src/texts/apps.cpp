@@ -1,0 +1,56 @@
+#include "texts/apps.h"
+
+#include "base/paths.h"
+#include "findings/size_text.h"
+
+namespace dw::texts::apps {
+
+std::string title(std::int64_t count) {
+  return countNoun(count, "app");
+}
+
+std::string_view detail(const Wording& wording) {
+  if (wording.appImages) {
+    return "Uninstalling moves an AppImage with its launchers and icons to the Trash. You can "
+           "put it back. Apps from the software manager stay; remove them there.";
+  }
+  return "Uninstalling moves the app and the folders it keeps in your Library to the Trash. You "
+         "can put it back.";
+}
+
+std::string_view itemsHeading(bool softwareManager) {
+  return softwareManager ? "Stays: the software manager removes it" : "Moves to the Trash";
+}
+
+std::string sizesLine(const AppUninstaller::AppRecord& app) {
+  return "App " + sizeText(app.bundleBytes) + " · related " + sizeText(app.relatedBytes);
+}
+
+std::string lastUsedLine(std::string_view date) {
+  return "Last used " + (date.empty() ? std::string("—") : std::string(date));
+}
+
+std::string itemName(std::string_view path, const Locations& places) {
+  const std::string& library = places.library;
+  if (path.size() > library.size() + 1 && path.starts_with(library + "/")) {
+    return std::string(path.substr(library.size() + 1));
+  }
+  return std::string(paths::lastComponent(path));
+}
+
+std::string itemPlace(std::string_view path, const Locations& places) {
+  std::string folder(paths::parent(path));
+  const std::string& home = places.home;
+  if (folder == home || folder.starts_with(home + "/")) folder = "~" + folder.substr(home.size());
+  return folder;
+}
+
+std::string_view noneFound(const Wording& wording) {
+  if (wording.appImages) {
+    return "No apps found: no AppImages in ~/Applications or ~/.local/bin, no Flatpak or desktop "
+           "apps of the system.";
+  }
+  return "No apps found in the Applications folders.";
+}
+
+}  // namespace dw::texts::apps

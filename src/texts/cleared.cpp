@@ -1,0 +1,46 @@
+#include "texts/cleared.h"
+
+#include "clearing/clearing.h"
+#include "findings/size_text.h"
+
+namespace dw::texts::cleared {
+
+std::string statusText(ClearedLog::Status status, std::string_view putBackWhen) {
+  switch (status) {
+    case ClearedLog::Status::inTrash:
+      return "In the Trash";
+    case ClearedLog::Status::putBack:
+      return "Put back " + std::string(putBackWhen);
+    case ClearedLog::Status::trashEmptied:
+      return "Trash emptied";
+  }
+  return {};
+}
+
+std::string rowStatus(ClearedLog::Status status, std::string_view putBackWhen) {
+  return status == ClearedLog::Status::inTrash ? std::string() : statusText(status, putBackWhen);
+}
+
+std::string groupHeader(std::string_view date, std::int64_t items, std::int64_t bytes) {
+  return std::string(date) + " · " + countNoun(items, "item") + " · " + sizeText(bytes);
+}
+
+std::int64_t bytesInTrash(const std::vector<ClearedLog::Entry>& entries) {
+  std::int64_t bytes = 0;
+  for (const auto& e : entries) {
+    if (ClearedLog::status(e) == ClearedLog::Status::inTrash) {
+      bytes = Clearing::addBytes(bytes, e.bytes);
+    }
+  }
+  return bytes;
+}
+
+std::string title(std::int64_t bytesInTrash) {
+  return sizeText(bytesInTrash) + " moved to the Trash";
+}
+
+std::string putBack(std::string_view name) {
+  return std::string(name) + " was put back.";
+}
+
+}  // namespace dw::texts::cleared

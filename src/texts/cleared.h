@@ -1,0 +1,30 @@
+#pragma once
+// The texts of Recently Cleared, in the app and in the command line's history: each clear's
+// header, each item's status, and what is still in the Trash. Dates come written by the front
+// end, in its reader's form.
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "clearing/cleared_log.h"
+
+namespace dw::texts::cleared {
+
+// "In the Trash", "Put back <when>", "Trash emptied". putBackWhen is the entry's putBackAt as
+// the front end writes it.
+std::string statusText(ClearedLog::Status status, std::string_view putBackWhen);
+// The status column of the app's row: empty where the row offers Put Back instead.
+std::string rowStatus(ClearedLog::Status status, std::string_view putBackWhen);
+// "Today, 14:05 · 2 items · 43 MB": one clear, dated by its newest entry.
+std::string groupHeader(std::string_view date, std::int64_t items, std::int64_t bytes);
+// What of the listed entries is still in the Trash.
+std::int64_t bytesInTrash(const std::vector<ClearedLog::Entry>& entries);
+// "1.2 GB moved to the Trash"
+std::string title(std::int64_t bytesInTrash);
+inline constexpr std::string_view kNothingYet = "Nothing has been cleared yet.";
+// "<name> was put back."
+std::string putBack(std::string_view name);
+
+}  // namespace dw::texts::cleared

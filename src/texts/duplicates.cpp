@@ -1,0 +1,85 @@
+#include "texts/duplicates.h"
+
+#include "findings/size_text.h"
+
+namespace dw::texts::duplicates {
+
+namespace {
+// Copies on APFS may share storage (clones); elsewhere copies that share it (reflinks) are said
+// in general words.
+std::string onApfs(std::string_view text, const Wording& wording) {
+  std::string out(text);
+  if (wording.apfs) return out;
+  for (size_t at; (at = out.find(" on APFS")) != std::string::npos;)
+    out.erase(at, 8);
+  return out;
+}
+}  // namespace
+
+std::string summaryTitle(std::int64_t extraBytes, std::int64_t groups) {
+  return "Up to " + sizeText(extraBytes) + " in " + countNoun(groups, "duplicate group");
+}
+
+std::string summaryDetail(const Wording& wording) {
+  return namingFolders(
+      onApfs("Extra copies in Downloads, Movies, Music, and Pictures. The newest copy stays "
+             "unless you pick another. Savings are up to — copies on APFS may share storage, so "
+             "moving one to the Trash can free less.",
+             wording),
+      wording.folders);
+}
+
+std::string sectionTitle(std::int64_t groups) {
+  return countNoun(groups, "duplicate group");
+}
+
+std::string groupTitle(std::int64_t files, std::int64_t bytesEach) {
+  return countNoun(files, "identical copy") + " · " + sizeText(bytesEach) + " each";
+}
+
+std::string extraWhySafe(const Wording& wording) {
+  return onApfs(
+      "This matches another file byte for byte. Savings are up to the size shown, because copies "
+      "on APFS may share storage.",
+      wording);
+}
+
+std::string_view badge(bool kept) {
+  return kept ? "Kept" : "Extra copy";
+}
+
+std::string_view badgeTone(bool kept) {
+  return kept ? "neutral" : "review";
+}
+
+std::string footerSummary(std::int64_t bytes, std::int64_t copies) {
+  return "Up to " + sizeText(bytes) + " selected · " + countNoun(copies, "copy");
+}
+
+EmptyState emptyState() {
+  return {"square.on.square", "No duplicates yet",
+          "Choose folders and find duplicates. Nothing is selected until you choose an extra "
+          "copy."};
+}
+
+std::string_view findButton(bool searching) {
+  return searching ? "Scanning" : "Find duplicates";
+}
+
+std::string progressLine(std::string_view progress) {
+  std::string line(kLooking);
+  if (!progress.empty() && progress != kLooking) line += " " + std::string(progress);
+  return line;
+}
+
+std::string_view skippedHeading(const Wording& wording) {
+  return wording.fullDiskAccessSetting ? "Skipped: protected by macOS"
+                                       : "Skipped: not allowed to read";
+}
+
+std::string found(std::int64_t extraBytes) {
+  return "Up to " + sizeText(extraBytes) +
+         " in extra copies. At least one copy of each file stays.";
+}
+
+}  // namespace dw::texts::duplicates

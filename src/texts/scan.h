@@ -1,0 +1,44 @@
+#pragma once
+// The status texts of the main scan and of the space map: each area as it is measured, the
+// scan's end, the notice of folders it could not read, when it last ran.
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/core.h"
+#include "texts/wording.h"
+
+namespace dw::texts::scan {
+
+// The areas in the order a scan announces them.
+inline constexpr std::string_view kAreaLibraryCaches = "Library caches";
+inline constexpr std::string_view kAreaDeveloperCaches = "npm and Gradle";
+inline constexpr std::string_view kAreaChrome = "Chrome";
+inline constexpr std::string_view kAreaLargeFiles = "Large files";
+inline constexpr std::string_view kAreaLeftovers = "Leftovers";
+
+inline constexpr std::string_view kStarting = "Measuring unused caches.";
+inline constexpr std::string_view kStartingArea = "Starting…";
+// "Measuring library caches."
+std::string measuring(std::string_view area);
+// The status line of a finished scan: what it found, and the folders it could not read with
+// what would let it read them.
+std::string finished(bool foundAny, const std::vector<std::string>& unread, const Wording& wording);
+inline constexpr std::string_view kCancelled = "Scan cancelled.";
+std::string failed(const Wording& wording);
+// The notice above App leftovers when some leftover locations could not be listed.
+std::string unreadNotice(const std::vector<std::string>& locations, const Wording& wording);
+// "Scanned 5 minutes ago", or "Not scanned yet".
+std::string scannedText(const std::optional<TimePoint>& lastScannedAt, TimePoint now);
+// "This Mac", "This computer": the volume until the system names it.
+std::string volumeName(const Wording& wording);
+// Recovery of the log failed at start.
+std::string recoveryProblem(std::string_view what);
+
+// The space map: "Space Map ready in 2.0 s. The map does not move anything."
+std::string spaceMapReady(double seconds);
+inline constexpr std::string_view kSpaceMapFailed = "Space Map could not finish. Try again.";
+
+}  // namespace dw::texts::scan

@@ -1,0 +1,21 @@
+#include "texts/wording.h"
+
+#include "platform/desktop.h"
+
+namespace dw::texts {
+
+Wording Wording::of(const Locations& places) {
+  Wording w;
+  if (places.layout == Locations::Layout::linux) {
+    w.machine = "computer";
+    w.flatpakLeftovers = true;
+    w.apfs = false;  // copies that share storage there are reflinks, said in general words
+    w.appImages = true;
+  }
+  w.folders = folderNames(places);
+  w.fullDiskAccessSetting = platform::hasFullDiskAccessSetting();
+  w.revealTitle = std::string(platform::revealActionTitle());
+  return w;
+}
+
+}  // namespace dw::texts

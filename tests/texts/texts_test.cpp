@@ -1,0 +1,187 @@
+// The core's texts where they are put together: counts and plurals, the home's own folder
+// names, the words of a Linux home, and the status line every kind of move ends with.
+
+#include <gtest/gtest.h>
+
+#include "texts/apps.h"
+#include "texts/cleared.h"
+#include "texts/duplicates.h"
+#include "texts/lists.h"
+#include "texts/moves.h"
+#include "texts/scan.h"
+
+namespace dw::texts {
+namespace {
+
+using Kind = Finding::Kind;
+constexpr std::int64_t kMiB = 1 << 20;
+
+Wording linuxWording() {
+  return Wording::of(Locations::linux("/", "/home/ann"));
+}
+
+TEST(Texts, TheUserFoldersAreNamedAsTheHomeNamesThem) {
+  Wording mac = Wording::of(Locations::macos("/", "/Users/ann"));
+  EXPECT_EQ(mac.folders.movies, "Movies");
+  EXPECT_EQ(summaryDetail(Kind::file, mac),
+            "Files over 200 MB in Downloads and Movies. Nothing here is selected until you "
+            "choose it. Desktop files stay.");
+  Wording french = mac;
+  french.folders = {"Téléchargements", "Bureau", "Vidéos", "Musique", "Images"};
+  EXPECT_EQ(emptyState(Kind::file, french).detail,
+            "Nothing over 200 MB turned up in Téléchargements or Vidéos. Bureau files stay.");
+  EXPECT_EQ(emptyState(Kind::cache, french).detail,
+            "No unused caches met the size threshold. Documents, Bureau, and projects stay "
+            "untouched.");
+  EXPECT_TRUE(duplicates::summaryDetail(french).starts_with(
+      "Extra copies in Téléchargements, Vidéos, Musique, and Images."));
+  // Only whole words, and a folder's name is never named again: a Downloads folder called
+  // "Movies" stays "Movies".
+  FolderNames odd{"Movies", "Desktop", "Filme", "Music", "Pictures"};
+  EXPECT_EQ(namingFolders("In Downloads, MoviesApp and Movies.", odd),
+            "In Movies, MoviesApp and Filme.");
+}
+
+TEST(Texts, ALinuxHomeIsNotAMacAndItsLeftoversAreFlatpakData) {
+  Wording mac = Wording::of(Locations::macos("/", "/Users/ann"));
+  Wording linux = linuxWording();
+  EXPECT_EQ(emptyState(Kind::cache, mac).title,
+            "Nothing to clear here — your Mac is in good shape");
+  EXPECT_EQ(emptyState(Kind::cache, linux).title,
+            "Nothing to clear here — your computer is in good shape");
+  EXPECT_EQ(scan::volumeName(linux), "This computer");
+  EXPECT_EQ(emptyState(Kind::leftover, linux).detail,
+            "No data folders of removed Flatpak apps were found. Installed and running apps stay "
+            "out of this list.");
+  EXPECT_NE(summaryDetail(Kind::leftover, linux), summaryDetail(Kind::leftover, mac));
+  EXPECT_NE(apps::detail(linux), apps::detail(mac));
+  EXPECT_NE(apps::noneFound(linux), apps::noneFound(mac));
+  // No APFS there: copies that may share storage are said in general words.
+  EXPECT_EQ(duplicates::extraWhySafe(linux),
+            "This matches another file byte for byte. Savings are up to the size shown, because "
+            "copies may share storage.");
+  EXPECT_EQ(duplicates::summaryDetail(linux).find("APFS"), std::string::npos);
+  // What a system without a Full Disk Access setting says of a folder it could not read.
+  linux.fullDiskAccessSetting = false;
+  EXPECT_EQ(scan::unreadNotice({"~/.var/app"}, linux),
+            "Some leftover folders could not be read (~/.var/app). Check their permissions: your "
+            "user needs to read them for a complete scan.");
+  EXPECT_EQ(scan::finished(false, {"~/.var/app"}, linux),
+            "No large unused caches. Documents and builds were not scanned for deletion. Could "
+            "not read ~/.var/app. Check their permissions for a complete leftovers scan.");
+  mac.fullDiskAccessSetting = true;
+  EXPECT_EQ(scan::unreadNotice({"~/Library/Containers", "~/Library/WebKit"}, mac),
+            "Some leftover folders could not be read (~/Library/Containers, ~/Library/WebKit). "
+            "Full Disk Access is required for a complete scan.");
+  EXPECT_EQ(duplicates::skippedHeading(mac), "Skipped: protected by macOS");
+  EXPECT_EQ(duplicates::skippedHeading(linux), "Skipped: not allowed to read");
+}
+
+TEST(Texts, CountsSizesAndTheQuestion) {
+  EXPECT_EQ(footerSummary(Kind::cache, 600 * 1024, 1), "1 MB selected · 1 cache");
+  EXPECT_EQ(footerSummary(Kind::leftover, 3 * kMiB, 2), "3 MB selected · 2 leftovers");
+  EXPECT_EQ(summaryTitle(Kind::cache, 1073741823, 3), "1024 MB in 3 caches");
+  EXPECT_EQ(sectionDetail(12, 12), "Largest first");
+  EXPECT_EQ(sectionDetail(3, 12), "3 of 12 match the search");
+  EXPECT_EQ(confirmTitle(1), "Move 1 item to the Trash?");
+  EXPECT_EQ(uninstallTitle("Foo", 0), "Move Foo to the Trash?");
+  EXPECT_EQ(uninstallTitle("Foo", 3), "Move Foo and 3 related items to the Trash?");
+  EXPECT_EQ(progressLine(0, 12, ""), "0 of 12");
+  EXPECT_EQ(progressLine(3, 12, "npm"), "3 of 12 · npm");
+  EXPECT_EQ(duplicates::summaryTitle(7 * kMiB, 2), "Up to 7 MB in 2 duplicate groups");
+  EXPECT_EQ(duplicates::groupTitle(3, 2 * kMiB), "3 identical copies · 2 MB each");
+  EXPECT_EQ(duplicates::footerSummary(0, 0), "Up to 0 MB selected · 0 copies");
+  EXPECT_EQ(duplicates::progressLine(duplicates::kLooking), "Looking for duplicates…");
+  EXPECT_EQ(duplicates::progressLine("Hashing duplicates"),
+            "Looking for duplicates… Hashing duplicates");
+  EXPECT_EQ(cleared::groupHeader("Today, 09:30", 2, 3 * kMiB), "Today, 09:30 · 2 items · 3 MB");
+  EXPECT_EQ(cleared::rowStatus(ClearedLog::Status::inTrash, ""), "");  // a Put Back button
+  EXPECT_EQ(cleared::statusText(ClearedLog::Status::inTrash, ""), "In the Trash");
+  EXPECT_EQ(cleared::rowStatus(ClearedLog::Status::putBack, "09:31"), "Put back 09:31");
+  EXPECT_EQ(apps::lastUsedLine(""), "Last used —");
+  Locations mac = Locations::macos("/", "/Users/ann");
+  EXPECT_EQ(apps::itemName("/Users/ann/Library/Caches/com.example.foo", mac),
+            "Caches/com.example.foo");
+  EXPECT_EQ(apps::itemName("/Applications/Foo.app", mac), "Foo.app");
+  EXPECT_EQ(apps::itemPlace("/Users/ann/Library/Caches/com.example.foo", mac), "~/Library/Caches");
+}
+
+TEST(Texts, EveryMoveEndsWithOneStatusLine) {
+  Clearing::Outcome none;
+  EXPECT_EQ(clearMessage(none), "Nothing was moved to the Trash.");
+  none.stopped = true;
+  EXPECT_EQ(clearMessage(none), "Clearing stopped. Nothing was moved to the Trash.");
+
+  // Stopped, with a note and a failure, in that order.
+  Clearing::Outcome some;
+  some.movedBytes = 250 * kMiB;
+  some.entries.resize(1);
+  some.stopped = true;
+  some.notes = {"vanished: 3 of 5 items moved (2 no longer allowed)"};
+  some.failures = {{"gone", "No such file or directory"}, {"Chrome", "Chrome is open"}};
+  EXPECT_EQ(clearMessage(some),
+            "250 MB moved to the Trash. Empty the Trash to get the space back. Clearing stopped "
+            "after the current item. vanished: 3 of 5 items moved (2 no longer allowed). Some "
+            "items stayed in place: gone (No such file or directory), Chrome (Chrome is open). "
+            "See Recently Cleared to put items back while they are still in the Trash.");
+  EXPECT_EQ(logProblem("Is a directory"),
+            " Recently Cleared could not be updated (Is a directory); the moved items are in the "
+            "Trash.");
+
+  // Extra copies: "Up to", and the storage they may share named per layout.
+  Wording mac = Wording::of(Locations::macos("/", "/Users/ann"));
+  Clearing::Outcome copies;
+  copies.movedBytes = kMiB;
+  copies.entries.resize(1);
+  EXPECT_EQ(copiesMessage(copies, mac),
+            "Up to 1 MB moved to the Trash. Empty the Trash to get the space back. Copies on APFS "
+            "may free less.");
+  EXPECT_TRUE(
+      copiesMessage(copies, linuxWording()).ends_with(" Copies that share storage may free less."));
+  copies.failures = {{"song.mp3", "Permission denied"}, {"song.mp3", "no longer allowed"}};
+  EXPECT_EQ(copiesMessage(copies, mac),
+            "Some copies stayed in place: song.mp3 (Permission denied), song.mp3 (no longer "
+            "allowed). Up to 1 MB moved to the Trash. Empty the Trash to get the space back.");
+  EXPECT_EQ(copiesMessage(Clearing::Outcome{}, mac), "Nothing was moved to the Trash.");
+
+  // An uninstall joins what stayed with "; ", and a sentence of its own ends the list.
+  Clearing::UninstallOutcome app;
+  app.stopped = true;
+  EXPECT_EQ(uninstallMessage(app), "Clearing stopped. Nothing was moved to the Trash.");
+  app.moves.entries.resize(1);
+  app.moves.movedBytes = 2 * kMiB;
+  EXPECT_EQ(uninstallMessage(app),
+            "2 MB moved to the Trash. Empty the Trash to get the space back. Clearing stopped "
+            "after the current item.");
+  app.stopped = false;
+  app.stayed = {"x.savedState (no longer allowed)", "Foo needs an administrator. Show in Folder."};
+  EXPECT_EQ(uninstallMessage(app),
+            "Some items stayed in place: x.savedState (no longer allowed); Foo needs an "
+            "administrator. Show in Folder. 2 MB moved to the Trash. Empty the Trash to get the "
+            "space back.");
+}
+
+TEST(Texts, TheCommandLineListsWhatWouldMove) {
+  std::vector<MoveItem> findings{{"big", "/c/big", 50 * kMiB, "cache", {}},
+                                 {"gone", "leftover:x", 3 * kMiB, "app leftover", {}}};
+  EXPECT_EQ(toMoveFindings(findings, 53 * kMiB),
+            (std::vector<std::string>{"To move to the Trash: 2 items · 53 MB",
+                                      "  big · 50 MB · cache", "  gone · 3 MB · app leftover"}));
+  // Copies group by group, each kept copy named before its group's copies.
+  std::vector<MoveItem> copies{{"a", "/d/a", kMiB, "extra copy", "/k/a"},
+                               {"a", "/m/a", kMiB, "extra copy", "/k/a"},
+                               {"b", "/d/b", kMiB, "extra copy", "/k/b"}};
+  EXPECT_EQ(
+      toMoveCopies(copies, 3 * kMiB),
+      (std::vector<std::string>{"To move to the Trash: 3 copies · 3 MB", "  keep  /k/a",
+                                "  move  /d/a", "  move  /m/a", "  keep  /k/b", "  move  /d/b"}));
+  // An app by its name, then its bundle and each item by path; an item never measured reads 0.
+  std::vector<MoveItem> app{{"Foo", "/Applications/Foo.app", kMiB, "app", {}},
+                            {"Caches/foo", "/h/Library/Caches/foo", std::nullopt, "app data", {}}};
+  EXPECT_EQ(toMoveApp(app, kMiB), (std::vector<std::string>{"To move to the Trash: Foo · 1 MB",
+                                                            "  /Applications/Foo.app · 1 MB",
+                                                            "  /h/Library/Caches/foo · 0 MB"}));
+}
+
+}  // namespace
+}  // namespace dw::texts

@@ -100,13 +100,13 @@ int main(int argc, char** argv) {
   dw::platform::UserDefaults(places.defaultsFile).setBool(dw::platform::kOnboardingShownKey, true);
   dw::ui::AppWindow window = dw::ui::openAppWindow(places, "light");
   if (!window.root || !built) return 1;
-  QMetaObject::invokeMethod(window.root, "showPage", Q_ARG(QVariant, QString::fromStdString(mode)));
+  QMetaObject::invokeMethod(window.root, "showPage", Q_ARG(QString, QString::fromStdString(mode)));
   auto* quick = qobject_cast<QQuickWindow*>(window.root);
 
   QElapsedTimer clock;
   qint64 changed = -1, painted = -1;
-  auto* leftovers = qobject_cast<dw::ui::FindingListModel*>(window.bridge->leftovers());
-  auto* copies = qobject_cast<dw::ui::DuplicateListModel*>(window.bridge->duplicates());
+  auto* leftovers = window.bridge->findings(dw::ui::FindingListModel::Kind::Leftover);
+  auto* copies = window.bridge->duplicates();
   auto listed = [&] { return duplicates ? copies->totalCount() : leftovers->totalCount(); };
   auto start = [&] {
     if (changed < 0 && listed() > 0) {

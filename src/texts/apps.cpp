@@ -31,8 +31,9 @@ std::string lastUsedLine(std::string_view date) {
 }
 
 std::string itemName(std::string_view path, const Locations& places) {
+  // A Linux home has no Library: its items go by their own names.
   const std::string& library = places.library;
-  if (path.size() > library.size() + 1 && path.starts_with(library + "/")) {
+  if (!library.empty() && path.size() > library.size() + 1 && path.starts_with(library + "/")) {
     return std::string(path.substr(library.size() + 1));
   }
   return std::string(paths::lastComponent(path));

@@ -16,6 +16,17 @@ std::string_view listTitle(Finding::Kind kind) {
   return "Caches";
 }
 
+std::optional<Finding::Kind> listOfPage(std::string_view page) {
+  if (page == "review") return Finding::Kind::cache;
+  if (page == "leftovers") return Finding::Kind::leftover;
+  if (page == "largeFiles") return Finding::Kind::file;
+  return std::nullopt;
+}
+
+std::string openListButton(Finding::Kind kind) {
+  return "Open " + std::string(listTitle(kind));
+}
+
 std::string kindWord(Finding::Kind kind) {
   return kind == Finding::Kind::leftover ? "app leftover" : std::string(kindName(kind));
 }

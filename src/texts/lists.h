@@ -3,6 +3,7 @@
 // footer and empty state, the same on the desktop pages and on the command line.
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -14,6 +15,10 @@ namespace dw::texts {
 // "Caches", "App leftovers", "Large files": the list's title in the sidebar, on Overview and
 // over the command line's groups.
 std::string_view listTitle(Finding::Kind kind);
+// The list a page of the app shows ("review", "leftovers", "largeFiles"), if it shows one.
+std::optional<Finding::Kind> listOfPage(std::string_view page);
+// "Open Caches": the button to a list's page.
+std::string openListButton(Finding::Kind kind);
 // "cache", "file", "app leftover": the word a list of what will move uses.
 std::string kindWord(Finding::Kind kind);
 

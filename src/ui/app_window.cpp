@@ -4,7 +4,6 @@
 #include <QPainter>
 #include <QPalette>
 #include <QPixmap>
-#include <QQmlContext>
 #include <QQuickStyle>
 #include <QSvgRenderer>
 #include <cstdlib>
@@ -42,17 +41,16 @@ AppWindow openAppWindow(const Locations& places, const QString& appearance) {
   // style can be chosen once, before the first window.
   static const bool styled = (QQuickStyle::setStyle("Basic"), true);
   (void)styled;
+  bool dark = appearance == "dark" ||
+              (appearance.isEmpty() &&
+               QGuiApplication::palette().color(QPalette::Window).lightness() < 128);
   AppWindow w;
-  w.bridge = std::make_unique<AppBridge>(places);
+  w.bridge = std::make_unique<AppBridge>(places, dark);
   w.engine = std::make_unique<QQmlApplicationEngine>();
   w.engine->addImportPath("qrc:/");
   w.engine->addImageProvider("icon", new IconProvider);
   w.engine->addImageProvider("appicon", new AppIconProvider(w.bridge->model()));
-  bool dark = appearance == "dark" ||
-              (appearance.isEmpty() &&
-               QGuiApplication::palette().color(QPalette::Window).lightness() < 128);
-  w.engine->rootContext()->setContextProperty("dw", w.bridge.get());
-  w.engine->rootContext()->setContextProperty("startsDark", dark);
+  w.bridge->serve(*w.engine);
   w.engine->load(QUrl("qrc:/Dustwhale/Main.qml"));
   if (!w.engine->rootObjects().isEmpty()) w.root = w.engine->rootObjects().constFirst();
   return w;

@@ -36,8 +36,15 @@ struct Shooter {
   QString appearance;
   bool ok = true;
 
-  void call(const char* method, const QVariant& arg) {
-    QMetaObject::invokeMethod(window.root, method, Q_ARG(QVariant, arg));
+  void call(const char* method, const QString& arg) {
+    QMetaObject::invokeMethod(window.root, method, Q_ARG(QString, arg));
+  }
+  void call(const char* method, const char* arg) { call(method, QString(arg)); }
+  void call(const char* method, bool arg) {
+    QMetaObject::invokeMethod(window.root, method, Q_ARG(bool, arg));
+  }
+  void call(const char* method, int arg) {
+    QMetaObject::invokeMethod(window.root, method, Q_ARG(int, arg));
   }
   void set(const char* property, const QVariant& value) {
     window.root->setProperty(property, value);
@@ -53,6 +60,15 @@ struct Shooter {
     }
   }
 };
+
+// Every key of a list, as a page shows them with no search.
+QStringList keysOf(const QAbstractItemModel& list) {
+  int role = list.roleNames().key("key");
+  QStringList keys;
+  for (int row = 0; row < list.rowCount(); ++row)
+    keys << list.data(list.index(row, 0), role).toString();
+  return keys;
+}
 
 const char* const kPages[][2] = {
     {"dashboard", "overview"},     {"review", "caches"},
@@ -99,7 +115,8 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
     return false;
   }
   dw.spaceMap()->move(0);
-  dw.apps()->choose(0);
+  const QStringList apps = keysOf(*dw.apps());
+  dw.apps()->choose(apps.value(0));
   for (const QString& appearance : appearances) {
     s.appearance = appearance;
     s.call("setDark", appearance == "dark");
@@ -144,8 +161,8 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
     // The confirmation of every cache, listed short and then whole.
     s.set("forcedSheet", "");
     s.call("showPage", "review");
-    FindingListModel* caches = dw.caches();
-    caches->selectAll();
+    FindingListModel* caches = dw.findings(FindingListModel::Kind::Cache);
+    caches->selectAll(keysOf(*caches));
     caches->requestMove();
     s.set("forcedSheet", "confirm");
     s.shoot("sheet-confirm");
@@ -176,18 +193,17 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
     moves->cancel();
 
     // The Uninstaller's confirmation, of the largest app that may go.
-    AppListModel* apps = dw.apps();
-    for (int row = 0; row < apps->rowCount(); ++row) {
-      apps->choose(row);
-      if (!apps->canUninstall()) continue;
+    for (const QString& app : apps) {
+      dw.apps()->choose(app);
+      if (!dw.apps()->canUninstall()) continue;
       s.call("showPage", "apps");
-      apps->requestMove();
+      dw.apps()->requestMove();
       s.set("forcedSheet", "confirm");
       s.shoot("sheet-uninstall");
       dw.moves()->cancel();
       break;
     }
-    apps->choose(0);
+    dw.apps()->choose(apps.value(0));
     s.set("forcedSheet", "");
 
     // App leftovers when some Library folders could not be read (a home read in full has none
@@ -197,11 +213,11 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
       if (unread.size() < 2) unread.push_back(location.display);
     }
     if (!unread.empty()) {  // a layout with no leftover locations has no such notice
-      s.set("previewNotice",
-            QString::fromStdString(texts::scan::unreadNotice(unread, dw.model().wording())));
+      dw.showUnreadNoticePicture(
+          QString::fromStdString(texts::scan::unreadNotice(unread, dw.model().wording())));
       s.call("showPage", "leftovers");
       s.shoot("leftovers-unread-notice");
-      s.set("previewNotice", QString());
+      dw.showUnreadNoticePicture(std::nullopt);
     }
   }
   return s.ok;

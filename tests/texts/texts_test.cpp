@@ -103,6 +103,9 @@ TEST(Texts, CountsSizesAndTheQuestion) {
   EXPECT_EQ(apps::itemName("/Users/ann/Library/Caches/com.example.foo", mac),
             "Caches/com.example.foo");
   EXPECT_EQ(apps::itemName("/Applications/Foo.app", mac), "Foo.app");
+  EXPECT_EQ(apps::itemName("/home/ann/.local/share/applications/viewer.desktop",
+                           Locations::linux("/", "/home/ann")),
+            "viewer.desktop");
   EXPECT_EQ(apps::itemPlace("/Users/ann/Library/Caches/com.example.foo", mac), "~/Library/Caches");
 }
 

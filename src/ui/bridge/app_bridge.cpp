@@ -1,6 +1,8 @@
 #include "bridge/app_bridge.h"
 
 #include <QDateTime>
+#include <QQmlEngine>
+#include <QVariantMap>
 
 #include "base/time.h"
 #include "bridge/date_text.h"
@@ -8,24 +10,29 @@
 #include "findings/size_text.h"
 #include "platform/desktop.h"
 #include "texts/cleared.h"
-#include "texts/overview.h"
 #include "texts/scan.h"
 
 namespace dw::ui {
 
-AppBridge::AppBridge(Locations places, QObject* parent)
+namespace {
+constexpr const char* kEngineProperty = "dustwhaleBridge";
+}  // namespace
+
+AppBridge::AppBridge(Locations places, bool startsDark, QObject* parent)
     : QObject(parent),
       workspace_(platform::systemWorkspace()),
       defaults_(places.defaultsFile),
       gate_(defaults_),
       model_(std::make_unique<ScanModel>(dispatcher_, places, *workspace_, defaults_)),
-      caches_(std::make_unique<FindingListModel>(*model_, Finding::Kind::cache)),
-      leftovers_(std::make_unique<FindingListModel>(*model_, Finding::Kind::leftover)),
-      files_(std::make_unique<FindingListModel>(*model_, Finding::Kind::file)),
+      lists_{std::make_unique<FindingListModel>(*model_, Finding::Kind::cache),
+             std::make_unique<FindingListModel>(*model_, Finding::Kind::file),
+             std::make_unique<FindingListModel>(*model_, Finding::Kind::leftover)},
       duplicates_(std::make_unique<DuplicateListModel>(*model_)),
       spaceMap_(std::make_unique<SpaceMapModel>(*model_)),
       apps_(std::make_unique<AppListModel>(*model_)),
-      moves_(std::make_unique<MoveSheet>(*model_)) {
+      moves_(std::make_unique<MoveSheet>(*model_)),
+      overview_(std::make_unique<OverviewModel>(*model_)),
+      startsDark_(startsDark) {
   model_->addObserver([this](ScanModel::Field field) { fieldChanged(field); });
   clock_.setInterval(30'000);
   connect(&clock_, &QTimer::timeout, this, &AppBridge::scannedTextChanged);
@@ -34,25 +41,28 @@ AppBridge::AppBridge(Locations places, QObject* parent)
 
 AppBridge::~AppBridge() = default;
 
+void AppBridge::serve(QQmlEngine& engine) {
+  engine.setProperty(kEngineProperty, QVariant::fromValue(this));
+}
+
+AppBridge* AppBridge::create(QQmlEngine* engine, QJSEngine*) {
+  auto* bridge = engine->property(kEngineProperty).value<AppBridge*>();
+  if (bridge) QJSEngine::setObjectOwnership(bridge, QJSEngine::CppOwnership);
+  return bridge;
+}
+
 void AppBridge::fieldChanged(ScanModel::Field field) {
   using F = ScanModel::Field;
-  caches_->modelChanged(field);
-  leftovers_->modelChanged(field);
-  files_->modelChanged(field);
+  for (auto& list : lists_)
+    list->modelChanged(field);
   duplicates_->modelChanged(field);
   spaceMap_->modelChanged(field);
   apps_->modelChanged(field);
   moves_->modelChanged(field);
+  overview_->modelChanged(field);
   switch (field) {
     case F::phase:
       emit phaseChanged();
-      emit dashboardChanged();
-      break;
-    case F::volume:
-    case F::volumeName:
-    case F::caches:
-    case F::duplicateGroups:
-      emit dashboardChanged();
       break;
     case F::lastScannedAt:
       emit scannedTextChanged();
@@ -77,18 +87,18 @@ void AppBridge::fieldChanged(ScanModel::Field field) {
   }
 }
 
-QString AppBridge::phase() const {
+AppBridge::Phase AppBridge::phase() const {
   switch (model_->phase().kind()) {
     case ScanModel::Phase::Kind::scanning:
-      return "scanning";
+      return Phase::Scanning;
     case ScanModel::Phase::Kind::ready:
-      return "ready";
+      return Phase::Ready;
     case ScanModel::Phase::Kind::clearing:
-      return "clearing";
+      return Phase::Clearing;
     case ScanModel::Phase::Kind::failed:
-      return "failed";
+      return Phase::Failed;
   }
-  return "ready";
+  return Phase::Ready;
 }
 
 bool AppBridge::scanning() const {
@@ -116,6 +126,7 @@ QString AppBridge::message() const {
 }
 
 QString AppBridge::unreadNotice() const {
+  if (noticePicture_) return *noticePicture_;
   const auto& unread = model_->unreadLeftoverLocations();
   if (unread.empty()) return {};
   return QString::fromStdString(texts::scan::unreadNotice(unread, model_->wording()));
@@ -132,6 +143,11 @@ QString AppBridge::revealTitle() const {
 QString AppBridge::versionLine() const {
   // "Dustwhale <version> (<build>)"; this build carries no build number, shown as "—".
   return QStringLiteral("Dustwhale " DUSTWHALE_VERSION " (—)");
+}
+
+void AppBridge::showUnreadNoticePicture(std::optional<QString> notice) {
+  noticePicture_ = std::move(notice);
+  emit unreadNoticeChanged();
 }
 
 void AppBridge::setClock(std::function<TimePoint()> now) {
@@ -175,50 +191,11 @@ QString AppBridge::clearedTitle() const {
       texts::cleared::title(texts::cleared::bytesInTrash(model_->clearedEntries())));
 }
 
-QVariantMap AppBridge::storage() const {
-  namespace overview = texts::overview;
-  overview::StorageAmounts a = overview::storageAmounts(model_->volume(), model_->caches());
-  auto part = [&](std::int64_t bytes) {
-    return a.total > 0 ? static_cast<double>(bytes) / static_cast<double>(a.total) : 0.0;
-  };
-  QVariantList legend;
-  for (const auto& s : overview::storageLegend(a)) {
-    legend.append(QVariantMap{{"part", QString::fromStdString(s.part)},
-                              {"label", QString::fromStdString(s.label)}});
-  }
-  return QVariantMap{
-      {"used", part(a.used)},
-      {"ready", part(a.ready)},
-      {"held", part(a.held)},
-      {"free", part(a.free)},
-      {"totalText", QString::fromStdString(overview::totalText(a))},
-      {"summary", QString::fromStdString(overview::storageSummary(a))},
-      {"explanation", QString::fromStdString(overview::storageExplanation(a))},
-      {"legend", legend},
-      {"readyHeading", QString::fromStdString(overview::readyHeading(a.ready))},
-      {"readyLine", QString::fromUtf8(overview::kReadyLine)},
-      {"reviewTitle", QString::fromStdString(overview::reviewButton(a.ready))},
-  };
-}
-
-QVariantList AppBridge::cards() const {
-  std::optional<texts::overview::ExtraCopies> copies;
-  const DuplicateFlow& duplicates = model_->duplicates();
-  if (!duplicates.groups().empty()) {
-    copies = texts::overview::ExtraCopies{duplicates.extraCopies(), duplicates.extraBytes()};
-  }
-  QVariantList out;
-  for (const auto& c :
-       texts::overview::cards(model_->caches(), scanning(), copies, model_->wording())) {
-    out.append(QVariantMap{{"title", QString::fromStdString(c.title)},
-                           {"symbol", QString::fromStdString(c.symbol)},
-                           {"value", QString::fromStdString(c.value)},
-                           {"detail", QString::fromStdString(c.detail)},
-                           {"badge", QString::fromStdString(c.badge)},
-                           {"badgeKind", QString::fromStdString(c.badgeKind)},
-                           {"page", QString::fromStdString(c.page)}});
-  }
-  return out;
+FindingListModel* AppBridge::findings(FindingListModel::Kind kind) {
+  FindingListModel* list = lists_[static_cast<size_t>(kind)].get();
+  // Returned to QML from a call: the list stays the bridge's.
+  QJSEngine::setObjectOwnership(list, QJSEngine::CppOwnership);
+  return list;
 }
 
 void AppBridge::openTrash() {

@@ -1,20 +1,23 @@
 #pragma once
-// The one object the QML sees: it owns the ScanModel (and what the model runs on), turns the
-// model's change reports into property signals, and forwards the user's actions. It decides
-// nothing a command-line user would miss: texts and rules come from the core.
+// The one object the QML sees, as the singleton App: it owns the ScanModel (and what the model
+// runs on), turns the model's change reports into property signals, and forwards the user's
+// actions. It decides nothing a command-line user would miss: texts and rules come from the
+// core.
 
+#include <QtQml/qqmlregistration.h>
 #include <QObject>
 #include <QString>
 #include <QTimer>
 #include <QVariantList>
-#include <QVariantMap>
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "bridge/app_list_model.h"
 #include "bridge/duplicate_list_model.h"
 #include "bridge/finding_list_model.h"
 #include "bridge/move_sheet.h"
+#include "bridge/overview_model.h"
 #include "bridge/qt_dispatcher.h"
 #include "bridge/space_map_model.h"
 #include "model/onboarding_gate.h"
@@ -22,11 +25,16 @@
 #include "platform/defaults.h"
 #include "platform/workspace.h"
 
+class QQmlEngine;
+class QJSEngine;
+
 namespace dw::ui {
 
 class AppBridge : public QObject {
   Q_OBJECT
-  Q_PROPERTY(QString phase READ phase NOTIFY phaseChanged)
+  QML_NAMED_ELEMENT(App)
+  QML_SINGLETON
+  Q_PROPERTY(Phase phase READ phase NOTIFY phaseChanged)
   Q_PROPERTY(bool scanning READ scanning NOTIFY phaseChanged)
   Q_PROPERTY(bool clearing READ clearing NOTIFY phaseChanged)
   Q_PROPERTY(QString failureText READ failureText NOTIFY phaseChanged)
@@ -44,24 +52,29 @@ class AppBridge : public QObject {
   Q_PROPERTY(int clearedCount READ clearedCount NOTIFY clearedChanged)
   Q_PROPERTY(QVariantList clearedGroups READ clearedGroups NOTIFY clearedChanged)
   Q_PROPERTY(QString clearedTitle READ clearedTitle NOTIFY clearedChanged)
-  Q_PROPERTY(QString volumeName READ volumeName NOTIFY dashboardChanged)
-  Q_PROPERTY(QVariantMap storage READ storage NOTIFY dashboardChanged)
-  Q_PROPERTY(QVariantList cards READ cards NOTIFY dashboardChanged)
-  Q_PROPERTY(FindingListModel* caches READ caches CONSTANT)
-  Q_PROPERTY(FindingListModel* leftovers READ leftovers CONSTANT)
-  Q_PROPERTY(FindingListModel* files READ files CONSTANT)
-  Q_PROPERTY(DuplicateListModel* duplicates READ duplicates CONSTANT)
-  Q_PROPERTY(SpaceMapModel* spaceMap READ spaceMap CONSTANT)
-  Q_PROPERTY(AppListModel* apps READ apps CONSTANT)
-  Q_PROPERTY(MoveSheet* moves READ moves CONSTANT)
+  Q_PROPERTY(dw::ui::OverviewModel* overview READ overview CONSTANT)
+  Q_PROPERTY(dw::ui::DuplicateListModel* duplicates READ duplicates CONSTANT)
+  Q_PROPERTY(dw::ui::SpaceMapModel* spaceMap READ spaceMap CONSTANT)
+  Q_PROPERTY(dw::ui::AppListModel* apps READ apps CONSTANT)
+  Q_PROPERTY(dw::ui::MoveSheet* moves READ moves CONSTANT)
+  // The appearance the window starts in.
+  Q_PROPERTY(bool startsDark READ startsDark CONSTANT)
 
  public:
-  explicit AppBridge(Locations places, QObject* parent = nullptr);
+  enum class Phase { Scanning, Ready, Clearing, Failed };
+  Q_ENUM(Phase)
+
+  AppBridge(Locations places, bool startsDark, QObject* parent = nullptr);
   ~AppBridge() override;
+
+  // The bridge of an engine: serve() before the engine loads the QML; the engine's App is then
+  // this bridge, which stays the caller's to delete.
+  void serve(QQmlEngine& engine);
+  static AppBridge* create(QQmlEngine* engine, QJSEngine* scripts);
 
   ScanModel& model() { return *model_; }
 
-  QString phase() const;
+  Phase phase() const;
   bool scanning() const;
   bool clearing() const;
   QString failureText() const;
@@ -83,19 +96,17 @@ class AppBridge : public QObject {
   QString clearedTitle() const;
   // The clock Recently Cleared tells its dates by (the system's unless a test fixes one).
   void setClock(std::function<TimePoint()> now);
-  QString volumeName() const { return QString::fromStdString(model_->volumeName()); }
-  // The storage bar: fractions (used, ready, held, free), totalText, summary, explanation,
-  // legend, readyHeading, readyLine, reviewTitle.
-  QVariantMap storage() const;
-  // The four category cards: title, symbol, value, detail, badge, badgeKind, page.
-  QVariantList cards() const;
-  FindingListModel* caches() { return caches_.get(); }
-  FindingListModel* leftovers() { return leftovers_.get(); }
-  FindingListModel* files() { return files_.get(); }
+  OverviewModel* overview() { return overview_.get(); }
+  // The clean list of a kind of finding.
+  Q_INVOKABLE dw::ui::FindingListModel* findings(dw::ui::FindingListModel::Kind kind);
   DuplicateListModel* duplicates() { return duplicates_.get(); }
   SpaceMapModel* spaceMap() { return spaceMap_.get(); }
   AppListModel* apps() { return apps_.get(); }
   MoveSheet* moves() { return moves_.get(); }
+  bool startsDark() const { return startsDark_; }
+  // The screenshot mode's picture of the notice above App leftovers, drawn from the core's texts
+  // for folders it could read after all. None follows the model again.
+  void showUnreadNoticePicture(std::optional<QString> notice);
 
   // The window's first appearance: scan, then load Recently Cleared (nothing under a test host).
   Q_INVOKABLE void firstAppearance();
@@ -119,7 +130,6 @@ class AppBridge : public QObject {
   void showFullDiskAccessPromptChanged();
   void onboardingPresentedChanged();
   void clearedChanged();
-  void dashboardChanged();
 
  private:
   void fieldChanged(ScanModel::Field field);
@@ -130,13 +140,16 @@ class AppBridge : public QObject {
   // Destroyed from the bottom up: the model, then the dispatcher, which waits for its tasks.
   QtDispatcher dispatcher_;
   std::unique_ptr<ScanModel> model_;
-  std::unique_ptr<FindingListModel> caches_, leftovers_, files_;
+  std::unique_ptr<FindingListModel> lists_[3];  // by Finding::Kind
   std::unique_ptr<DuplicateListModel> duplicates_;
   std::unique_ptr<SpaceMapModel> spaceMap_;
   std::unique_ptr<AppListModel> apps_;
   std::unique_ptr<MoveSheet> moves_;
+  std::unique_ptr<OverviewModel> overview_;
   QTimer clock_;  // keeps "Scanned 5 minutes ago" current
   std::function<TimePoint()> now_ = [] { return Clock::now(); };
+  bool startsDark_ = false;
+  std::optional<QString> noticePicture_;
 };
 
 }  // namespace dw::ui

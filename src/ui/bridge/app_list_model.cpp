@@ -18,16 +18,13 @@ QString q(std::string_view text) {
 }  // namespace
 
 AppListModel::AppListModel(ScanModel& model, QObject* parent)
-    : QAbstractListModel(parent), model_(model) {
-  rebuild();
-}
+    : QAbstractListModel(parent), model_(model) {}
 
 void AppListModel::modelChanged(ScanModel::Field field) {
   using F = ScanModel::Field;
   if (field == F::installedApps || field == F::appsNeedingAdmin) {
     beginResetModel();
-    rebuild();
-    current_ = -1;
+    current_.clear();
     endResetModel();
     emit listChanged();
     emit currentChanged();
@@ -36,32 +33,8 @@ void AppListModel::modelChanged(ScanModel::Field field) {
   }
 }
 
-void AppListModel::rebuild() {
-  rows_.clear();
-  const auto& apps = model_.installedApps();
-  for (size_t i = 0; i < apps.size(); ++i) {
-    if (!query_.isEmpty() &&
-        !QString::fromStdString(apps[i].name).contains(query_, Qt::CaseInsensitive)) {
-      continue;
-    }
-    rows_.push_back(i);
-  }
-}
-
-void AppListModel::setQuery(const QString& query) {
-  if (query == query_) return;
-  beginResetModel();
-  query_ = query;
-  rebuild();
-  current_ = -1;
-  endResetModel();
-  emit queryChanged();
-  emit listChanged();
-  emit currentChanged();
-}
-
 int AppListModel::rowCount(const QModelIndex& parent) const {
-  return parent.isValid() ? 0 : static_cast<int>(rows_.size());
+  return parent.isValid() ? 0 : static_cast<int>(model_.installedApps().size());
 }
 
 QVariant AppListModel::data(const QModelIndex& index, int role) const {
@@ -69,6 +42,8 @@ QVariant AppListModel::data(const QModelIndex& index, int role) const {
   const auto& app = at(index.row());
   const bool needsAdmin = model_.appsNeedingAdmin().contains(app.bundlePath);
   switch (role) {
+    case KeyRole:
+      return QString::fromStdString(app.bundlePath);
     case NameRole:
       return QString::fromStdString(app.name);
     case SizeTextRole:
@@ -79,7 +54,7 @@ QVariant AppListModel::data(const QModelIndex& index, int role) const {
       return QString::fromStdString(needsAdmin ? AppUninstaller::stayedForAdministratorRow()
                                                : AppUninstaller::rowText(app));
     case CurrentRole:
-      return index.row() == current_;
+      return QString::fromStdString(app.bundlePath) == current_;
     case IconRole:
       return "image://appicon/" +
              QString::fromUtf8(QUrl::toPercentEncoding(QString::fromStdString(app.bundlePath)));
@@ -94,7 +69,8 @@ QVariant AppListModel::data(const QModelIndex& index, int role) const {
 }
 
 QHash<int, QByteArray> AppListModel::roleNames() const {
-  return {{NameRole, "name"},
+  return {{KeyRole, "key"},
+          {NameRole, "name"},
           {SizeTextRole, "sizeText"},
           {DetailRole, "detail"},
           {RowTextRole, "rowText"},
@@ -106,12 +82,18 @@ QHash<int, QByteArray> AppListModel::roleNames() const {
 }
 
 const AppUninstaller::AppRecord& AppListModel::at(int row) const {
-  return model_.installedApps()[rows_[static_cast<size_t>(row)]];
+  return model_.installedApps()[static_cast<size_t>(row)];
+}
+
+const AppUninstaller::AppRecord* AppListModel::find(const QString& key) const {
+  for (const auto& app : model_.installedApps()) {
+    if (QString::fromStdString(app.bundlePath) == key) return &app;
+  }
+  return nullptr;
 }
 
 const AppUninstaller::AppRecord* AppListModel::currentApp() const {
-  if (current_ < 0 || current_ >= rowCount()) return nullptr;
-  return &at(current_);
+  return current_.isEmpty() ? nullptr : find(current_);
 }
 
 QString AppListModel::title() const {
@@ -180,12 +162,10 @@ void AppListModel::refresh() {
   model_.refreshApps();
 }
 
-void AppListModel::choose(int row) {
-  if (row < 0 || row >= rowCount()) return;
-  int before = current_;
-  current_ = row;
-  if (before >= 0) emit dataChanged(index(before), index(before), {CurrentRole});
-  emit dataChanged(index(row), index(row), {CurrentRole});
+void AppListModel::choose(const QString& key) {
+  if (key == current_ || (!key.isEmpty() && !find(key))) return;
+  current_ = key;
+  if (rowCount() > 0) emit dataChanged(index(0), index(rowCount() - 1), {CurrentRole});
   emit currentChanged();
 }
 
@@ -196,9 +176,9 @@ void AppListModel::requestMove() {
   model_.requestConfirm(ConfirmScope::app);
 }
 
-void AppListModel::reveal(int row) {
-  if (row < 0 || row >= rowCount()) return;
-  platform::revealInFileManager(at(row).bundlePath);
+void AppListModel::reveal(const QString& key) {
+  if (const AppUninstaller::AppRecord* app = find(key))
+    platform::revealInFileManager(app->bundlePath);
 }
 
 }  // namespace dw::ui

@@ -1,9 +1,10 @@
 #pragma once
-// The Uninstaller's list: the installed apps whose name matches the search, with their icons,
+// The Uninstaller's list: the installed apps keyed by their bundle paths, with their icons,
 // sizes, last use, the row text the core gives an app that may not be removed (or whose move the
-// system refused), and the chosen app's related items. Uninstalling is the model's; the bridge
-// asks it to after the confirm sheet.
+// system refused), and the chosen app's related items. "Uninstall…" asks the model's question of
+// the chosen app. The page's search is a SearchFilter over it.
 
+#include <QtQml/qqmlregistration.h>
 #include <QAbstractListModel>
 #include <QString>
 #include <QStringList>
@@ -15,12 +16,13 @@ namespace dw::ui {
 
 class AppListModel : public QAbstractListModel {
   Q_OBJECT
-  Q_PROPERTY(QString query READ query WRITE setQuery NOTIFY queryChanged)
+  QML_ELEMENT
+  QML_UNCREATABLE("The bridge's lists are made by the bridge.")
   Q_PROPERTY(int count READ rowCount NOTIFY listChanged)
   Q_PROPERTY(bool loading READ loading NOTIFY listChanged)
   Q_PROPERTY(QString title READ title NOTIFY listChanged)
   Q_PROPERTY(QString detail READ detail CONSTANT)
-  Q_PROPERTY(int current READ current NOTIFY currentChanged)
+  Q_PROPERTY(bool hasCurrent READ hasCurrent NOTIFY currentChanged)
   Q_PROPERTY(QString currentName READ currentName NOTIFY currentChanged)
   Q_PROPERTY(QVariantList currentItems READ currentItems NOTIFY currentChanged)
   Q_PROPERTY(QString currentItemsHeading READ currentItemsHeading NOTIFY currentChanged)
@@ -29,7 +31,8 @@ class AppListModel : public QAbstractListModel {
 
  public:
   enum Role {
-    NameRole = Qt::UserRole + 1,
+    KeyRole = Qt::UserRole + 1,  // the bundle's path
+    NameRole,
     SizeTextRole,
     DetailRole,
     RowTextRole,
@@ -45,14 +48,12 @@ class AppListModel : public QAbstractListModel {
   QVariant data(const QModelIndex& index, int role) const override;
   QHash<int, QByteArray> roleNames() const override;
 
-  QString query() const { return query_; }
-  void setQuery(const QString& query);
   bool loading() const { return model_.appsLoading(); }
   // "12 apps": every listed app, whatever the search.
   QString title() const;
   QString detail() const;
   QString currentItemsHeading() const;
-  int current() const { return current_; }
+  bool hasCurrent() const { return currentApp() != nullptr; }
   QString currentName() const;
   // The bundle and then its related items: name and place (the folder, the home shown as "~").
   QVariantList currentItems() const;
@@ -64,27 +65,25 @@ class AppListModel : public QAbstractListModel {
   static QString lastUsedText(const AppUninstaller::AppRecord& app, TimePoint now);
 
   Q_INVOKABLE void refresh();
-  Q_INVOKABLE void choose(int row);
+  // Chooses the app with this key; "" chooses none.
+  Q_INVOKABLE void choose(const QString& key);
   // "Uninstall…": the question of the chosen app with its data.
   Q_INVOKABLE void requestMove();
-  // Shows the app of this row in the file manager.
-  Q_INVOKABLE void reveal(int row);
+  // Shows the app in the file manager.
+  Q_INVOKABLE void reveal(const QString& key);
 
   void modelChanged(ScanModel::Field field);
 
  signals:
-  void queryChanged();
   void listChanged();
   void currentChanged();
 
  private:
-  void rebuild();
   const AppUninstaller::AppRecord& at(int row) const;
+  const AppUninstaller::AppRecord* find(const QString& key) const;
 
   ScanModel& model_;
-  QString query_;
-  std::vector<size_t> rows_;
-  int current_ = -1;
+  QString current_;  // the chosen app's key
 };
 
 }  // namespace dw::ui

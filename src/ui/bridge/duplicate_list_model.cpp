@@ -60,27 +60,16 @@ void DuplicateListModel::rebuild() {
   rows_.clear();
   const auto& groups = model_.duplicateGroups();
   for (size_t g = 0; g < groups.size(); ++g) {
-    bool first = true;
-    for (size_t f = 0; f < groups[g].files.size(); ++f) {
-      // The search matches file names, case-insensitively in any script.
-      if (!query_.isEmpty() &&
-          !fileName(groups[g].files[f].path).contains(query_, Qt::CaseInsensitive)) {
-        continue;
-      }
-      rows_.push_back({g, f, first});
-      first = false;
-    }
+    for (size_t f = 0; f < groups[g].files.size(); ++f)
+      rows_.push_back({g, f});
   }
 }
 
-void DuplicateListModel::setQuery(const QString& query) {
-  if (query == query_) return;
-  beginResetModel();
-  query_ = query;
-  rebuild();
-  endResetModel();
-  emit queryChanged();
-  emit listChanged();
+int DuplicateListModel::rowOf(const QString& key) const {
+  for (int row = 0; row < rowCount(); ++row) {
+    if (QString::fromStdString(fileAt(row).path) == key) return row;
+  }
+  return -1;
 }
 
 const DuplicateScanner::Group& DuplicateListModel::groupAt(int row) const {
@@ -105,7 +94,7 @@ QVariant DuplicateListModel::data(const QModelIndex& index, int role) const {
   const auto& file = fileAt(row);
   const bool kept = isKept(row);
   switch (role) {
-    case PathRole:
+    case KeyRole:
     case LocationRole:
       return QString::fromStdString(file.path);
     case NameRole:
@@ -136,8 +125,8 @@ QVariant DuplicateListModel::data(const QModelIndex& index, int role) const {
               .count();
       return QLocale().toString(QDateTime::fromMSecsSinceEpoch(ms).date(), QLocale::ShortFormat);
     }
-    case GroupStartRole:
-      return rows_[static_cast<size_t>(row)].groupStart;
+    case GroupRole:
+      return QString::fromStdString(groupAt(row).hashHex);
     case GroupTitleRole: {
       const auto& group = groupAt(row);
       return QString::fromStdString(
@@ -148,7 +137,7 @@ QVariant DuplicateListModel::data(const QModelIndex& index, int role) const {
 }
 
 QHash<int, QByteArray> DuplicateListModel::roleNames() const {
-  return {{PathRole, "path"},
+  return {{KeyRole, "key"},
           {NameRole, "name"},
           {NoteRole, "note"},
           {SizeTextRole, "sizeText"},
@@ -161,15 +150,8 @@ QHash<int, QByteArray> DuplicateListModel::roleNames() const {
           {LastUsedRole, "lastUsed"},
           {LocationRole, "location"},
           {KeptRole, "kept"},
-          {GroupStartRole, "groupStart"},
+          {GroupRole, "group"},
           {GroupTitleRole, "groupTitle"}};
-}
-
-int DuplicateListModel::totalCount() const {
-  int n = 0;
-  for (const auto& group : model_.duplicateGroups())
-    n += static_cast<int>(group.files.size());
-  return n;
 }
 
 QString DuplicateListModel::summaryTitle() const {
@@ -193,6 +175,22 @@ QString DuplicateListModel::sectionTitle() const {
   return QString::fromStdString(copies::sectionTitle(groupCount()));
 }
 
+QString DuplicateListModel::sectionDetail() const {
+  return q(copies::kSectionDetail);
+}
+
+QString DuplicateListModel::keepInstead() const {
+  return q(copies::kKeepInstead);
+}
+
+QString DuplicateListModel::findTitle() const {
+  return q(copies::findButton(searching()));
+}
+
+QString DuplicateListModel::skippedHeading() const {
+  return q(copies::skippedHeading(model_.wording()));
+}
+
 QString DuplicateListModel::footerSummary() const {
   return QString::fromStdString(copies::footerSummary(model_.duplicates().selectedBytes(),
                                                       model_.duplicates().selectedCopies()));
@@ -214,7 +212,7 @@ QString DuplicateListModel::emptyDetail() const {
 
 QString DuplicateListModel::progress() const {
   const auto& p = model_.duplicateProgress();
-  return p ? QString::fromStdString(*p) : QString();
+  return QString::fromStdString(copies::progressLine(p ? *p : std::string()));
 }
 
 QStringList DuplicateListModel::skipped() const {
@@ -238,15 +236,16 @@ void DuplicateListModel::find() {
   model_.findDuplicates();
 }
 
-void DuplicateListModel::toggle(int row) {
-  if (row < 0 || row >= rowCount() || isKept(row)) return;
+void DuplicateListModel::toggle(const QString& key) {
+  int row = rowOf(key);
+  if (row < 0 || isKept(row)) return;
   const auto& path = fileAt(row).path;
   model_.setDuplicateSelected(path, model_.duplicateSelected().count(path) == 0);
 }
 
-void DuplicateListModel::keep(int row) {
-  if (row < 0 || row >= rowCount()) return;
-  model_.keepCopy(groupAt(row).hashHex, fileAt(row).path);
+void DuplicateListModel::keep(const QString& key) {
+  int row = rowOf(key);
+  if (row >= 0) model_.keepCopy(groupAt(row).hashHex, fileAt(row).path);
 }
 
 void DuplicateListModel::selectAll() {
@@ -257,9 +256,9 @@ void DuplicateListModel::selectNone() {
   model_.selectNoCopies();
 }
 
-void DuplicateListModel::reveal(int row) {
-  if (row < 0 || row >= rowCount()) return;
-  platform::revealInFileManager(fileAt(row).path);
+void DuplicateListModel::reveal(const QString& key) {
+  int row = rowOf(key);
+  if (row >= 0) platform::revealInFileManager(fileAt(row).path);
 }
 
 void DuplicateListModel::requestMove() {

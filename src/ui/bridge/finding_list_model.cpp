@@ -1,5 +1,6 @@
 #include "bridge/finding_list_model.h"
 
+#include "clearing/clearing.h"
 #include "findings/notes.h"
 #include "findings/size_text.h"
 #include "platform/desktop.h"
@@ -12,6 +13,13 @@ QString q(std::string_view text) {
   return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 }  // namespace
+
+static_assert(static_cast<int>(FindingListModel::Kind::Cache) ==
+                  static_cast<int>(Finding::Kind::cache) &&
+              static_cast<int>(FindingListModel::Kind::File) ==
+                  static_cast<int>(Finding::Kind::file) &&
+              static_cast<int>(FindingListModel::Kind::Leftover) ==
+                  static_cast<int>(Finding::Kind::leftover));
 
 FindingListModel::FindingListModel(ScanModel& model, Finding::Kind kind, QObject* parent)
     : QAbstractListModel(parent), model_(model), kind_(kind) {
@@ -35,28 +43,27 @@ void FindingListModel::rebuild() {
   rows_.clear();
   const auto& findings = model_.caches();
   for (size_t i = 0; i < findings.size(); ++i) {
-    if (findings[i].kind != kind_) continue;
-    // The search matches names, case-insensitively in any script.
-    if (!query_.isEmpty() &&
-        !QString::fromStdString(findings[i].name).contains(query_, Qt::CaseInsensitive)) {
-      continue;
-    }
-    rows_.push_back(i);
+    if (findings[i].kind == kind_) rows_.push_back(i);
   }
-}
-
-void FindingListModel::setQuery(const QString& query) {
-  if (query == query_) return;
-  beginResetModel();
-  query_ = query;
-  rebuild();
-  endResetModel();
-  emit queryChanged();
-  emit listChanged();
 }
 
 const Finding& FindingListModel::at(int row) const {
   return model_.caches()[rows_[static_cast<size_t>(row)]];
+}
+
+const Finding* FindingListModel::find(const QString& key) const {
+  for (size_t i : rows_) {
+    if (QString::fromStdString(model_.caches()[i].id) == key) return &model_.caches()[i];
+  }
+  return nullptr;
+}
+
+std::vector<std::string> FindingListModel::ids(const QStringList& keys) const {
+  std::vector<std::string> out;
+  for (const QString& key : keys) {
+    if (const Finding* f = find(key)) out.push_back(f->id);
+  }
+  return out;
 }
 
 int FindingListModel::rowCount(const QModelIndex& parent) const {
@@ -67,7 +74,7 @@ QVariant FindingListModel::data(const QModelIndex& index, int role) const {
   if (!index.isValid() || index.row() >= rowCount()) return {};
   const Finding& f = at(index.row());
   switch (role) {
-    case IdRole:
+    case KeyRole:
       return QString::fromStdString(f.id);
     case NameRole:
       return QString::fromStdString(f.name);
@@ -96,29 +103,29 @@ QVariant FindingListModel::data(const QModelIndex& index, int role) const {
 }
 
 QHash<int, QByteArray> FindingListModel::roleNames() const {
-  return {{IdRole, "findingId"},        {NameRole, "name"},
-          {NoteRole, "note"},           {SizeTextRole, "sizeText"},
-          {BadgeRole, "badge"},         {BadgeKindRole, "badgeKind"},
-          {SelectedRole, "selected"},   {SelectableRole, "selectable"},
-          {ShowsLockRole, "showsLock"}, {WhySafeRole, "whySafe"},
-          {LastUsedRole, "lastUsed"},   {LocationRole, "location"}};
+  return {{KeyRole, "key"},
+          {NameRole, "name"},
+          {NoteRole, "note"},
+          {SizeTextRole, "sizeText"},
+          {BadgeRole, "badge"},
+          {BadgeKindRole, "badgeKind"},
+          {SelectedRole, "selected"},
+          {SelectableRole, "selectable"},
+          {ShowsLockRole, "showsLock"},
+          {WhySafeRole, "whySafe"},
+          {LastUsedRole, "lastUsed"},
+          {LocationRole, "location"}};
 }
 
-int FindingListModel::totalCount() const {
-  int n = 0;
-  for (const auto& f : model_.caches())
-    n += f.kind == kind_;
-  return n;
+FindingListModel::Kind FindingListModel::kind() const {
+  return static_cast<Kind>(kind_);
 }
 
 QString FindingListModel::summaryTitle() const {
-  std::int64_t bytes = 0, count = 0;
-  for (const auto& f : model_.caches()) {
-    if (f.kind != kind_) continue;
-    bytes += f.bytes;
-    ++count;
-  }
-  return QString::fromStdString(texts::summaryTitle(kind_, bytes, count));
+  std::int64_t bytes = 0;
+  for (size_t i : rows_)
+    bytes = Clearing::addBytes(bytes, model_.caches()[i].bytes);
+  return QString::fromStdString(texts::summaryTitle(kind_, bytes, totalCount()));
 }
 
 QString FindingListModel::summaryDetail() const {
@@ -128,7 +135,7 @@ QString FindingListModel::summaryDetail() const {
 QString FindingListModel::footerSummary() const {
   std::int64_t bytes = 0, count = 0;
   for (const auto& f : model_.itemsToClear(scopeOf(kind_))) {
-    bytes += f.bytes;
+    bytes = Clearing::addBytes(bytes, f.bytes);
     ++count;
   }
   return QString::fromStdString(texts::footerSummary(kind_, bytes, count));
@@ -154,34 +161,29 @@ QString FindingListModel::emptyDetail() const {
 QString FindingListModel::sectionTitle() const {
   return QString::fromStdString(countNoun(totalCount(), texts::kindWord(kind_)));
 }
-
-void FindingListModel::toggle(int row) {
-  if (row < 0 || row >= rowCount()) return;
-  const Finding& f = at(row);
-  if (!f.removable) return;
-  model_.toggle(f.id);
+QString FindingListModel::sectionDetail(int shown) const {
+  return QString::fromStdString(texts::sectionDetail(shown, totalCount()));
 }
 
-void FindingListModel::selectAll() {
-  std::vector<std::string> ids;
-  for (int r = 0; r < rowCount(); ++r)
-    ids.push_back(at(r).id);
-  model_.selectFindings(ids, true);
+void FindingListModel::toggle(const QString& key) {
+  const Finding* f = find(key);
+  if (f && f->removable) model_.toggle(f->id);
 }
 
-void FindingListModel::selectNone() {
-  std::vector<std::string> ids;
-  for (int r = 0; r < rowCount(); ++r)
-    ids.push_back(at(r).id);
-  model_.selectFindings(ids, false);
+void FindingListModel::selectAll(const QStringList& keys) {
+  model_.selectFindings(ids(keys), true);
 }
 
-void FindingListModel::reveal(int row) {
-  if (row < 0 || row >= rowCount()) return;
-  const Finding& f = at(row);
-  std::string target = f.kind == Finding::Kind::leftover && !f.leftoverPaths.empty()
-                           ? f.leftoverPaths.front()
-                           : f.id;
+void FindingListModel::selectNone(const QStringList& keys) {
+  model_.selectFindings(ids(keys), false);
+}
+
+void FindingListModel::reveal(const QString& key) {
+  const Finding* f = find(key);
+  if (!f) return;
+  std::string target = f->kind == Finding::Kind::leftover && !f->leftoverPaths.empty()
+                           ? f->leftoverPaths.front()
+                           : f->id;
   platform::revealInFileManager(target);
 }
 

@@ -3,6 +3,7 @@
 // its stage, the question with what would move, the progress, and the outcome. The sheet shows
 // these and decides nothing.
 
+#include <QtQml/qqmlregistration.h>
 #include <QAbstractListModel>
 #include <QObject>
 #include <QString>
@@ -15,6 +16,8 @@ namespace dw::ui {
 // What the question lists: name, sizeText (empty for an item never measured) and kindWord.
 class MoveItemsModel : public QAbstractListModel {
   Q_OBJECT
+  QML_ELEMENT
+  QML_UNCREATABLE("The question's list is the sheet's.")
  public:
   enum Role { NameRole = Qt::UserRole + 1, SizeTextRole, KindWordRole };
   explicit MoveItemsModel(const ScanModel& model, QObject* parent = nullptr);
@@ -30,6 +33,8 @@ class MoveItemsModel : public QAbstractListModel {
 
 class MoveSheet : public QObject {
   Q_OBJECT
+  QML_ELEMENT
+  QML_UNCREATABLE("The confirm sheet's state is the bridge's.")
   Q_PROPERTY(Stage stage READ stage NOTIFY changed)
   // The sheet is up: asking, moving, stopping or done.
   Q_PROPERTY(bool up READ up NOTIFY changed)
@@ -39,7 +44,7 @@ class MoveSheet : public QObject {
   Q_PROPERTY(QString title READ title NOTIFY itemsChanged)
   Q_PROPERTY(QString size READ size NOTIFY itemsChanged)
   Q_PROPERTY(int count READ count NOTIFY itemsChanged)
-  Q_PROPERTY(MoveItemsModel* items READ items CONSTANT)
+  Q_PROPERTY(dw::ui::MoveItemsModel* items READ items CONSTANT)
   Q_PROPERTY(QString showAllText READ showAllText NOTIFY itemsChanged)
   Q_PROPERTY(QString moreText READ moreText NOTIFY itemsChanged)
   Q_PROPERTY(QString progress READ progress NOTIFY changed)

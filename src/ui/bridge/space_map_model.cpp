@@ -7,6 +7,7 @@
 #include "platform/desktop.h"
 #include "scanners/spacemap/space_map.h"
 #include "scanners/spacemap/space_map_labels.h"
+#include "texts/lists.h"
 
 namespace dw::ui {
 
@@ -77,6 +78,11 @@ QString SpaceMapModel::linkedPage() const {
   if (!node) return {};
   auto page = SpaceMapLabels::pageToOpen(SpaceMapLabels::advice(node->path, model_.places().home));
   return page ? QString::fromStdString(*page) : QString();
+}
+
+QString SpaceMapModel::linkedTitle() const {
+  auto kind = texts::listOfPage(linkedPage().toStdString());
+  return kind ? QString::fromStdString(texts::openListButton(*kind)) : QString();
 }
 
 QVariantList SpaceMapModel::cells(double width) const {

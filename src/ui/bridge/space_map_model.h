@@ -3,6 +3,7 @@
 // by the core's row layout, the breadcrumb of the folders stepped into, and the selected cell
 // with the advice the core gives for its path.
 
+#include <QtQml/qqmlregistration.h>
 #include <QObject>
 #include <QString>
 #include <QVariantList>
@@ -13,6 +14,8 @@ namespace dw::ui {
 
 class SpaceMapModel : public QObject {
   Q_OBJECT
+  QML_ELEMENT
+  QML_UNCREATABLE("The bridge's space map is made by the bridge.")
   Q_PROPERTY(bool building READ building NOTIFY changed)
   Q_PROPERTY(bool hasMap READ hasMap NOTIFY changed)
   Q_PROPERTY(QVariantList crumbs READ crumbs NOTIFY changed)
@@ -24,6 +27,7 @@ class SpaceMapModel : public QObject {
   Q_PROPERTY(QString adviceTitle READ adviceTitle NOTIFY changed)
   Q_PROPERTY(QString adviceDetail READ adviceDetail NOTIFY changed)
   Q_PROPERTY(QString linkedPage READ linkedPage NOTIFY changed)
+  Q_PROPERTY(QString linkedTitle READ linkedTitle NOTIFY changed)
   Q_PROPERTY(bool selectedHasChildren READ selectedHasChildren NOTIFY changed)
 
  public:
@@ -40,7 +44,9 @@ class SpaceMapModel : public QObject {
   QString selectedSize() const;
   QString adviceTitle() const;
   QString adviceDetail() const;
+  // The page the selected folder's files are reviewed on, and its button ("Open Caches").
   QString linkedPage() const;
+  QString linkedTitle() const;
   bool selectedHasChildren() const;
 
   // The current folder's children as cells for a strip this wide: name, path, sizeText, x,

@@ -1,3 +1,4 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
@@ -26,7 +27,9 @@ ApplicationWindow {
         { key: "apps", title: "Uninstaller", symbol: "minus.square", section: "Tools", search: true },
         { key: "recentlyCleared", title: "Recently Cleared", symbol: "clock.arrow.circlepath", section: "History", search: false }
     ]
-    property int page: 0
+    // The page shown, by its key.
+    property string page: "dashboard"
+    readonly property var current: pages.find(entry => entry.key === page)
     property string query: ""
     property bool aboutPresented: false
     // The screenshot mode shows each sheet, or none, whatever the flags say.
@@ -34,32 +37,27 @@ ApplicationWindow {
     property string forcedSheet: ""
     readonly property string activeSheet:
         sheetsSuppressed ? forcedSheet
-        : dw.showFullDiskAccessPrompt ? "fullDiskAccess"
-        : dw.moves.up ? "confirm"
-        : dw.onboardingPresented ? "onboarding"
+        : App.showFullDiskAccessPrompt ? "fullDiskAccess"
+        : App.moves.up ? "confirm"
+        : App.onboardingPresented ? "onboarding"
         : aboutPresented ? "about" : ""
 
     // A search never carries over from one page to another.
     onPageChanged: {
         query = ""
-        if (pages[page].key === "recentlyCleared") dw.reloadCleared()
+        if (page === "recentlyCleared") App.reloadCleared()
     }
 
     Component.onCompleted: {
-        Theme.dark = startsDark
-        dw.firstAppearance()
+        Theme.dark = App.startsDark
+        App.firstAppearance()
     }
 
+    function showPage(key: string) { page = key }
     // For the screenshot mode and the tests.
-    function showPage(key) {
-        for (var i = 0; i < pages.length; ++i) if (pages[i].key === key) page = i
-    }
-    function setOnboardingStep(step) { onboardingSheet.step = step }
-    function setDark(dark) { Theme.dark = dark }
-    function setConfirmShowAll(all) { confirmSheet.showAll = all }
-    // The screenshot mode's picture of the notice above App leftovers (a home it may read all of
-    // has none to show).
-    property string previewNotice: ""
+    function setOnboardingStep(step: int) { onboardingSheet.step = step }
+    function setDark(dark: bool) { Theme.dark = dark }
+    function setConfirmShowAll(all: bool) { confirmSheet.showAll = all }
 
     menuBar: MenuBar {
         objectName: "menuBar"
@@ -93,7 +91,7 @@ ApplicationWindow {
                 // item takes no pointer, so its reason could never show: this one stays enabled,
                 // is drawn and announced as unavailable, and a hover area over it swallows the
                 // click and shows why.
-                readonly property bool available: dw.updatesConfigured
+                readonly property bool available: App.updatesConfigured
                 readonly property string reason: "Updates not configured yet"
                 palette.windowText: available ? Theme.text : Theme.tertiaryText
                 Accessible.description: available ? "" : reason
@@ -118,7 +116,7 @@ ApplicationWindow {
         }
         Menu {
             title: "Help"
-            MenuItem { objectName: "menu.welcome"; text: "Welcome to Dustwhale"; onTriggered: dw.presentOnboarding() }
+            MenuItem { objectName: "menu.welcome"; text: "Welcome to Dustwhale"; onTriggered: App.presentOnboarding() }
         }
     }
 
@@ -164,10 +162,11 @@ ApplicationWindow {
                             height: 32
                             hoverEnabled: true
                             Accessible.name: entry.modelData.title
-                            onClicked: window.page = entry.index
+                            readonly property bool shown: window.page === entry.modelData.key
+                            onClicked: window.page = entry.modelData.key
                             background: Rectangle {
                                 radius: 7
-                                color: window.page === entry.index ? Theme.accentTint
+                                color: rowButton.shown ? Theme.accentTint
                                      : rowButton.hovered ? Theme.hover : "transparent"
                             }
                             contentItem: Row {
@@ -177,14 +176,14 @@ ApplicationWindow {
                                     anchors.verticalCenter: parent.verticalCenter
                                     symbol: entry.modelData.symbol
                                     size: 17
-                                    color: window.page === entry.index ? Theme.accent : Theme.secondaryText
+                                    color: rowButton.shown ? Theme.accent : Theme.secondaryText
                                 }
                                 Text {
                                     anchors.verticalCenter: parent.verticalCenter
                                     text: entry.modelData.title
                                     color: Theme.text
                                     font.pixelSize: Theme.bodySize + 1
-                                    font.weight: window.page === entry.index ? Font.DemiBold : Font.Normal
+                                    font.weight: rowButton.shown ? Font.DemiBold : Font.Normal
                                 }
                             }
                         }
@@ -206,15 +205,15 @@ ApplicationWindow {
                 PageHeader {
                     Layout.fillWidth: true
                     Layout.topMargin: 8
-                    title: window.pages[window.page].title
-                    showsScan: window.page === 0
-                    scannedText: dw.scannedText
-                    scanning: dw.scanning
-                    scanArea: dw.scanArea
-                    showsSearch: window.pages[window.page].search
+                    title: window.current.title
+                    showsScan: window.page === "dashboard"
+                    scannedText: App.scannedText
+                    scanning: App.scanning
+                    scanArea: App.scanArea
+                    showsSearch: window.current.search
                     query: window.query
                     onQueryEdited: (text) => window.query = text
-                    onScan: dw.scan()
+                    onScan: App.scan()
                 }
 
                 // The one status line.
@@ -224,59 +223,87 @@ ApplicationWindow {
                     Layout.leftMargin: Theme.pagePadding
                     Layout.rightMargin: Theme.pagePadding
                     Layout.bottomMargin: 12
-                    text: dw.message
+                    text: App.message
                     color: Theme.secondaryText
                     font.pixelSize: Theme.smallSize + 1
                     elide: Text.ElideRight
                 }
                 Rectangle { Layout.fillWidth: true; height: 1; color: Theme.separator }
 
-                StackLayout {
+                // The pages, each shown by its key; a list sees the search text only while its
+                // page is up.
+                Item {
                     Layout.fillWidth: true
                     Layout.fillHeight: true
                     Layout.topMargin: 16
-                    currentIndex: window.page
 
-                    DashboardPage { objectName: "page.dashboard"; onOpenPage: (key) => window.showPage(key) }
+                    DashboardPage {
+                        objectName: "page.dashboard"
+                        anchors.fill: parent
+                        visible: window.page === "dashboard"
+                        onOpenPage: (key) => window.showPage(key)
+                    }
                     CleanListPage {
                         objectName: "page.review"
-                        list: dw.caches
-                        scanning: dw.scanning
+                        anchors.fill: parent
+                        visible: window.page === "review"
+                        list: App.findings(FindingListModel.Cache)
+                        query: visible ? window.query : ""
+                        scanning: App.scanning
                     }
                     CleanListPage {
                         objectName: "page.leftovers"
-                        list: dw.leftovers
-                        scanning: dw.scanning
-                        notice: window.previewNotice !== "" ? window.previewNotice : dw.unreadNotice
-                        noticeAction: dw.fullDiskAccessSetting ? "Open Full Disk Access settings" : ""
-                        onNoticeTriggered: dw.openFullDiskAccessSettings()
+                        anchors.fill: parent
+                        visible: window.page === "leftovers"
+                        list: App.findings(FindingListModel.Leftover)
+                        query: visible ? window.query : ""
+                        scanning: App.scanning
+                        notice: App.unreadNotice
+                        noticeAction: App.fullDiskAccessSetting ? "Open Full Disk Access settings" : ""
+                        onNoticeTriggered: App.openFullDiskAccessSettings()
                     }
-                    DuplicatesPage { objectName: "page.duplicates"; scanning: dw.scanning }
+                    DuplicatesPage {
+                        objectName: "page.duplicates"
+                        anchors.fill: parent
+                        visible: window.page === "duplicates"
+                        query: visible ? window.query : ""
+                        scanning: App.scanning
+                    }
                     CleanListPage {
                         objectName: "page.largeFiles"
-                        list: dw.files
-                        scanning: dw.scanning
+                        anchors.fill: parent
+                        visible: window.page === "largeFiles"
+                        list: App.findings(FindingListModel.File)
+                        query: visible ? window.query : ""
+                        scanning: App.scanning
                     }
-                    SpaceMapPage { objectName: "page.spaceMap"; onOpenPage: (key) => window.showPage(key) }
-                    UninstallerPage { objectName: "page.apps" }
-                    RecentlyClearedPage { objectName: "page.recentlyCleared" }
+                    SpaceMapPage {
+                        objectName: "page.spaceMap"
+                        anchors.fill: parent
+                        visible: window.page === "spaceMap"
+                        onOpenPage: (key) => window.showPage(key)
+                    }
+                    UninstallerPage {
+                        objectName: "page.apps"
+                        anchors.fill: parent
+                        visible: window.page === "apps"
+                        query: visible ? window.query : ""
+                    }
+                    RecentlyClearedPage {
+                        objectName: "page.recentlyCleared"
+                        anchors.fill: parent
+                        visible: window.page === "recentlyCleared"
+                    }
                 }
             }
         }
     }
 
-    // Each list sees the search text only while its page is up.
-    Binding { target: dw.caches; property: "query"; value: window.page === 1 ? window.query : "" }
-    Binding { target: dw.leftovers; property: "query"; value: window.page === 2 ? window.query : "" }
-    Binding { target: dw.files; property: "query"; value: window.page === 4 ? window.query : "" }
-    Binding { target: dw.duplicates; property: "query"; value: window.page === 3 ? window.query : "" }
-    Binding { target: dw.apps; property: "query"; value: window.page === 6 ? window.query : "" }
-
     FullDiskAccessSheet { visible: window.activeSheet === "fullDiskAccess" }
     ConfirmSheet {
         id: confirmSheet
         visible: window.activeSheet === "confirm"
-        onOpenRecentlyCleared: window.page = 7
+        onOpenRecentlyCleared: window.page = "recentlyCleared"
     }
     OnboardingSheet { id: onboardingSheet; visible: window.activeSheet === "onboarding" }
     AboutSheet { visible: window.activeSheet === "about"; onDone: window.aboutPresented = false }

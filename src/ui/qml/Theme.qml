@@ -48,5 +48,4 @@ QtObject {
     readonly property int largeSize: 17
     readonly property int bodySize: 13
     readonly property int smallSize: 11
-    readonly property string fontFamily: Qt.application.font.family
 }

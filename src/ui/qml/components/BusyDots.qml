@@ -1,3 +1,4 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import Dustwhale
 
@@ -10,6 +11,7 @@ Row {
     Repeater {
         model: 3
         Rectangle {
+            required property int index
             width: 5; height: 5; radius: 2.5
             color: Theme.accent
             opacity: dots.phase === index ? 1.0 : 0.35

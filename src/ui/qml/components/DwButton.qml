@@ -16,6 +16,9 @@ Button {
     font.pixelSize: Theme.bodySize
     font.weight: primary ? Font.DemiBold : Font.Normal
     hoverEnabled: true
+    readonly property color labelColor: !enabled ? Theme.tertiaryText
+                                      : primary ? Theme.accentForeground
+                                      : plain ? Theme.accent : Theme.text
 
     contentItem: Row {
         spacing: 6
@@ -23,16 +26,13 @@ Button {
             anchors.verticalCenter: parent.verticalCenter
             symbol: control.symbol
             size: 14
-            color: label.color
+            color: control.labelColor
         }
         Text {
-            id: label
             anchors.verticalCenter: parent.verticalCenter
             text: control.text
             font: control.font
-            color: !control.enabled ? Theme.tertiaryText
-                 : control.primary ? Theme.accentForeground
-                 : control.plain ? Theme.accent : Theme.text
+            color: control.labelColor
             elide: Text.ElideRight
         }
     }

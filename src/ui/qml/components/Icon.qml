@@ -12,7 +12,8 @@ Image {
     height: size
     visible: symbol !== ""
     source: symbol === "" ? "" : "image://icon/" + symbol + "?color=" + encodeURIComponent(icon.color.toString())
-    sourceSize: Qt.size(size * Screen.devicePixelRatio, size * Screen.devicePixelRatio)
+    sourceSize.width: size * Screen.devicePixelRatio
+    sourceSize.height: size * Screen.devicePixelRatio
     fillMode: Image.PreserveAspectFit
     smooth: true
 }

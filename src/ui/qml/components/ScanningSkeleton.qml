@@ -1,3 +1,4 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import Dustwhale
 
@@ -15,14 +16,16 @@ Item {
         Repeater {
             model: skeleton.rows
             Row {
+                id: placeholder
+                required property int index
                 spacing: 14
                 width: column.width
                 Rectangle { width: 18; height: 18; radius: 5; color: Theme.skeleton }
                 Column {
                     spacing: 8
                     width: column.width - 18 - 14 - 90 - 14
-                    Rectangle { width: parent.width * (0.42 + 0.13 * ((index * 7) % 4)); height: 11; radius: 5; color: Theme.skeleton }
-                    Rectangle { width: parent.width * (0.62 + 0.08 * ((index * 5) % 3)); height: 9; radius: 4.5; color: Theme.skeleton }
+                    Rectangle { width: parent.width * (0.42 + 0.13 * ((placeholder.index * 7) % 4)); height: 11; radius: 5; color: Theme.skeleton }
+                    Rectangle { width: parent.width * (0.62 + 0.08 * ((placeholder.index * 5) % 3)); height: 9; radius: 4.5; color: Theme.skeleton }
                 }
                 Rectangle { width: 90; height: 11; radius: 5; color: Theme.skeleton }
             }

@@ -1,13 +1,16 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 import Dustwhale
 
 // The frame of every clean list: summary, an optional notice, the list in a card with its
-// section header, and the selection footer. list is one of the bridge's finding lists.
+// section header, and the selection footer. list is one of the bridge's finding lists; the rows
+// shown are those that match query.
 Item {
     id: page
-    property var list
+    required property FindingListModel list
+    property string query: ""
     property bool scanning: false
     property string notice: ""
     property string noticeAction: ""
@@ -106,10 +109,9 @@ Item {
                 SectionHeader {
                     Layout.fillWidth: true
                     title: page.list.sectionTitle
-                    detail: page.list.count === page.list.totalCount ? "Largest first"
-                           : page.list.count + " of " + page.list.totalCount + " match the search"
-                    onSelectAll: page.list.selectAll()
-                    onSelectNone: page.list.selectNone()
+                    detail: page.list.sectionDetail(shown.count)
+                    onSelectAll: page.list.selectAll(shown.keys())
+                    onSelectNone: page.list.selectNone(shown.keys())
                 }
                 ListView {
                     id: listView
@@ -117,14 +119,18 @@ Item {
                     Layout.fillWidth: true
                     Layout.fillHeight: true
                     clip: true
-                    model: page.list
+                    model: SearchFilter {
+                        id: shown
+                        source: page.list
+                        query: page.query
+                    }
                     boundsBehavior: Flickable.StopAtBounds
                     reuseItems: true
                     ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
                     delegate: FindingRow {
                         objectName: "findingRow"
                         required property int index
-                        required property string findingId
+                        required property string key
                         required name
                         required note
                         required sizeText
@@ -138,9 +144,9 @@ Item {
                         required location
                         width: listView.width
                         showsSeparator: index < listView.count - 1
-                        proofActionTitle: dw.revealTitle
-                        onToggled: page.list.toggle(index)
-                        onProofAction: page.list.reveal(index)
+                        proofActionTitle: App.revealTitle
+                        onToggled: page.list.toggle(key)
+                        onProofAction: page.list.reveal(key)
                         ListView.onReused: expanded = false
                     }
                 }

@@ -1,3 +1,4 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
@@ -6,20 +7,21 @@ import Dustwhale
 // Overview: how the home volume divides, one card per kind of finding, and the way to review.
 Item {
     id: page
+    readonly property OverviewModel overview: App.overview
     signal openPage(string key)
 
     EmptyState {
         anchors.fill: parent
         anchors.bottomMargin: 60
-        visible: dw.phase === "failed"
+        visible: App.phase === App.Failed
         symbol: "exclamationmark.triangle"
         title: "Scan could not finish"
-        detail: dw.failureText
+        detail: App.failureText
     }
 
     Flickable {
         anchors.fill: parent
-        visible: dw.phase !== "failed"
+        visible: App.phase !== App.Failed
         contentHeight: column.implicitHeight + 24
         clip: true
         boundsBehavior: Flickable.StopAtBounds
@@ -42,8 +44,8 @@ Item {
                     spacing: 10
                     RowLayout {
                         Layout.fillWidth: true
-                        Text { Layout.fillWidth: true; text: dw.volumeName; color: Theme.text; font.pixelSize: Theme.bodySize + 2; font.weight: Font.DemiBold; elide: Text.ElideRight }
-                        Text { objectName: "storage.total"; text: dw.storage.totalText; color: Theme.secondaryText; font.pixelSize: Theme.bodySize }
+                        Text { Layout.fillWidth: true; text: page.overview.volumeName; color: Theme.text; font.pixelSize: Theme.bodySize + 2; font.weight: Font.DemiBold; elide: Text.ElideRight }
+                        Text { objectName: "storage.total"; text: page.overview.totalText; color: Theme.secondaryText; font.pixelSize: Theme.bodySize }
                     }
                     Rectangle {
                         id: bar
@@ -64,12 +66,12 @@ Item {
                             spacing: 0
                             // One segment per legend entry: held space only where the system reports it.
                             Repeater {
-                                model: dw.storage.legend
+                                model: page.overview.legend
                                 Rectangle {
                                     required property var modelData
                                     objectName: "storage.segment"
                                     property string part: modelData.part
-                                    width: Math.round(bar.width * dw.storage[modelData.part])
+                                    width: Math.round(bar.width * modelData.fraction)
                                     height: bar.height
                                     color: bar.colors[modelData.part]
                                 }
@@ -80,19 +82,20 @@ Item {
                         Layout.fillWidth: true
                         spacing: 18
                         Repeater {
-                            model: dw.storage.legend
+                            model: page.overview.legend
                             Row {
+                                id: legendEntry
                                 required property var modelData
                                 objectName: "storage.legend"
                                 property string label: modelData.label
                                 spacing: 6
-                                Rectangle { width: 9; height: 9; radius: 4.5; color: bar.colors[modelData.part]; anchors.verticalCenter: parent.verticalCenter; border.width: 1; border.color: modelData.part === "free" ? Theme.fieldBorder : Qt.darker(color, 1.08) }
-                                Text { text: modelData.label; color: Theme.secondaryText; font.pixelSize: Theme.smallSize + 1 }
+                                Rectangle { width: 9; height: 9; radius: 4.5; color: bar.colors[legendEntry.modelData.part]; anchors.verticalCenter: parent.verticalCenter; border.width: 1; border.color: legendEntry.modelData.part === "free" ? Theme.fieldBorder : Qt.darker(color, 1.08) }
+                                Text { text: legendEntry.label; color: Theme.secondaryText; font.pixelSize: Theme.smallSize + 1 }
                             }
                         }
                     }
-                    Text { objectName: "storage.summary"; Layout.fillWidth: true; text: dw.storage.summary; color: Theme.text; font.pixelSize: Theme.bodySize; wrapMode: Text.WordWrap }
-                    Text { objectName: "storage.explanation"; visible: text !== ""; Layout.fillWidth: true; text: dw.storage.explanation; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1; wrapMode: Text.WordWrap }
+                    Text { objectName: "storage.summary"; Layout.fillWidth: true; text: page.overview.summary; color: Theme.text; font.pixelSize: Theme.bodySize; wrapMode: Text.WordWrap }
+                    Text { objectName: "storage.explanation"; visible: text !== ""; Layout.fillWidth: true; text: page.overview.explanation; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1; wrapMode: Text.WordWrap }
                 }
             }
 
@@ -103,7 +106,7 @@ Item {
                 columnSpacing: 12
                 rowSpacing: 12
                 Repeater {
-                    model: dw.cards
+                    model: page.overview.cards
                     AbstractButton {
                         id: cardButton
                         required property var modelData
@@ -162,11 +165,11 @@ Item {
                     Column {
                         Layout.fillWidth: true
                         spacing: 4
-                        Text { objectName: "ready.heading"; text: dw.storage.readyHeading; color: Theme.text; font.pixelSize: Theme.largeSize; font.weight: Font.DemiBold }
-                        Text { width: parent.width; text: dw.storage.readyLine; color: Theme.secondaryText; font.pixelSize: Theme.bodySize; wrapMode: Text.WordWrap }
+                        Text { objectName: "ready.heading"; text: page.overview.readyHeading; color: Theme.text; font.pixelSize: Theme.largeSize; font.weight: Font.DemiBold }
+                        Text { width: parent.width; text: page.overview.readyLine; color: Theme.secondaryText; font.pixelSize: Theme.bodySize; wrapMode: Text.WordWrap }
                     }
                     DwButton { text: "See what's using space"; onClicked: page.openPage("spaceMap") }
-                    DwButton { objectName: "ready.review"; primary: true; text: dw.storage.reviewTitle; onClicked: page.openPage("review") }
+                    DwButton { objectName: "ready.review"; primary: true; text: page.overview.reviewTitle; onClicked: page.openPage("review") }
                 }
             }
         }

@@ -1,3 +1,4 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
@@ -7,7 +8,8 @@ import Dustwhale
 // the extra copies to pick), the folders the search could not read, and the selection footer.
 Item {
     id: page
-    property var list: dw.duplicates
+    readonly property DuplicateListModel list: App.duplicates
+    property string query: ""
     property bool scanning: false
 
     readonly property bool nothingFound: list.totalCount === 0
@@ -89,7 +91,7 @@ Item {
             DwButton {
                 objectName: "duplicates.find"
                 primary: !page.list.searching
-                text: page.list.searching ? "Scanning" : "Find duplicates"
+                text: page.list.findTitle
                 enabled: !page.list.searching && page.list.scopeBits !== 0
                 onClicked: page.list.find()
             }
@@ -102,8 +104,7 @@ Item {
             Layout.leftMargin: Theme.pagePadding
             Layout.rightMargin: Theme.pagePadding
             Layout.topMargin: 8
-            text: "Looking for duplicates…" + (page.list.progress !== "" && page.list.progress !== "Looking for duplicates…"
-                  ? " " + page.list.progress : "")
+            text: page.list.progress
             color: Theme.secondaryText
             font.pixelSize: Theme.smallSize + 1
             elide: Text.ElideRight
@@ -137,7 +138,7 @@ Item {
                 SectionHeader {
                     Layout.fillWidth: true
                     title: page.list.sectionTitle
-                    detail: "Most space first"
+                    detail: page.list.sectionDetail
                     onSelectAll: page.list.selectAll()
                     onSelectNone: page.list.selectNone()
                 }
@@ -147,12 +148,15 @@ Item {
                     Layout.fillWidth: true
                     Layout.fillHeight: true
                     clip: true
-                    model: page.list
+                    model: SearchFilter {
+                        source: page.list
+                        query: page.query
+                    }
                     boundsBehavior: Flickable.StopAtBounds
                     ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
                     delegate: Column {
                         id: copy
-                        required property int index
+                        required property string key
                         required property string name
                         required property string note
                         required property string sizeText
@@ -169,6 +173,7 @@ Item {
                         required property string groupTitle
                         width: listView.width
 
+                        // Each group under its title, over the first of its copies shown.
                         Rectangle {
                             visible: copy.groupStart
                             width: parent.width
@@ -199,9 +204,9 @@ Item {
                             lastUsed: copy.lastUsed
                             location: copy.location
                             showsSeparator: copy.kept
-                            proofActionTitle: dw.revealTitle
-                            onToggled: page.list.toggle(copy.index)
-                            onProofAction: page.list.reveal(copy.index)
+                            proofActionTitle: App.revealTitle
+                            onToggled: page.list.toggle(copy.key)
+                            onProofAction: page.list.reveal(copy.key)
                         }
                         Item {
                             visible: !copy.kept
@@ -212,8 +217,8 @@ Item {
                                 plain: true
                                 x: 46
                                 anchors.top: parent.top
-                                text: "Keep this copy instead"
-                                onClicked: page.list.keep(copy.index)
+                                text: page.list.keepInstead
+                                onClicked: page.list.keep(copy.key)
                             }
                             Rectangle {
                                 anchors.bottom: parent.bottom
@@ -238,7 +243,7 @@ Item {
             Layout.bottomMargin: 12
             spacing: 2
             Text {
-                text: "Skipped: protected by macOS"
+                text: page.list.skippedHeading
                 color: Theme.text
                 font.pixelSize: Theme.smallSize + 1
                 font.weight: Font.DemiBold

@@ -1,3 +1,4 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
@@ -12,7 +13,7 @@ Item {
         objectName: "cleared.empty"
         anchors.fill: parent
         anchors.bottomMargin: 60
-        visible: dw.clearedCount === 0
+        visible: App.clearedCount === 0
         symbol: "clock.arrow.circlepath"
         title: "Nothing cleared yet"
         detail: "When you move items to the Trash, they appear here so you can Put Back while they remain."
@@ -24,7 +25,7 @@ Item {
         anchors.rightMargin: Theme.pagePadding
         anchors.topMargin: 4
         spacing: 14
-        visible: dw.clearedCount > 0
+        visible: App.clearedCount > 0
 
         RowLayout {
             Layout.fillWidth: true
@@ -34,7 +35,7 @@ Item {
                 spacing: 4
                 Text {
                     objectName: "cleared.title"
-                    text: dw.clearedTitle
+                    text: App.clearedTitle
                     color: Theme.text
                     font.pixelSize: Theme.largeSize
                     font.weight: Font.DemiBold
@@ -51,7 +52,7 @@ Item {
                 objectName: "cleared.openTrash"
                 symbol: "trash"
                 text: "Open Trash"
-                onClicked: dw.openTrash()
+                onClicked: App.openTrash()
             }
         }
 
@@ -62,10 +63,10 @@ Item {
             Layout.fillHeight: true
             clip: true
             spacing: 14
-            model: dw.clearedGroups
+            model: App.clearedGroups
             boundsBehavior: Flickable.StopAtBounds
             ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
-            footer: Item { width: 1; height: 18 }
+            bottomMargin: 18
 
             delegate: Card {
                 id: card
@@ -104,7 +105,7 @@ Item {
                             sizeText: modelData.sizeText
                             statusText: modelData.statusText
                             canPutBack: modelData.canPutBack
-                            onPutBack: dw.putBack(modelData.id)
+                            onPutBack: App.putBack(modelData.id)
                         }
                     }
                 }

@@ -1,5 +1,5 @@
+pragma ComponentBehavior: Bound
 import QtQuick
-import QtQuick.Controls
 import QtQuick.Layouts
 import Dustwhale
 
@@ -8,7 +8,7 @@ import Dustwhale
 // cells, Return steps in, Backspace or Esc step out.
 Item {
     id: page
-    property var map: dw.spaceMap
+    readonly property SpaceMapModel map: App.spaceMap
     signal openPage(string key)
 
     readonly property var cellList: map.hasMap ? map.cells(strip.width) : []
@@ -74,11 +74,12 @@ Item {
             Repeater {
                 model: page.map.crumbs
                 delegate: Row {
+                    id: crumb
                     required property var modelData
                     required property int index
                     spacing: 4
                     Text {
-                        visible: index > 0
+                        visible: crumb.index > 0
                         anchors.verticalCenter: parent.verticalCenter
                         text: "›"
                         color: Theme.tertiaryText
@@ -87,8 +88,8 @@ Item {
                     DwButton {
                         objectName: "spaceMap.crumb"
                         plain: true
-                        text: modelData.name
-                        onClicked: { page.forceActiveFocus(); page.map.leave(modelData.level) }
+                        text: crumb.modelData.name
+                        onClicked: { page.forceActiveFocus(); page.map.leave(crumb.modelData.level) }
                     }
                 }
             }
@@ -122,6 +123,7 @@ Item {
                     Repeater {
                         model: page.cellList
                         delegate: Rectangle {
+                            id: cell
                             required property var modelData
                             objectName: "spaceMap.cell"
                             property string name: modelData.name
@@ -142,24 +144,24 @@ Item {
                                 spacing: 2
                                 Text {
                                     width: parent.width
-                                    text: modelData.name
-                                    color: modelData.rank < 4 ? Theme.accentForeground : Theme.text
+                                    text: cell.modelData.name
+                                    color: cell.modelData.rank < 4 ? Theme.accentForeground : Theme.text
                                     font.pixelSize: Theme.smallSize + 1
                                     font.weight: Font.DemiBold
                                     elide: Text.ElideRight
                                 }
                                 Text {
                                     width: parent.width
-                                    text: modelData.sizeText
-                                    color: modelData.rank < 4 ? Theme.accentForeground : Theme.secondaryText
+                                    text: cell.modelData.sizeText
+                                    color: cell.modelData.rank < 4 ? Theme.accentForeground : Theme.secondaryText
                                     font.pixelSize: Theme.smallSize
                                     elide: Text.ElideRight
                                 }
                             }
                             TapHandler {
                                 // The strip is rebuilt on selection: focus first, while this cell lives.
-                                onTapped: { page.forceActiveFocus(); page.map.select(modelData.path) }
-                                onDoubleTapped: page.map.enter(modelData.path)
+                                onTapped: { page.forceActiveFocus(); page.map.select(cell.modelData.path) }
+                                onDoubleTapped: page.map.enter(cell.modelData.path)
                             }
                         }
                     }
@@ -220,7 +222,7 @@ Item {
                 Item { Layout.fillHeight: true }
                 RowLayout {
                     spacing: 10
-                    DwButton { text: dw.revealTitle; onClicked: page.map.reveal() }
+                    DwButton { text: App.revealTitle; onClicked: page.map.reveal() }
                     DwButton {
                         objectName: "spaceMap.enter"
                         visible: page.map.selectedHasChildren
@@ -231,8 +233,7 @@ Item {
                         visible: page.map.linkedPage !== ""
                         primary: true
                         objectName: "spaceMap.openPage"
-                        text: ({ review: "Open Caches", largeFiles: "Open Large files",
-                                 leftovers: "Open App leftovers" })[page.map.linkedPage] || ""
+                        text: page.map.linkedTitle
                         onClicked: page.openPage(page.map.linkedPage)
                     }
                 }

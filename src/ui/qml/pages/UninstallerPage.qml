@@ -1,3 +1,4 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
@@ -7,7 +8,10 @@ import Dustwhale
 // chosen app's bundle and related items, and "Uninstall…", which opens the confirm sheet.
 Item {
     id: page
-    property var apps: dw.apps
+    readonly property AppListModel apps: App.apps
+    // A search starts over: no app is chosen among the rows it shows.
+    property string query: ""
+    onQueryChanged: apps.choose("")
 
     ColumnLayout {
         anchors.fill: parent
@@ -69,12 +73,15 @@ Item {
                     anchors.leftMargin: 1
                     anchors.rightMargin: 1
                     clip: true
-                    model: page.apps
+                    model: SearchFilter {
+                        source: page.apps
+                        query: page.query
+                    }
                     boundsBehavior: Flickable.StopAtBounds
                     ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
                     delegate: Rectangle {
                         id: appRow
-                        required property int index
+                        required property string key
                         required property string name
                         required property string sizeText
                         required property string detail
@@ -86,7 +93,7 @@ Item {
                         objectName: "apps.row"
                         width: list.width
                         height: Math.max(58, rowColumn.implicitHeight + 20)
-                        color: current ? Theme.accentTint : "transparent"
+                        color: appRow.current ? Theme.accentTint : "transparent"
                         Image {
                             id: appIcon
                             objectName: "apps.icon"
@@ -94,8 +101,9 @@ Item {
                             anchors.leftMargin: 16
                             anchors.verticalCenter: parent.verticalCenter
                             width: 36; height: 36
-                            sourceSize: Qt.size(72, 72)
-                            source: iconSource
+                            sourceSize.width: 72
+                            sourceSize.height: 72
+                            source: appRow.iconSource
                             smooth: true
                             fillMode: Image.PreserveAspectFit
                         }
@@ -110,7 +118,7 @@ Item {
                             Text {
                                 objectName: "apps.name"
                                 Layout.fillWidth: true
-                                text: name
+                                text: appRow.name
                                 color: Theme.text
                                 font.pixelSize: Theme.bodySize + 1
                                 font.weight: Font.Medium
@@ -120,7 +128,7 @@ Item {
                                 objectName: "apps.detail"
                                 Layout.fillWidth: true
                                 // "Last used …" is kept on one line.
-                                text: detail + " · " + lastUsed.replace(/ /g, "\u00a0")
+                                text: appRow.detail + " · " + appRow.lastUsed.replace(/ /g, "\u00a0")
                                 color: Theme.secondaryText
                                 font.pixelSize: Theme.smallSize + 1
                                 wrapMode: Text.WordWrap
@@ -128,23 +136,23 @@ Item {
                                 elide: Text.ElideRight
                             }
                             RowLayout {
-                                visible: rowText !== ""
+                                visible: appRow.rowText !== ""
                                 Layout.fillWidth: true
                                 spacing: 8
                                 Text {
                                     objectName: "apps.rowText"
                                     Layout.fillWidth: true
-                                    text: rowText
+                                    text: appRow.rowText
                                     color: Theme.warning
                                     font.pixelSize: Theme.smallSize + 1
                                     wrapMode: Text.WordWrap
                                 }
                                 DwButton {
                                     objectName: "apps.reveal"
-                                    visible: needsAdmin
+                                    visible: appRow.needsAdmin
                                     plain: true
-                                    text: dw.revealTitle
-                                    onClicked: page.apps.reveal(appRow.index)
+                                    text: App.revealTitle
+                                    onClicked: page.apps.reveal(appRow.key)
                                 }
                             }
                         }
@@ -153,7 +161,7 @@ Item {
                             anchors.right: parent.right
                             anchors.rightMargin: 18
                             anchors.verticalCenter: parent.verticalCenter
-                            text: sizeText
+                            text: appRow.sizeText
                             color: Theme.text
                             font.pixelSize: Theme.bodySize
                             font.weight: Font.DemiBold
@@ -165,7 +173,7 @@ Item {
                             height: 1
                             color: Theme.separator
                         }
-                        TapHandler { onTapped: page.apps.choose(appRow.index) }
+                        TapHandler { onTapped: page.apps.choose(appRow.key) }
                     }
                 }
             }
@@ -177,7 +185,7 @@ Item {
                     anchors.fill: parent
                     anchors.margins: 16
                     spacing: 8
-                    visible: page.apps.current >= 0
+                    visible: page.apps.hasCurrent
                     Text {
                         objectName: "apps.currentName"
                         Layout.fillWidth: true
@@ -203,6 +211,7 @@ Item {
                         boundsBehavior: Flickable.StopAtBounds
                         model: page.apps.currentItems
                         delegate: Column {
+                            id: item
                             required property var modelData
                             objectName: "apps.item"
                             width: ListView.view.width
@@ -210,7 +219,7 @@ Item {
                             Text {
                                 objectName: "apps.itemName"
                                 width: parent.width
-                                text: modelData.name
+                                text: item.modelData.name
                                 color: Theme.text
                                 font.pixelSize: Theme.smallSize + 1
                                 elide: Text.ElideMiddle
@@ -218,8 +227,8 @@ Item {
                             Text {
                                 objectName: "apps.itemPlace"
                                 width: parent.width
-                                text: modelData.size ? modelData.place + " · " + modelData.size
-                                                     : modelData.place
+                                text: item.modelData.size ? item.modelData.place + " · " + item.modelData.size
+                                                          : item.modelData.place
                                 color: Theme.tertiaryText
                                 font.pixelSize: Theme.smallSize
                                 elide: Text.ElideMiddle
@@ -230,14 +239,14 @@ Item {
                         objectName: "apps.uninstall"
                         Layout.alignment: Qt.AlignRight
                         primary: true
-                        enabled: page.apps.canUninstall && !dw.clearing
+                        enabled: page.apps.canUninstall && !App.clearing
                         text: "Uninstall…"
                         onClicked: page.apps.requestMove()
                     }
                 }
                 Text {
                     anchors.centerIn: parent
-                    visible: page.apps.current < 0
+                    visible: !page.apps.hasCurrent
                     text: "Choose an app to see what goes with it."
                     color: Theme.secondaryText
                     font.pixelSize: Theme.bodySize

@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Controls
 import QtQuick.Layouts
 import Dustwhale
 
@@ -17,12 +16,13 @@ Sheet {
             Layout.preferredWidth: 88
             Layout.preferredHeight: 88
             source: "qrc:/Dustwhale/icons/app/dustwhale.svg"
-            sourceSize: Qt.size(176, 176)
+            sourceSize.width: 176
+            sourceSize.height: 176
             smooth: true
         }
         Text { Layout.alignment: Qt.AlignHCenter; Layout.topMargin: 6; text: "Dustwhale"; color: Theme.text; font.pixelSize: Theme.titleSize; font.weight: Font.Bold }
         Text { Layout.alignment: Qt.AlignHCenter; text: "Big space back. Nothing lost."; color: Theme.secondaryText; font.pixelSize: Theme.bodySize + 1 }
-        Text { Layout.alignment: Qt.AlignHCenter; text: dw.versionLine; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1 }
+        Text { Layout.alignment: Qt.AlignHCenter; text: App.versionLine; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1 }
         Text {
             Layout.fillWidth: true
             Layout.topMargin: 8
@@ -36,8 +36,8 @@ Sheet {
             Layout.alignment: Qt.AlignHCenter
             Layout.topMargin: 4
             spacing: 16
-            DwButton { plain: true; text: "Privacy policy"; onClicked: dw.openUrl("https://dustwhale.app/privacy") }
-            DwButton { plain: true; text: "support@dustwhale.app"; onClicked: dw.openUrl("mailto:support@dustwhale.app") }
+            DwButton { plain: true; text: "Privacy policy"; onClicked: App.openUrl("https://dustwhale.app/privacy") }
+            DwButton { plain: true; text: "support@dustwhale.app"; onClicked: App.openUrl("mailto:support@dustwhale.app") }
         }
         DwButton { objectName: "about.done"; Layout.alignment: Qt.AlignHCenter; Layout.topMargin: 8; primary: true; text: "Done"; onClicked: sheet.done() }
     }

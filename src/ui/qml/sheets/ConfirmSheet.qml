@@ -1,3 +1,4 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
@@ -6,20 +7,22 @@ import Dustwhale
 // "Move N items to the Trash?": what will move, the reassurance, Cancel and Move to Trash.
 // Return and Esc both cancel; the move starts only from the button. While the move runs it
 // shows progress, and when it is done a checkmark, the outcome and a way to Recently Cleared.
-// Every state is the model's (dw.moves); the sheet only shows it.
+// Every state is the model's (App.moves); the sheet only shows it.
 Sheet {
     id: sheet
     objectName: "confirmSheet"
     sheetWidth: 520
     property bool showAll: false
-    readonly property var moves: dw.moves
+    readonly property MoveSheet moves: App.moves
     readonly property int listedLimit: moves.listed
     signal openRecentlyCleared()
 
     onOpened: { showAll = false; content.forceActiveFocus() }
 
-    contentItem: FocusScope {
+    // The one child of the sheet: the sheet takes its height.
+    FocusScope {
         id: content
+        anchors.fill: parent
         implicitHeight: column.implicitHeight
         focus: true
         Keys.onReturnPressed: sheet.moves.cancel()
@@ -126,11 +129,12 @@ Sheet {
                     model: sheet.moves.items
                     ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
                     delegate: Item {
+                        id: listed
                         required property int index
                         required property string name
                         required property string sizeText
                         required property string kindWord
-                        visible: sheet.showAll || index < sheet.listedLimit
+                        visible: sheet.showAll || listed.index < sheet.listedLimit
                         width: itemList.width
                         height: visible ? 34 : 0
                         RowLayout {
@@ -138,11 +142,11 @@ Sheet {
                             anchors.leftMargin: 12
                             anchors.rightMargin: 12
                             spacing: 10
-                            Text { Layout.fillWidth: true; text: name; color: Theme.text; font.pixelSize: Theme.bodySize; elide: Text.ElideMiddle }
-                            Text { text: kindWord; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1 }
-                            Text { objectName: "confirm.itemSize"; Layout.preferredWidth: 70; horizontalAlignment: Text.AlignRight; text: sizeText; color: Theme.text; font.pixelSize: Theme.bodySize; font.weight: Font.Medium }
+                            Text { Layout.fillWidth: true; text: listed.name; color: Theme.text; font.pixelSize: Theme.bodySize; elide: Text.ElideMiddle }
+                            Text { text: listed.kindWord; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1 }
+                            Text { objectName: "confirm.itemSize"; Layout.preferredWidth: 70; horizontalAlignment: Text.AlignRight; text: listed.sizeText; color: Theme.text; font.pixelSize: Theme.bodySize; font.weight: Font.Medium }
                         }
-                        Rectangle { visible: index > 0; width: parent.width - 24; x: 12; height: 1; color: Theme.separator }
+                        Rectangle { visible: listed.index > 0; width: parent.width - 24; x: 12; height: 1; color: Theme.separator }
                     }
                 }
             }
@@ -173,10 +177,11 @@ Sheet {
                 Repeater {
                     model: [sheet.moves.putBackLine, sheet.moves.emptyLine]
                     Row {
+                        id: line
                         required property string modelData
                         spacing: 8
                         Icon { symbol: "checkmark"; size: 13; color: Theme.accent; anchors.verticalCenter: parent.verticalCenter }
-                        Text { text: modelData; color: Theme.secondaryText; font.pixelSize: Theme.smallSize + 1 }
+                        Text { text: line.modelData; color: Theme.secondaryText; font.pixelSize: Theme.smallSize + 1 }
                     }
                 }
             }

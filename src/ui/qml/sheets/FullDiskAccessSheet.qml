@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Controls
 import QtQuick.Layouts
 import Dustwhale
 
@@ -37,8 +36,8 @@ Sheet {
             Layout.fillWidth: true
             spacing: 10
             Item { Layout.fillWidth: true }
-            DwButton { objectName: "fda.notNow"; text: "Not now"; onClicked: dw.closeFullDiskAccessPrompt(false) }
-            DwButton { objectName: "fda.open"; primary: true; text: "Open System Settings"; onClicked: dw.closeFullDiskAccessPrompt(true) }
+            DwButton { objectName: "fda.notNow"; text: "Not now"; onClicked: App.closeFullDiskAccessPrompt(false) }
+            DwButton { objectName: "fda.open"; primary: true; text: "Open System Settings"; onClicked: App.closeFullDiskAccessPrompt(true) }
         }
     }
 }

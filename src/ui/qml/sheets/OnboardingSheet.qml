@@ -1,5 +1,5 @@
+pragma ComponentBehavior: Bound
 import QtQuick
-import QtQuick.Controls
 import QtQuick.Layouts
 import Dustwhale
 
@@ -12,7 +12,9 @@ Sheet {
     onAboutToShow: step = 0
 
     // Esc does nothing here: the sheet is not dismissable.
-    contentItem: FocusScope {
+    // The one child of the sheet: the sheet takes its height.
+    FocusScope {
+        anchors.fill: parent
         implicitHeight: column.implicitHeight
         focus: true
         Keys.onEscapePressed: (event) => event.accepted = true
@@ -53,7 +55,7 @@ Sheet {
                 wrapMode: Text.WordWrap
                 text: sheet.step === 0 ? "Big space back. Nothing lost."
                     : sheet.step === 1 ? "What it never does"
-                    : dw.fullDiskAccessSetting ? "Full Disk Access" : "Read access"
+                    : App.fullDiskAccessSetting ? "Full Disk Access" : "Read access"
                 color: Theme.text
                 font.pixelSize: Theme.titleSize
                 font.weight: Font.Bold
@@ -67,7 +69,7 @@ Sheet {
                 text: sheet.step === 0
                       ? "Dustwhale moves caches and other files you choose to the Trash, and shows why each one can move before you confirm."
                       : sheet.step === 1 ? "These limits do not change."
-                      : dw.fullDiskAccessSetting
+                      : App.fullDiskAccessSetting
                         ? "Some leftover folders stay hidden until macOS allows a full read. You can turn that on now, or skip and scan without it."
                         : "Dustwhale reads only what your user may read. A folder without read permission is skipped, and App leftovers names it so you can allow reading and scan again."
                 color: Theme.secondaryText
@@ -81,12 +83,13 @@ Sheet {
                     model: ["Only the Trash. Nothing is permanently deleted.",
                             "Put Back stays available from Recently Cleared.",
                             "Documents, the Desktop, and projects stay.",
-                            dw.fullDiskAccessSetting ? "No data leaves this Mac." : "No data leaves this computer."]
+                            App.fullDiskAccessSetting ? "No data leaves this Mac." : "No data leaves this computer."]
                     Row {
+                        id: promise
                         required property string modelData
                         spacing: 10
                         Icon { symbol: "checkmark"; size: 16; color: Theme.accent; anchors.verticalCenter: parent.verticalCenter }
-                        Text { text: modelData; color: Theme.text; font.pixelSize: Theme.bodySize + 1 }
+                        Text { text: promise.modelData; color: Theme.text; font.pixelSize: Theme.bodySize + 1 }
                     }
                 }
             }
@@ -99,6 +102,7 @@ Sheet {
                 Repeater {
                     model: 3
                     Rectangle {
+                        required property int index
                         width: index === sheet.step ? 18 : 6; height: 6; radius: 3
                         color: index === sheet.step ? Theme.accent : Theme.skeleton
                     }
@@ -112,23 +116,23 @@ Sheet {
                 Item { Layout.fillWidth: true }
                 DwButton {
                     objectName: "onboarding.skip"
-                    visible: sheet.step === 2 && dw.fullDiskAccessSetting
+                    visible: sheet.step === 2 && App.fullDiskAccessSetting
                     text: "Skip for now"
-                    onClicked: dw.finishOnboarding(false)
+                    onClicked: App.finishOnboarding(false)
                 }
                 DwButton {
                     objectName: "onboarding.continue"
-                    visible: sheet.step < 2 || !dw.fullDiskAccessSetting
+                    visible: sheet.step < 2 || !App.fullDiskAccessSetting
                     primary: true
                     text: "Continue"
-                    onClicked: sheet.step < 2 ? sheet.step = sheet.step + 1 : dw.finishOnboarding(false)
+                    onClicked: sheet.step < 2 ? sheet.step = sheet.step + 1 : App.finishOnboarding(false)
                 }
                 DwButton {
                     objectName: "onboarding.settings"
-                    visible: sheet.step === 2 && dw.fullDiskAccessSetting
+                    visible: sheet.step === 2 && App.fullDiskAccessSetting
                     primary: true
                     text: "Open System Settings"
-                    onClicked: dw.finishOnboarding(true)
+                    onClicked: App.finishOnboarding(true)
                 }
                 Item { Layout.fillWidth: true }
             }

@@ -1,5 +1,5 @@
 // dustwhale apps and dustwhale uninstall on a Mac-shaped root: the list with its sizes and
-// rows, the refusals, an ambiguous name, and an uninstall that put-back undoes item by item.
+// rows, the refusals, an ambiguous name, and an uninstall logged item by item.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -19,10 +19,7 @@ using ::testing::HasSubstr;
 class AppsCli : public ::testing::Test {
  protected:
   test::CommandResult run(const std::string& command, std::vector<std::string> extra = {}) {
-    std::vector<std::string> args{command,    "--root",   mac.root(), "--home",
-                                  mac.home(), "--layout", "macos"};
-    args.insert(args.end(), extra.begin(), extra.end());
-    return test::dustwhale(args);
+    return test::dustwhaleOn(mac, command, std::move(extra));
   }
 
   test::TempHome trashHome;
@@ -63,7 +60,7 @@ TEST_F(AppsCli, ListsEveryFieldAndTheRowTexts) {
             "installed.\n");
 }
 
-TEST_F(AppsCli, UninstallRefusesAsksAndEveryItemComesBack) {
+TEST_F(AppsCli, UninstallRefusesAsksAndLogsEveryItem) {
   std::string foo = mac.app(mac.inHome("Applications/Foo.app"), "com.example.foo");
   std::string support =
       mac.folderOfSize(mac.inHome("Library/Application Support/com.example.foo"), 1 << 20);
@@ -107,10 +104,7 @@ TEST_F(AppsCli, UninstallRefusesAsksAndEveryItemComesBack) {
     EXPECT_EQ(e.find("sessionID")->string(), entries->array()[0].find("sessionID")->string());
     EXPECT_EQ(e.find("kind")->string(),
               e.find("originalPath")->string() == foo ? "app" : "app-data");
-    auto back = run("put-back", {e.find("id")->string()});
-    EXPECT_EQ(back.status, 0) << back.err;
   }
-  EXPECT_EQ(test::snapshot(mac.root()), before);
 }
 
 }  // namespace

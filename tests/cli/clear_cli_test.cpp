@@ -29,10 +29,7 @@ class ClearCli : public ::testing::Test {
   }
 
   test::CommandResult run(const std::string& command, std::vector<std::string> extra = {}) {
-    std::vector<std::string> args{command,    "--root",   mac.root(), "--home",
-                                  mac.home(), "--layout", "macos"};
-    args.insert(args.end(), extra.begin(), extra.end());
-    return test::dustwhale(args);
+    return test::dustwhaleOn(mac, command, std::move(extra));
   }
 
   test::TempHome trashHome;

@@ -19,8 +19,9 @@ TEST(LinuxAppsCli, ListsEveryKindAndRefusesTheSoftwareManagersApps) {
   test::TempHome trashHome;
   test::HomeBuilder b{Locations::Layout::linux};
   auto run = [&](std::vector<std::string> args) {
-    args.insert(args.end(), {"--root", b.root(), "--home", b.home(), "--layout", "linux"});
-    return test::dustwhale(args);
+    std::string command = args.front();
+    args.erase(args.begin());
+    return test::dustwhaleOn(b, command, args);
   };
   std::string image = test::appImage(b.inHome(".local/bin/Shot.AppImage"));
   std::string launcher = test::launcher(b.inHome(".local/share/applications/shot.desktop"),

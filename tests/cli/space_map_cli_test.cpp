@@ -18,10 +18,7 @@ TEST(SpaceMapCli, TreeAdviceAndLevels) {
   mac.file(mac.inHome("Library/Caches/com.a.b/deeper/not-counted"), 8 << 20);
   mac.file(mac.inHome("Documents/notes.txt"), 4096);
   auto run = [&](std::vector<std::string> extra) {
-    std::vector<std::string> args{"space-map", "--root",   mac.root(), "--home",
-                                  mac.home(),  "--layout", "macos"};
-    args.insert(args.end(), extra.begin(), extra.end());
-    return test::dustwhale(args);
+    return test::dustwhaleOn(mac, "space-map", std::move(extra));
   };
 
   test::CommandResult r = run({"--json"});

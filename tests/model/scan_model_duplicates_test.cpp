@@ -162,11 +162,6 @@ TEST_F(DuplicateFlowTest, ClearMovesTheSelectedCopiesButNeverTheKeptOne) {
   ASSERT_EQ(model->duplicateGroups().size(), 0u);
   EXPECT_THAT(model->duplicateSelected(), ::testing::UnorderedElementsAre(a1, b1));
   EXPECT_THAT(model->duplicateKeepPath(), IsEmpty());
-
-  // Put Back restores a copy where it was.
-  ClearedLog::Entry entry = model->clearedEntries()[0];
-  EXPECT_TRUE(model->putBack(entry));
-  EXPECT_TRUE(test::exists(entry.originalPath));
 }
 
 TEST_F(DuplicateFlowTest, ACopyChangedOrAKeptCopyGoneSinceTheSearchIsRefused) {

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 
+#include "support/home_builder.h"
 #include "support/temp_dir.h"
 
 namespace dw::test {
@@ -42,6 +43,15 @@ CommandResult dustwhale(std::vector<std::string> args) {
   args.insert(args.begin(), "dustwhale");
 #endif
   return runCommand(args);
+}
+
+CommandResult dustwhaleOn(const HomeBuilder& tree, const std::string& command,
+                          std::vector<std::string> extra) {
+  const char* layout = tree.locations().layout == Locations::Layout::linux ? "linux" : "macos";
+  std::vector<std::string> args{command,     "--root",   tree.root(), "--home",
+                                tree.home(), "--layout", layout};
+  args.insert(args.end(), extra.begin(), extra.end());
+  return dustwhale(args);
 }
 
 }  // namespace dw::test

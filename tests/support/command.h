@@ -16,4 +16,9 @@ CommandResult runCommand(const std::vector<std::string>& args);
 // The dustwhale binary under test with these arguments.
 CommandResult dustwhale(std::vector<std::string> args);
 
+class HomeBuilder;
+// dustwhale <command> over the tree (its root, home and layout), then extra.
+CommandResult dustwhaleOn(const HomeBuilder& tree, const std::string& command,
+                          std::vector<std::string> extra = {});
+
 }  // namespace dw::test

@@ -452,6 +452,17 @@ TEST_F(AppUiTest, DuplicatesFindKeepAnotherAndMoveTheExtraCopies) {
   }
   EXPECT_GE(kept, 1);
 
+  // The search shows a group's title over the first of its copies it leaves.
+  ui.click("searchField");
+  ui.type("copy");
+  ASSERT_EQ(ui.all("duplicateRow").size(), 1u);
+  EXPECT_EQ(field(ui.all("duplicateRow")[0], "row.name"), "big copy.mov");
+  EXPECT_EQ(ui.all("duplicates.groupTitle").size(), 1u);
+  EXPECT_EQ(ui.text("duplicates.groupTitle"), "2 identical copies · 3 MB each");
+  ui.page("review");
+  ui.page("duplicates");
+  ASSERT_GE(ui.all("duplicateRow").size(), 3u);
+
   // Keeping another copy of the first group: it takes the lock and the picked note.
   const std::string firstHash = ui.bridge().model().duplicateGroups().front().hashHex;
   std::string before = ui.bridge().model().duplicateKeepPath().at(firstHash);

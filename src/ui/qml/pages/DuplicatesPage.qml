@@ -180,6 +180,7 @@ Item {
                             height: visible ? 30 : 0
                             color: Theme.hover
                             Text {
+                                objectName: "duplicates.groupTitle"
                                 anchors.left: parent.left
                                 anchors.leftMargin: 18
                                 anchors.verticalCenter: parent.verticalCenter

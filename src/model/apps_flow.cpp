@@ -6,19 +6,14 @@
 
 namespace dw {
 
-AppsFlow::~AppsFlow() {
-  if (task_) task_->cancel();
-}
-
 bool AppsFlow::refresh() {
   if (FlowContext::underTestHost()) return false;
-  if (task_) task_->cancel();
-  std::uint64_t generation = ++generation_;
+  std::uint64_t generation = task_.begin();
   loading_ = true;
   context_.notify(ModelField::appsLoading);
-  task_ = context_.dispatcher.start([this, generation, places = context_.places,
-                                     post = context_.poster(),
-                                     &workspace = context_.workspace](std::stop_token stop) {
+  task_.run(context_.dispatcher.start([this, generation, places = context_.places,
+                                       post = context_.poster(),
+                                       &workspace = context_.workspace](std::stop_token stop) {
     std::vector<AppUninstaller::AppRecord> apps;
     bool listed = false;
     try {
@@ -31,19 +26,19 @@ bool AppsFlow::refresh() {
     post([this, apps = std::move(apps), listed, generation]() mutable {
       if (listed) {
         finish(std::move(apps), generation);
-      } else if (generation == generation_) {
-        task_.reset();
+      } else if (task_.isNewest(generation)) {
+        task_.ended();
         loading_ = false;
         context_.notify(ModelField::appsLoading);
       }
     });
-  });
+  }));
   return true;
 }
 
 void AppsFlow::finish(std::vector<AppUninstaller::AppRecord> apps, std::uint64_t generation) {
-  if (generation != generation_) return;  // overtaken by a newer listing
-  task_.reset();
+  if (!task_.isNewest(generation)) return;  // overtaken by a newer listing
+  task_.ended();
   apps_ = std::move(apps);
   context_.notify(ModelField::installedApps);
   loading_ = false;

@@ -20,7 +20,6 @@ namespace dw {
 class AppsFlow {
  public:
   explicit AppsFlow(FlowContext& context) : context_(context) {}
-  ~AppsFlow();
   AppsFlow(const AppsFlow&) = delete;
   AppsFlow& operator=(const AppsFlow&) = delete;
 
@@ -29,7 +28,7 @@ class AppsFlow {
   // The bundle paths of apps whose move the system refused for lack of rights.
   const std::set<std::string>& needingAdmin() const { return needingAdmin_; }
   bool loading() const { return loading_; }
-  bool running() const { return task_ != nullptr; }
+  bool running() const { return task_.running(); }
 
   // Lists the installed apps; false under a test host, where nothing starts by itself.
   bool refresh();
@@ -48,8 +47,7 @@ class AppsFlow {
   std::optional<AppUninstaller::AppRecord> target_;
   std::set<std::string> needingAdmin_;
   bool loading_ = false;
-  std::uint64_t generation_ = 0;
-  std::shared_ptr<TaskHandle> task_;
+  LatestTask task_;
 };
 
 }  // namespace dw

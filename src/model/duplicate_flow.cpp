@@ -6,12 +6,6 @@
 
 namespace dw {
 
-DuplicateFlow::DuplicateFlow(FlowContext& context) : context_(context) {}
-
-DuplicateFlow::~DuplicateFlow() {
-  if (task_) task_->cancel();
-}
-
 std::int64_t DuplicateFlow::extraCopies() const {
   std::int64_t copies = 0;
   for (const auto& group : groups_)
@@ -57,18 +51,17 @@ void DuplicateFlow::setScope(DuplicateScanner::Scope scope) {
 
 bool DuplicateFlow::find() {
   if (FlowContext::underTestHost()) return false;
-  if (task_) task_->cancel();
-  std::uint64_t search = ++search_;
+  std::uint64_t search = task_.begin();
   scanning_ = true;
   context_.notify(ModelField::duplicatesScanning);
   progress_ = std::string(texts::duplicates::kLooking);
   context_.notify(ModelField::duplicateProgress);
 
-  task_ = context_.dispatcher.start([this, search, places = context_.places, scope = scope_,
-                                     post = context_.poster()](std::stop_token stop) {
+  task_.run(context_.dispatcher.start([this, search, places = context_.places, scope = scope_,
+                                       post = context_.poster()](std::stop_token stop) {
     auto progress = [&](const std::string& text) {
       post([this, text, search] {
-        if (search != search_ || !scanning_) return;
+        if (!task_.isNewest(search) || !scanning_) return;
         progress_ = text;
         context_.notify(ModelField::duplicateProgress);
       });
@@ -83,18 +76,18 @@ bool DuplicateFlow::find() {
     } catch (...) {
       post([this, search] { endWithError(false, search); });
     }
-  });
+  }));
   return true;
 }
 
 void DuplicateFlow::cancel() {
-  if (task_) task_->cancel();
+  task_.cancel();
 }
 
 void DuplicateFlow::finish(DuplicateScanner::Result result, DuplicateScanner::Scope scope,
                            std::uint64_t search) {
-  if (search != search_) return;
-  task_.reset();
+  if (!task_.isNewest(search)) return;
+  task_.ended();
   // The folders these groups came from: a move of their copies checks against them.
   searchedScope_ = scope;
   groups_ = std::move(result.groups);
@@ -118,8 +111,8 @@ void DuplicateFlow::finish(DuplicateScanner::Result result, DuplicateScanner::Sc
 }
 
 void DuplicateFlow::endWithError(bool cancelled, std::uint64_t search) {
-  if (search != search_) return;
-  task_.reset();
+  if (!task_.isNewest(search)) return;
+  task_.ended();
   scanning_ = false;
   context_.notify(ModelField::duplicatesScanning);
   progress_.reset();

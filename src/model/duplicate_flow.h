@@ -19,8 +19,7 @@ namespace dw {
 
 class DuplicateFlow {
  public:
-  explicit DuplicateFlow(FlowContext& context);
-  ~DuplicateFlow();
+  explicit DuplicateFlow(FlowContext& context) : context_(context) {}
   DuplicateFlow(const DuplicateFlow&) = delete;
   DuplicateFlow& operator=(const DuplicateFlow&) = delete;
 
@@ -32,7 +31,7 @@ class DuplicateFlow {
   const std::optional<std::string>& progress() const { return progress_; }
   bool scanning() const { return scanning_; }
   const std::vector<std::string>& skipped() const { return skipped_; }
-  bool running() const { return task_ != nullptr; }
+  bool running() const { return task_.running(); }
 
   // The figures of the groups: every copy but one of each group and the bytes they take, and
   // the selected copies of the groups and theirs (sums are overflow-checked).
@@ -69,11 +68,9 @@ class DuplicateFlow {
   std::optional<std::string> progress_;
   bool scanning_ = false;
   std::vector<std::string> skipped_;
-  // Raised at every search, so that only the newest one publishes; and the folders the shown
-  // groups came from, which a move of their copies re-checks against.
-  std::uint64_t search_ = 0;
+  // The folders the shown groups came from, which a move of their copies re-checks against.
   DuplicateScanner::Scope searchedScope_;
-  std::shared_ptr<TaskHandle> task_;
+  LatestTask task_;
 };
 
 }  // namespace dw

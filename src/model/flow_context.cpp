@@ -6,6 +6,11 @@
 
 namespace dw {
 
+std::uint64_t LatestTask::begin() {
+  cancel();
+  return ++generation_;
+}
+
 FlowContext::FlowContext(Dispatcher& dispatcher_, Locations places_,
                          platform::Workspace& workspace_, platform::UserDefaults& defaults_)
     : dispatcher(dispatcher_),

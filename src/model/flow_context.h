@@ -3,6 +3,7 @@
 // the words of this home, the one status line, and the observers told of each change. One per
 // model, on the model's thread.
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -52,6 +53,32 @@ enum class ModelField {
   uninstallTarget,
   appsNeedingAdmin,
   appsLoading
+};
+
+// A flow's long work where only the newest counts: beginning one cancels the one before, and
+// the results of an overtaken one are dropped by their generation. Cancelled when it goes.
+class LatestTask {
+ public:
+  LatestTask() = default;
+  ~LatestTask() { cancel(); }
+  LatestTask(const LatestTask&) = delete;
+  LatestTask& operator=(const LatestTask&) = delete;
+
+  // Cancels the running task; returns the generation of the one about to run.
+  std::uint64_t begin();
+  void run(std::shared_ptr<TaskHandle> handle) { handle_ = std::move(handle); }
+  // Whether the results of this generation may publish.
+  bool isNewest(std::uint64_t generation) const { return generation == generation_; }
+  // The newest task's results are in.
+  void ended() { handle_.reset(); }
+  void cancel() {
+    if (handle_) handle_->cancel();
+  }
+  bool running() const { return handle_ != nullptr; }
+
+ private:
+  std::uint64_t generation_ = 0;
+  std::shared_ptr<TaskHandle> handle_;
 };
 
 class FlowContext {

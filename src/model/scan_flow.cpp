@@ -27,7 +27,6 @@ ScanFlow::ScanFlow(FlowContext& context)
 
 ScanFlow::~ScanFlow() {
   if (watchingApplications_) context_.workspace.setAppEventHandler({});
-  if (task_) task_->cancel();
 }
 
 ScanFlow::Result ScanFlow::runPipeline(const Locations& places,
@@ -74,8 +73,7 @@ ScanFlow::Result ScanFlow::runPipeline(const Locations& places,
 bool ScanFlow::start() {
   if (FlowContext::underTestHost()) return false;
   watchApplications();
-  if (task_) task_->cancel();
-  std::uint64_t generation = ++generation_;
+  std::uint64_t generation = task_.begin();
 
   phase_ = ScanPhase::scanning();
   context_.notify(ModelField::phase);
@@ -85,9 +83,9 @@ bool ScanFlow::start() {
 
   // The task touches the flow only through closures posted back to the model's thread, which
   // run only while the model lives.
-  task_ = context_.dispatcher.start([this, generation, places = context_.places,
-                                     post = context_.poster(),
-                                     &workspace = context_.workspace](std::stop_token stop) {
+  task_.run(context_.dispatcher.start([this, generation, places = context_.places,
+                                       post = context_.poster(),
+                                       &workspace = context_.workspace](std::stop_token stop) {
     auto announce = [&](const std::string& area) {
       post([this, area, generation] { areaStarted(area, generation); });
     };
@@ -101,16 +99,16 @@ bool ScanFlow::start() {
     } catch (...) {
       post([this, generation] { endWithError(false, generation); });
     }
-  });
+  }));
   return true;
 }
 
 void ScanFlow::cancel() {
-  if (task_) task_->cancel();
+  task_.cancel();
 }
 
 void ScanFlow::areaStarted(const std::string& area, std::uint64_t generation) {
-  if (generation != generation_) return;
+  if (!task_.isNewest(generation)) return;
   scanArea_ = area;
   context_.notify(ModelField::scanArea);
   context_.say(texts::scan::measuring(area));
@@ -118,7 +116,7 @@ void ScanFlow::areaStarted(const std::string& area, std::uint64_t generation) {
 
 void ScanFlow::finish(Result result, std::uint64_t generation) {
   // Only the newest scan may publish; an overtaken one may still finish and is dropped here.
-  if (generation != generation_) return;
+  if (!task_.isNewest(generation)) return;
   volume_ = result.volume;
   context_.notify(ModelField::volume);
   findings_ = std::move(result.findings);
@@ -134,7 +132,7 @@ void ScanFlow::finish(Result result, std::uint64_t generation) {
   context_.notify(ModelField::phase);
   scanArea_.reset();
   context_.notify(ModelField::scanArea);
-  task_.reset();
+  task_.ended();
   lastScannedAt_ = Clock::now();
   context_.notify(ModelField::lastScannedAt);
   if (auto name = platform::volumeName(context_.places.root); name && !name->empty()) {
@@ -152,12 +150,12 @@ void ScanFlow::finish(Result result, std::uint64_t generation) {
 }
 
 void ScanFlow::endWithError(bool cancelled, std::uint64_t generation) {
-  if (generation != generation_) return;
+  if (!task_.isNewest(generation)) return;
   phase_ = ScanPhase::ready();
   context_.notify(ModelField::phase);
   scanArea_.reset();
   context_.notify(ModelField::scanArea);
-  task_.reset();
+  task_.ended();
   context_.say(cancelled ? std::string(texts::scan::kCancelled)
                          : texts::scan::failed(context_.wording));
 }

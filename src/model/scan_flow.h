@@ -62,7 +62,7 @@ class ScanFlow {
   const std::optional<std::string>& scanArea() const { return scanArea_; }
   const std::vector<std::string>& unreadLeftoverLocations() const { return unread_; }
   bool showFullDiskAccessPrompt() const { return showFullDiskAccessPrompt_; }
-  bool running() const { return task_ != nullptr; }
+  bool running() const { return task_.running(); }
 
   // Starts (or restarts) the scan; false under a test host, where nothing starts by itself.
   bool start();
@@ -112,9 +112,7 @@ class ScanFlow {
   std::vector<std::string> unread_;
   bool showFullDiskAccessPrompt_ = false;
   bool watchingApplications_ = false;
-  // Raised at every start: only the newest scan publishes.
-  std::uint64_t generation_ = 0;
-  std::shared_ptr<TaskHandle> task_;
+  LatestTask task_;  // only the newest scan publishes
 };
 
 }  // namespace dw

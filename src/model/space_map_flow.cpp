@@ -7,19 +7,14 @@
 
 namespace dw {
 
-SpaceMapFlow::~SpaceMapFlow() {
-  if (task_) task_->cancel();
-}
-
 bool SpaceMapFlow::build() {
   if (FlowContext::underTestHost()) return false;
-  if (task_) task_->cancel();
-  std::uint64_t build = ++build_;
+  std::uint64_t build = task_.begin();
   scanning_ = true;
   context_.notify(ModelField::spaceScanning);
 
-  task_ = context_.dispatcher.start([this, build, home = context_.places.home,
-                                     post = context_.poster()](std::stop_token stop) {
+  task_.run(context_.dispatcher.start([this, build, home = context_.places.home,
+                                       post = context_.poster()](std::stop_token stop) {
     try {
       throwIfCancelled(stop);
       auto start = std::chrono::steady_clock::now();
@@ -31,18 +26,18 @@ bool SpaceMapFlow::build() {
     } catch (...) {
       post([this, build] { endWithError(build); });
     }
-  });
+  }));
   return true;
 }
 
 void SpaceMapFlow::cancel() {
-  if (task_) task_->cancel();
+  task_.cancel();
 }
 
 void SpaceMapFlow::finish(SpaceMap::Node root, double seconds, std::uint64_t build) {
   // A build that a newer one replaced publishes nothing.
-  if (build != build_) return;
-  task_.reset();
+  if (!task_.isNewest(build)) return;
+  task_.ended();
   root_ = std::move(root);
   context_.notify(ModelField::spaceRoot);
   path_.clear();
@@ -57,9 +52,9 @@ void SpaceMapFlow::finish(SpaceMap::Node root, double seconds, std::uint64_t bui
 }
 
 void SpaceMapFlow::endWithError(std::uint64_t build) {
-  if (build != build_) return;
+  if (!task_.isNewest(build)) return;
   // The previous map, if any, stays.
-  task_.reset();
+  task_.ended();
   scanning_ = false;
   context_.notify(ModelField::spaceScanning);
   context_.say(std::string(texts::scan::kSpaceMapFailed));

@@ -16,7 +16,6 @@ namespace dw {
 class SpaceMapFlow {
  public:
   explicit SpaceMapFlow(FlowContext& context) : context_(context) {}
-  ~SpaceMapFlow();
   SpaceMapFlow(const SpaceMapFlow&) = delete;
   SpaceMapFlow& operator=(const SpaceMapFlow&) = delete;
 
@@ -26,7 +25,7 @@ class SpaceMapFlow {
   const std::optional<std::string>& selected() const { return selected_; }
   bool scanning() const { return scanning_; }
   const std::optional<double>& elapsed() const { return elapsed_; }
-  bool running() const { return task_ != nullptr; }
+  bool running() const { return task_.running(); }
   // The node whose children the page shows: the last one stepped into, else the root.
   const SpaceMap::Node* current() const;
 
@@ -50,8 +49,7 @@ class SpaceMapFlow {
   std::optional<std::string> selected_;
   bool scanning_ = false;
   std::optional<double> elapsed_;
-  std::uint64_t build_ = 0;
-  std::shared_ptr<TaskHandle> task_;
+  LatestTask task_;
 };
 
 }  // namespace dw

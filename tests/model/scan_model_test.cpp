@@ -253,30 +253,6 @@ TEST_F(ScanModelTest, ClearMovesEveryKindUnderOneSessionAndPutBackRestoresThem) 
   EXPECT_EQ(model->message(), "This item was already put back.");
 }
 
-TEST_F(ScanModelTest, ClearHonoursScopeAndStop) {
-  std::string cache = tree.cache("com.example.big", 52'428'800);
-  std::string google = tree.cache("Google", 12 * kMiB);
-  workspace.setRunning(kChrome, true);
-  scanToEnd();
-  model->select({cache, google});
-
-  model->requestConfirm(ScanModel::ConfirmScope::files);  // a selected cache stays
-  model->clearSelected();
-  EXPECT_EQ(model->message(), "Select something to clear first.");
-  EXPECT_EQ(dispatcher.pendingTasks(), 0u);
-
-  model->requestConfirm(ScanModel::ConfirmScope::caches);
-  model->clearSelected();
-  EXPECT_EQ(model->progress()->total, 1);  // the running Chrome's cache is not removable
-  model->stopClearing();                   // before the first item
-  EXPECT_EQ(model->message(), "Stopping after the current item…");
-  dispatcher.runAll();
-  EXPECT_EQ(model->message(), "Clearing stopped. Nothing was moved to the Trash.");
-  EXPECT_FALSE(model->confirm());
-  EXPECT_TRUE(test::exists(cache));
-  EXPECT_FALSE(test::exists(places.logFile));
-}
-
 TEST_F(ScanModelTest, ClearReportsWhatStayedAndWhy) {
   std::string gone = tree.cache("com.example.gone", 12 * kMiB);
   std::string kept = tree.cache("com.example.kept", 12 * kMiB);

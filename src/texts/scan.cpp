@@ -57,6 +57,13 @@ std::string scannedText(const std::optional<TimePoint>& lastScannedAt, TimePoint
   return "Scanned " + timefmt::relativeText(*lastScannedAt, now);
 }
 
+std::string headerLine(const std::optional<std::string>& scanArea,
+                       const std::optional<TimePoint>& lastScannedAt, TimePoint now) {
+  if (!scanArea || scanArea->empty()) return scannedText(lastScannedAt, now);
+  if (scanArea->ends_with("…")) return *scanArea;
+  return "Looking through " + *scanArea + "…";
+}
+
 std::string volumeName(const Wording& wording) {
   return "This " + wording.machine;
 }

@@ -32,6 +32,10 @@ std::string failed(const Wording& wording);
 std::string unreadNotice(const std::vector<std::string>& locations, const Wording& wording);
 // "Scanned 5 minutes ago", or "Not scanned yet".
 std::string scannedText(const std::optional<TimePoint>& lastScannedAt, TimePoint now);
+// Under a page's title: while a scan runs, the area it measures ("Looking through Chrome…",
+// "Starting…"); else scannedText.
+std::string headerLine(const std::optional<std::string>& scanArea,
+                       const std::optional<TimePoint>& lastScannedAt, TimePoint now);
 // "This Mac", "This computer": the volume until the system names it.
 std::string volumeName(const Wording& wording);
 // Recovery of the log failed at start.

@@ -99,6 +99,10 @@ TEST(Texts, CountsSizesAndTheQuestion) {
   EXPECT_EQ(cleared::statusText(ClearedLog::Status::inTrash, ""), "In the Trash");
   EXPECT_EQ(cleared::rowStatus(ClearedLog::Status::putBack, "09:31"), "Put back 09:31");
   EXPECT_EQ(apps::lastUsedLine(""), "Last used —");
+  TimePoint now = Clock::now();
+  EXPECT_EQ(scan::headerLine(std::string("Chrome"), std::nullopt, now), "Looking through Chrome…");
+  EXPECT_EQ(scan::headerLine(std::string("Starting…"), std::nullopt, now), "Starting…");
+  EXPECT_EQ(scan::headerLine(std::nullopt, std::nullopt, now), "Not scanned yet");
   Locations mac = Locations::macos("/", "/Users/ann");
   EXPECT_EQ(apps::itemName("/Users/ann/Library/Caches/com.example.foo", mac),
             "Caches/com.example.foo");

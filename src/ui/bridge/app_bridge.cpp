@@ -35,7 +35,7 @@ AppBridge::AppBridge(Locations places, bool startsDark, QObject* parent)
       startsDark_(startsDark) {
   model_->addObserver([this](ScanModel::Field field) { fieldChanged(field); });
   clock_.setInterval(30'000);
-  connect(&clock_, &QTimer::timeout, this, &AppBridge::scannedTextChanged);
+  connect(&clock_, &QTimer::timeout, this, &AppBridge::scanStatusChanged);
   clock_.start();
 }
 
@@ -63,12 +63,11 @@ void AppBridge::fieldChanged(ScanModel::Field field) {
   switch (field) {
     case F::phase:
       emit phaseChanged();
+      emit scanStatusChanged();
       break;
     case F::lastScannedAt:
-      emit scannedTextChanged();
-      break;
     case F::scanArea:
-      emit scanAreaChanged();
+      emit scanStatusChanged();
       break;
     case F::message:
       emit messageChanged();
@@ -113,12 +112,11 @@ QString AppBridge::failureText() const {
   return QString::fromStdString(model_->phase().text());
 }
 
-QString AppBridge::scannedText() const {
-  return QString::fromStdString(texts::scan::scannedText(model_->lastScannedAt(), Clock::now()));
-}
-
-QString AppBridge::scanArea() const {
-  return model_->scanArea() ? QString::fromStdString(*model_->scanArea()) : QString();
+QString AppBridge::scanStatus() const {
+  // The area only while the scan runs: a move during a scan keeps it.
+  std::optional<std::string> area = scanning() ? model_->scanArea() : std::nullopt;
+  return QString::fromStdString(
+      texts::scan::headerLine(area, model_->lastScannedAt(), Clock::now()));
 }
 
 QString AppBridge::message() const {

@@ -38,8 +38,8 @@ class AppBridge : public QObject {
   Q_PROPERTY(bool scanning READ scanning NOTIFY phaseChanged)
   Q_PROPERTY(bool clearing READ clearing NOTIFY phaseChanged)
   Q_PROPERTY(QString failureText READ failureText NOTIFY phaseChanged)
-  Q_PROPERTY(QString scannedText READ scannedText NOTIFY scannedTextChanged)
-  Q_PROPERTY(QString scanArea READ scanArea NOTIFY scanAreaChanged)
+  // Under a page's title: the area a running scan measures, else when the last one ended.
+  Q_PROPERTY(QString scanStatus READ scanStatus NOTIFY scanStatusChanged)
   Q_PROPERTY(QString message READ message NOTIFY messageChanged)
   Q_PROPERTY(QString unreadNotice READ unreadNotice NOTIFY unreadNoticeChanged)
   Q_PROPERTY(bool fullDiskAccessSetting READ fullDiskAccessSetting CONSTANT)
@@ -78,8 +78,7 @@ class AppBridge : public QObject {
   bool scanning() const;
   bool clearing() const;
   QString failureText() const;
-  QString scannedText() const;
-  QString scanArea() const;
+  QString scanStatus() const;
   QString message() const;
   QString unreadNotice() const;
   bool fullDiskAccessSetting() const;
@@ -123,8 +122,7 @@ class AppBridge : public QObject {
 
  signals:
   void phaseChanged();
-  void scannedTextChanged();
-  void scanAreaChanged();
+  void scanStatusChanged();
   void messageChanged();
   void unreadNoticeChanged();
   void showFullDiskAccessPromptChanged();

@@ -207,9 +207,8 @@ ApplicationWindow {
                     Layout.topMargin: 8
                     title: window.current.title
                     showsScan: window.page === "dashboard"
-                    scannedText: App.scannedText
+                    status: App.scanStatus
                     scanning: App.scanning
-                    scanArea: App.scanArea
                     showsSearch: window.current.search
                     query: window.query
                     onQueryEdited: (text) => window.query = text

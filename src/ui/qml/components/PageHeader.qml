@@ -9,9 +9,8 @@ Item {
     id: header
     property string title
     property bool showsScan: false
-    property string scannedText
+    property string status
     property bool scanning: false
-    property string scanArea
     property bool showsSearch: false
     property string searchPrompt: "Search"
     property string query: ""
@@ -45,9 +44,7 @@ Item {
                 }
                 Text {
                     objectName: "header.scanned"
-                    text: header.scanning && header.scanArea !== ""
-                          ? (header.scanArea.endsWith("…") ? header.scanArea : "Looking through " + header.scanArea + "…")
-                          : header.scannedText
+                    text: header.status
                     color: Theme.secondaryText
                     font.pixelSize: Theme.smallSize + 1
                 }

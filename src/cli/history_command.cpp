@@ -53,6 +53,8 @@ Runner addHistory(CLI::App& app) {
            << (reading.unreadable == 1 ? "it is" : "they are") << " kept in the log unchanged.\n";
     }
     if (!reading.problem.empty()) note << reading.problem << '\n';
+    for (const std::string& kept : reading.journalNotes)
+      note << kept << '\n';
     if (options->json) {
       json::Array rows;
       for (const auto& e : entries)

@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr uid_t kNobody = 65534;
+constexpr uid_t kNobody = kNobodyUid;
 
 void fail(const std::string& what) {
   throw std::runtime_error("HomeBuilder: " + what);
@@ -180,6 +180,11 @@ std::optional<std::string> HomeBuilder::runUnprivileged(const std::function<std:
        !ec && it != fs::recursive_directory_iterator(); it.increment(ec))
     ::lchown(it->path().c_str(), kNobody, kNobody);
 
+  return runAsNobody(fn);
+}
+
+std::optional<std::string> runAsNobody(const std::function<std::string()>& fn) {
+  if (::geteuid() != 0) return fn();
   // The child hands its answer back in a file of its own folder.
   TempDir out;
   ::chown(out.path().c_str(), kNobody, kNobody);

@@ -83,6 +83,12 @@ class HomeBuilder {
   std::string root_, home_;
 };
 
+// Runs fn in a child process as the unprivileged user nobody (uid 65534), changing nothing's
+// owner; what fn returned, or nullopt when the child failed. Without root, fn runs in this
+// process.
+std::optional<std::string> runAsNobody(const std::function<std::string()>& fn);
+inline constexpr uid_t kNobodyUid = 65534;
+
 // A real process under a name of the test's choosing (a copy of /bin/sleep named "chrome"), so
 // that /proc shows it as the system would show that application. Stopped and reaped, by its
 // own process id, when the object goes.

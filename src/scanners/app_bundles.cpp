@@ -5,10 +5,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <fstream>
 #include <set>
 
 #include "base/paths.h"
+#include "platform/file_reading.h"
 #include "platform/own_ground.h"
 #include "scanners/folder_listing.h"
 
@@ -96,18 +96,25 @@ std::vector<std::string> flatpakInstallations(const Locations& places) {
   if (!entries) return installations;
   for (const FolderEntry& e : *entries) {
     if (!e.name.ends_with(".conf")) continue;
-    std::ifstream in(paths::join(places.flatpakInstallationConfigs, e.name));
-    std::string line;
-    while (std::getline(in, line)) {
-      if (!line.empty() && line.back() == '\r') line.pop_back();
-      if (line.starts_with("Path=") && line.size() > 6 && line[5] == '/') {
-        std::string path = places.underRoot(paths::standardize(line.substr(5)));
-        if (std::find(installations.begin(), installations.end(), path) == installations.end())
-          installations.push_back(path);
-      }
+    std::optional<std::string> text =
+        platform::readFileHead(paths::join(places.flatpakInstallationConfigs, e.name), 64 * 1024);
+    for (const std::string& folder : flatpakInstallationPaths(text.value_or(""))) {
+      std::string path = places.underRoot(folder);
+      if (std::find(installations.begin(), installations.end(), path) == installations.end())
+        installations.push_back(path);
     }
   }
   return installations;
+}
+
+std::vector<std::string> flatpakInstallationPaths(std::string_view conf) {
+  std::vector<std::string> folders;
+  for (std::string_view line : paths::split(conf, '\n')) {
+    if (line.back() == '\r') line.remove_suffix(1);
+    if (line.starts_with("Path=") && line.size() > 6 && line[5] == '/')
+      folders.push_back(paths::standardize(line.substr(5)));
+  }
+  return folders;
 }
 
 std::vector<std::string> unreadableFlatpakInstallations(const Locations& places) {

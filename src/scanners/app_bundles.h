@@ -30,6 +30,8 @@ struct FlatpakApp {
 // The Flatpak installations: places.flatpakInstallations, then those the system configures in
 // places.flatpakInstallationConfigs (the Path= of each *.conf, read under the root).
 std::vector<std::string> flatpakInstallations(const Locations& places);
+// The installations one such *.conf names: each Path= that is an absolute folder, standardised.
+std::vector<std::string> flatpakInstallationPaths(std::string_view conf);
 // The apps of every Flatpak installation, the user's first; an id installed in more than one is
 // listed once, from the first. Only folders whose name has the Flatpak identifier shape count.
 std::vector<FlatpakApp> listFlatpakApps(const Locations& places);

@@ -351,12 +351,12 @@ std::vector<std::pair<std::string, std::int64_t>> installedSizes(const std::stri
       installed = line.ends_with(" installed");
     } else if (line.starts_with("Installed-Size: ")) {
       std::string_view digits = line.substr(16);
+      // At most 15 digits: a size of KiB that still fits in bytes.
+      bool ok = !digits.empty() && digits.size() < 16 &&
+                digits.find_first_not_of("0123456789") == std::string_view::npos;
       std::int64_t value = 0;
-      bool ok = !digits.empty() && digits.size() < 16;
-      for (char c : digits) {
-        if (c < '0' || c > '9') ok = false;
+      for (char c : ok ? digits : std::string_view())
         value = value * 10 + (c - '0');
-      }
       kib = ok ? value : -1;
     }
   }

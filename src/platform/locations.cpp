@@ -245,6 +245,7 @@ Locations Locations::linux(std::string root, std::string home, std::string bundl
   l.appImageFolders = {paths::join(h, "Applications"), paths::join(h, ".local/bin")};
   l.launchers = paths::join(l.dataHome, "applications");
   l.icons = paths::join(l.dataHome, "icons");
+  l.pixmaps = paths::join(l.dataHome, "pixmaps");
   l.systemLaunchers = l.underRoot("/usr/share/applications");
   l.packageDatabase = l.underRoot("/var/lib/dpkg");
 

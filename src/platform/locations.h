@@ -80,6 +80,7 @@ struct Locations {
   std::vector<std::string> appImageFolders;  // ~/Applications, ~/.local/bin
   std::string launchers;                     // $XDG_DATA_HOME/applications
   std::string icons;                         // $XDG_DATA_HOME/icons
+  std::string pixmaps;                       // $XDG_DATA_HOME/pixmaps
   std::string systemLaunchers;               // /usr/share/applications
   std::string packageDatabase;               // /var/lib/dpkg
 

@@ -57,5 +57,28 @@ TEST(LinuxAppsCli, ListsEveryKindAndRefusesTheSoftwareManagersApps) {
   EXPECT_TRUE(test::exists(image));
 }
 
+TEST(LinuxAppsCli, AScriptOrAPlainProgramGivenByPathIsRefusedForWhatItIs) {
+  test::TempHome trashHome;
+  test::HomeBuilder b{Locations::Layout::linux};
+  auto run = [&](std::vector<std::string> args) {
+    args.insert(args.end(), {"--root", b.root(), "--home", b.home(), "--layout", "linux"});
+    return test::dustwhale(args);
+  };
+  std::string script = b.inHome(".local/bin/backup-photos");
+  test::writeFile(script, "#!/bin/sh\nrsync -a ~/Pictures /media/backup\n");
+  std::string program =
+      test::appImage(b.inHome("Applications/tool.AppImage"), test::AppImageShape::unmarked);
+  std::string folder = b.folder(b.inHome("Applications/MyProjects"));
+  auto before = test::snapshot(b.root());
+  for (auto [path, what] :
+       {std::pair{script, "a script"}, std::pair{program, "a program without the AppImage mark"},
+        std::pair{folder, "a folder"}}) {
+    auto refused = run({"uninstall", path, "--yes"});
+    EXPECT_EQ(refused.status, 1) << path;
+    EXPECT_EQ(refused.err, "~" + path.substr(b.home().size()) + " is " + what + ", not an app.\n");
+  }
+  EXPECT_EQ(test::snapshot(b.root()), before);
+}
+
 }  // namespace
 }  // namespace dw

@@ -1,5 +1,5 @@
 // A Linux-shaped home: ~/.cache children as caches (with the names their users know), what lives
-// there without being a cache left out, a cache a running program holds open, Chrome and
+// there without being a cache left out, a cache a running program holds open or owns, Chrome and
 // Chromium, the developers' download caches, and the XDG user folders of user-dirs.dirs.
 
 #include <gmock/gmock.h>
@@ -38,8 +38,7 @@ std::string lines(const Findings& findings) {
 Findings scanAll(const Locations& places, const platform::Workspace& workspace) {
   SharedMeasurer measurer({});
   // Gathered as the model gathers it: one look at the processes for the whole scan.
-  auto held = platform::filesHeldOpen(CacheScanner::heldOpenFolders(places));
-  return CacheScanner::scan(places, workspace, held, measurer);
+  return CacheScanner::scan(places, workspace, CacheScanner::cachesInUse(places), measurer);
 }
 
 TEST(LinuxHome, CachesInDotCacheAreNamedMeasuredAndOnlyTheRebuildableOnesListed) {
@@ -133,6 +132,50 @@ TEST(LinuxHome, ACacheARunningProgramHoldsOpenIsListedButNotChosen) {
             "Thumbnails 60 +selected\n"
             "Cargo downloads 60 +selected\n");
   EXPECT_EQ(found[0].note, kLibraryNote);
+}
+
+TEST(LinuxHome, ACacheOfARunningBrowserOrToolIsNotChosenEvenWithNothingHeldOpen) {
+  test::HomeBuilder b(kLinux);
+  b.cache("mozilla/firefox/abcd.default-release/cache2", 60 * MB);
+  b.cache("vscode-cpptools/ipch", 55 * MB);
+  b.cache("thunderbird", 52 * MB);
+  Locations places = b.locations();
+  test::TestWorkspace workspace;
+  Findings before = scanAll(places, workspace);
+  ASSERT_EQ(lines(before),
+            "Firefox cache 60 +selected\nVS Code C/C++ index 55 +selected\n"
+            "Thunderbird cache 52 +selected\n");
+
+  // Firefox and VS Code run and hold nothing of their caches open at this moment.
+  test::RunningProgram firefox("firefox-esr");
+  test::RunningProgram code("code");
+  auto inUse = [&] {
+    std::set<std::string> programs;
+    for (const auto& held : CacheScanner::cachesInUse(places))
+      programs.insert(held.program);
+    return programs;
+  };
+  ASSERT_TRUE(test::eventually(
+      [&] {
+        return inUse() == std::set<std::string>{"Firefox", "Visual Studio Code"};
+      },
+      5s))
+      << ::testing::PrintToString(inUse());
+  Findings found = scanAll(places, workspace);
+  EXPECT_EQ(lines(found),
+            "Firefox cache 60\nVS Code C/C++ index 55\n"
+            "Thunderbird cache 52 +selected\n");
+  EXPECT_EQ(found[0].note, "In use by Firefox. Quit it before clearing this cache.");
+  EXPECT_EQ(found[1].note, "In use by Visual Studio Code. Quit it before clearing this cache.");
+  EXPECT_TRUE(found[0].removable) << "the user may still choose it";
+
+  // The same programs on a Mac-shaped home: their caches under their identifiers.
+  test::HomeBuilder mac;
+  mac.cache("org.mozilla.firefox", 60 * MB);
+  mac.cache("com.microsoft.VSCode.ShipIt", 55 * MB);
+  mac.cache("com.example.other", 52 * MB);
+  EXPECT_EQ(lines(scanAll(mac.locations(), workspace)),
+            "org.mozilla.firefox 60\nShipIt 55\nother 52 +selected\n");
 }
 
 TEST(LinuxHome, ChromeAndChromiumProfilesAndCachesFollowTheChromeRule) {

@@ -473,6 +473,20 @@ std::vector<std::string> heldOpenFolders(const Locations& places) {
   return folders;
 }
 
+std::vector<platform::HeldFile> cachesInUse(const Locations& places) {
+  std::vector<platform::HeldFile> held = platform::filesHeldOpen(heldOpenFolders(places));
+  if (places.caches.empty()) return held;
+  for (const platform::KnownProgram* program : platform::runningKnownPrograms()) {
+    for (std::string_view folder : program->cacheFolders) {
+      std::string path = paths::join(places.caches, folder);
+      struct stat s {};
+      if (::lstat(path.c_str(), &s) == 0)
+        held.push_back({paths::resolveSymlinks(path), std::string(program->name)});
+    }
+  }
+  return held;
+}
+
 std::vector<CacheFinding> scan(const Locations& places, const platform::Workspace& workspace,
                                const std::vector<platform::HeldFile>& held,
                                SharedMeasurer& measurer) {

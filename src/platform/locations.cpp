@@ -211,6 +211,16 @@ Locations Locations::linux(std::string root, std::string home, std::string bundl
   l.bunCache =
       toolFolder("BUN_INSTALL_CACHE_DIR", h,
                  paths::join(toolFolder("BUN_INSTALL", h, inHome(".bun")), "install/cache"));
+  for (auto [place, fallback] : {std::pair{&l.npmCache, ".npm/_cacache"},
+                                 {&l.npxCache, ".npm/_npx"},
+                                 {&l.gradleCaches, ".gradle/caches"},
+                                 {&l.cargoRegistryCache, ".cargo/registry/cache"},
+                                 {&l.cargoGitDatabase, ".cargo/git/db"},
+                                 {&l.goModuleDownloads, "go/pkg/mod/cache/download"},
+                                 {&l.nugetPackages, ".nuget/packages"},
+                                 {&l.bunCache, ".bun/install/cache"}}) {
+    if (*place != inHome(fallback)) l.placedByVariables.push_back(*place);
+  }
 
   // English names first, then what the user's own table says.
   l.downloads = paths::join(h, "Downloads");

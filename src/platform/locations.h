@@ -56,6 +56,9 @@ struct Locations {
   // BUN_INSTALL_CACHE_DIR, BUN_INSTALL, npm_config_cache, GRADLE_USER_HOME) for the user's own
   // home, and only where they point inside it.
   std::string cargoRegistryCache, cargoGitDatabase, goModuleDownloads, nugetPackages, bunCache;
+  // Those of the places above that a tool's variable put somewhere else than the tool's own
+  // default: a cache there is offered only when its contents look like that tool's.
+  std::vector<std::string> placedByVariables;
   // The user's folders. On Linux they are the XDG user folders (localised names included);
   // `movies` is the videos folder there. The texts that name them say their own names
   // (pagetexts::folderNames).

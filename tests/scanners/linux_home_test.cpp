@@ -250,13 +250,13 @@ TEST(LinuxHome, TheToolsOwnVariablesMoveTheirCachesButNeverOutOfTheHome) {
       npm("npm_config_cache", b.home()),                      // the home itself: not followed
       nuget("NUGET_PACKAGES", b.inHome("Downloads")),         // followed, but never listed
       bun("BUN_INSTALL", b.inHome("tools/bun")), bunCache("BUN_INSTALL_CACHE_DIR", std::nullopt);
-  b.folderOfSize(b.inHome("tools/cargo/registry/cache"), 30 * MB);
+  b.toolCache("cargo", b.inHome("tools/cargo/registry/cache"), 30 * MB);
   b.folderOfSize(b.inHome(".cargo/registry/cache"), 90 * MB);  // no longer Cargo's
   b.folderOfSize(b.inHome(".cache/gomod/cache/download"), 25 * MB);
   b.folderOfSize(b.inHome("code/go/pkg/mod/cache/download"), 90 * MB);  // GOMODCACHE wins
   b.folderOfSize(b.inRoot("shared/gradle/caches"), 90 * MB);
   b.folderOfSize(b.inHome(".gradle/caches"), 14 * MB);
-  b.folderOfSize(b.inHome("tools/bun/install/cache"), 12 * MB);
+  b.toolCache("bun", b.inHome("tools/bun/install/cache"), 12 * MB);
   Locations places = b.locations();
   EXPECT_EQ(places.cargoRegistryCache, b.inHome("tools/cargo/registry/cache"));
   EXPECT_EQ(places.npmCache, b.inHome(".npm/_cacache"));
@@ -272,6 +272,44 @@ TEST(LinuxHome, TheToolsOwnVariablesMoveTheirCachesButNeverOutOfTheHome) {
   EXPECT_FALSE(CacheScanner::isListableCache(b.inRoot("shared/gradle/caches"), places));
   // A user folder is never a cache, whatever a variable says.
   EXPECT_FALSE(CacheScanner::isListableCache(b.inHome("Downloads"), places));
+}
+
+TEST(LinuxHome, AToolsVariableNamingAFolderOfWorkOffersNothing) {
+  test::HomeBuilder b(kLinux);
+  test::ScopedEnv home("HOME", b.home()), cacheHome("XDG_CACHE_HOME", std::nullopt),
+      configHome("XDG_CONFIG_HOME", std::nullopt);
+  // A folder of projects, named by two tools' variables.
+  std::string work = b.folderOfSize(b.inHome("work"), 57 * MB);
+  b.file(b.inHome("work/thesis/thesis.tex"), 4096);
+  b.folder(b.inHome("work/scanner-app/.git"));
+  test::TestWorkspace workspace;
+  {
+    test::ScopedEnv nuget("NUGET_PACKAGES", work), bun("BUN_INSTALL_CACHE_DIR", work);
+    Locations places = b.locations();
+    ASSERT_EQ(places.nugetPackages, work);
+    EXPECT_EQ(lines(scanAll(places, workspace)), "");
+    EXPECT_FALSE(CacheScanner::isListableCache(work, places));
+    EXPECT_FALSE(CacheScanner::isListableCache(b.inHome("work/thesis"), places));
+  }
+  // The same variables naming the tools' own caches: listed as they would be by default.
+  std::string nuget = b.toolCache("nuget", b.inHome("dotnet/packages"), 20 * MB);
+  std::string bun = b.toolCache("bun", b.inHome("js/bun-cache"), 15 * MB);
+  {
+    test::ScopedEnv nugetVariable("NUGET_PACKAGES", nuget),
+        bunVariable("BUN_INSTALL_CACHE_DIR", bun);
+    Locations places = b.locations();
+    EXPECT_EQ(lines(scanAll(places, workspace)),
+              "NuGet packages 20 +selected\nBun cache 15 +selected\n");
+    EXPECT_TRUE(CacheScanner::isListableCache(nuget, places));
+    // Work put among the packages since: that folder is no longer only a cache.
+    b.file(nuget + "/notes.txt", 4096);
+    b.folder(bun + "/my-project");
+    EXPECT_FALSE(CacheScanner::isListableCache(nuget, places));
+    EXPECT_EQ(lines(scanAll(places, workspace)), "");
+  }
+  // At the tools' own defaults the caches are trusted as they are.
+  b.folderOfSize(b.inHome(".nuget/packages"), 11 * MB);
+  EXPECT_EQ(lines(scanAll(b.locations(), workspace)), "NuGet packages 11 +selected\n");
 }
 
 TEST(LinuxHome, TheUserFoldersOfUserDirsAreSearchedAndNamedInTheTexts) {

@@ -58,6 +58,10 @@ class HomeBuilder {
   // measuring exactly bytes.
   std::string chromeProfileCache(const std::string& browser, const std::string& profile,
                                  const std::string& folder, std::int64_t bytes);
+  // path laid out as a tool's download cache ("cargo" registry, "cargo-git", "go", "npm", "npx",
+  // "gradle", "nuget", "bun"), with bytes in one folder inside that layout (the whole measures
+  // a few KiB more, for the layout's own folders).
+  std::string toolCache(const std::string& tool, const std::string& path, std::int64_t bytes);
   // A file of bytes real (allocated) bytes, synced so that its blocks are final.
   std::string file(const std::string& path, std::int64_t bytes);
   // A file of logicalBytes with no data blocks.

@@ -112,31 +112,181 @@ const ListedByParts* listedByParts(std::string_view name) {
   return nullptr;
 }
 
+using scanners::FolderEntry;
+
+// --- What each tool's cache looks like ------------------------------------------------------
+//
+// A tool's variable may name any folder of the home (NUGET_PACKAGES=~/work). A cache it names is
+// offered only when every entry in it (hidden ones aside) is of the tool's own making and at
+// least one of them is the tool's mark; a folder of anyone's work never is.
+
+bool isHexName(std::string_view name, size_t length) {
+  return name.size() == length &&
+         name.find_first_not_of("0123456789abcdef") == std::string_view::npos;
+}
+
+// "<name>-<16 hex digits>": Cargo's folders of one registry or one git dependency.
+bool isCargoSourceName(std::string_view name) {
+  size_t dash = name.rfind('-');
+  return dash != std::string_view::npos && dash > 0 && isHexName(name.substr(dash + 1), 16);
+}
+
+bool isDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+// Every entry but hidden ones passes fits, and at least one passes marks.
+template <typename Fits, typename Marks>
+bool allFit(const std::string& folder, Fits fits, Marks marks) {
+  auto entries = scanners::listFolder(folder);
+  if (!entries) return false;
+  bool marked = false;
+  for (const FolderEntry& e : *entries) {
+    if (e.name.starts_with('.')) continue;
+    if (!fits(e)) return false;
+    marked = marked || marks(e);
+  }
+  return marked;
+}
+
+bool looksLikeNpmCache(const std::string& folder) {
+  return allFit(
+      folder,
+      [](const FolderEntry& e) {
+        return e.isFolder() && (e.name == "content-v2" || e.name == "index-v5" || e.name == "tmp");
+      },
+      [](const FolderEntry& e) { return e.name != "tmp"; });
+}
+
+bool looksLikeNpxCache(const std::string& folder) {
+  auto hashed = [](const FolderEntry& e) { return e.isFolder() && isHexName(e.name, 16); };
+  return allFit(folder, hashed, hashed);
+}
+
+bool looksLikeGradleCache(const std::string& folder) {
+  static constexpr std::array<std::string_view, 8> kFamilies = {
+      "modules-", "jars-",        "transforms-", "build-cache-",
+      "journal-", "file-changes", "kotlin-dsl",  "md-"};
+  return allFit(
+      folder,
+      [](const FolderEntry& e) {
+        if (e.isFolder()) {
+          return !e.name.empty() && (isDigit(e.name.front()) ||  // a Gradle version's own
+                                     std::any_of(kFamilies.begin(), kFamilies.end(),
+                                                 [&](auto f) { return e.name.starts_with(f); }));
+        }
+        return e.type == S_IFREG && (e.name.ends_with(".lock") || e.name.ends_with(".bin"));
+      },
+      [](const FolderEntry& e) { return e.isFolder() && e.name.starts_with("modules-"); });
+}
+
+bool looksLikeCargoSources(const std::string& folder) {
+  auto source = [](const FolderEntry& e) { return e.isFolder() && isCargoSourceName(e.name); };
+  return allFit(folder, source, source);
+}
+
+// Go's download cache: module paths of folders, each module's versions in an "@v" folder.
+bool looksLikeGoDownloads(const std::string& folder) {
+  if (!allFit(
+          folder, [](const FolderEntry& e) { return e.isFolder(); },
+          [](const FolderEntry&) { return true; })) {
+    return false;
+  }
+  // An "@v" folder a few levels down (github.com/user/module/@v), looked for in at most a
+  // couple of hundred folders.
+  std::vector<std::pair<std::string, int>> queue{{folder, 0}};
+  for (size_t i = 0; i < queue.size() && i < 200; ++i) {
+    auto [path, depth] = queue[i];
+    for (const FolderEntry& e : scanners::listFolder(path).value_or(std::vector<FolderEntry>{})) {
+      if (!e.isFolder()) continue;
+      if (e.name == "@v") return true;
+      if (depth < 5) queue.emplace_back(paths::join(path, e.name), depth + 1);
+    }
+  }
+  return false;
+}
+
+// NuGet's global packages: a folder per package id (in lower case), a folder per version in it,
+// and in a version the package's own files (.nupkg.metadata, <id>.<version>.nupkg).
+bool looksLikeNugetPackages(const std::string& folder) {
+  auto isVersion = [](const FolderEntry& e) {
+    return e.isFolder() && !e.name.empty() && isDigit(e.name.front());
+  };
+  return allFit(
+      folder,
+      [&](const FolderEntry& e) {
+        if (!e.isFolder() || e.name != paths::asciiLower(e.name)) return false;
+        auto versions = scanners::listFolder(paths::join(folder, e.name));
+        return versions && std::all_of(versions->begin(), versions->end(), isVersion);
+      },
+      [&](const FolderEntry& e) {
+        for (const FolderEntry& v : scanners::listFolder(paths::join(folder, e.name))
+                                        .value_or(std::vector<FolderEntry>{})) {
+          std::string version = paths::join(paths::join(folder, e.name), v.name);
+          struct stat s {};
+          if (::lstat(paths::join(version, ".nupkg.metadata").c_str(), &s) == 0 ||
+              ::lstat(paths::join(version, e.name + "." + v.name + ".nupkg").c_str(), &s) == 0)
+            return true;
+        }
+        return false;
+      });
+}
+
+// Bun's install cache: "<name>@<version>@@@<n>" folders, scoped ones inside "@scope" folders,
+// and the registry's manifests as "<hash>.npm" files.
+bool looksLikeBunCache(const std::string& folder) {
+  auto isPackage = [](const FolderEntry& e) {
+    return e.isFolder() && e.name.find("@@@") != std::string::npos;
+  };
+  return allFit(
+      folder,
+      [&](const FolderEntry& e) {
+        if (isPackage(e)) return true;
+        if (e.type == S_IFREG) return e.name.ends_with(".npm");
+        if (!e.isFolder() || !e.name.starts_with('@')) return false;
+        auto scoped = scanners::listFolder(paths::join(folder, e.name));
+        return scoped && std::all_of(scoped->begin(), scoped->end(), isPackage);
+      },
+      isPackage);
+}
+
 struct DeveloperCache {
   std::string Locations::*path;
   std::string_view name;
   std::string_view note;
+  bool (*looksLike)(const std::string& folder);  // the tool's own layout
 };
 const std::array<DeveloperCache, 8> kDeveloperCaches = {{
     {&Locations::npmCache, "npm cache",
-     "Downloaded packages. Project folders, including node_modules, stay."},
-    {&Locations::npxCache, "npx downloads", "Temporary npx packages. Your projects stay."},
+     "Downloaded packages. Project folders, including node_modules, stay.", looksLikeNpmCache},
+    {&Locations::npxCache, "npx downloads", "Temporary npx packages. Your projects stay.",
+     looksLikeNpxCache},
     {&Locations::gradleCaches, "Gradle cache",
-     "Downloaded dependencies. App projects and their build folders stay."},
+     "Downloaded dependencies. App projects and their build folders stay.", looksLikeGradleCache},
     // Linux developers' download caches (empty places on a Mac).
     {&Locations::cargoRegistryCache, "Cargo downloads",
-     "Downloaded crates. Cargo fetches them again on the next build. Your projects stay."},
+     "Downloaded crates. Cargo fetches them again on the next build. Your projects stay.",
+     looksLikeCargoSources},
     {&Locations::cargoGitDatabase, "Cargo git dependencies",
-     "Git dependencies Cargo clones again on the next build. Your projects stay."},
+     "Git dependencies Cargo clones again on the next build. Your projects stay.",
+     looksLikeCargoSources},
     {&Locations::goModuleDownloads, "Go module downloads",
-     "Downloaded modules. Go fetches them again when a build needs them. Your projects stay."},
+     "Downloaded modules. Go fetches them again when a build needs them. Your projects stay.",
+     looksLikeGoDownloads},
     {&Locations::nugetPackages, "NuGet packages",
-     "Downloaded packages. dotnet restore fetches them again. Your projects stay."},
+     "Downloaded packages. dotnet restore fetches them again. Your projects stay.",
+     looksLikeNugetPackages},
     {&Locations::bunCache, "Bun cache",
-     "Downloaded packages. Bun fetches them again on the next install. Your projects stay."},
+     "Downloaded packages. Bun fetches them again on the next install. Your projects stay.",
+     looksLikeBunCache},
 }};
 
-using scanners::FolderEntry;
+// A row's place is the tool's cache: its default, or a folder a variable named that looks like
+// the tool's own.
+bool isToolsOwn(const DeveloperCache& row, const std::string& path, const Locations& places) {
+  const auto& placed = places.placedByVariables;
+  return std::find(placed.begin(), placed.end(), path) == placed.end() || row.looksLike(path);
+}
 
 // An unreadable or missing folder has no entries here: it simply contributes no cache.
 std::vector<FolderEntry> entriesOf(const std::string& folder) {
@@ -267,7 +417,8 @@ bool isSafeCacheLocation(const std::string& path, const Locations& places) {
   for (const DeveloperCache& row : kDeveloperCaches) {
     const std::string& cache = places.*row.path;
     if (cache.empty()) continue;  // no such place in this layout
-    inside = inside || paths::isWithin(resolved, underResolvedHome(cache, places, resolvedHome));
+    if (paths::isWithin(resolved, underResolvedHome(cache, places, resolvedHome)))
+      inside = inside || isToolsOwn(row, cache, places);
   }
   return inside && !isRefusedPlace(resolved, places, resolvedHome) &&
          !isRefusedLinuxCache(resolved, places, resolvedHome) && !OwnGround::excludes(path, places);
@@ -390,7 +541,9 @@ std::vector<CacheFinding> scanDeveloperCaches(const Locations& places,
   std::vector<std::string> paths;
   for (const DeveloperCache& row : kDeveloperCaches) {
     const std::string& path = places.*row.path;
-    if (path.empty() || !isRealFolder(path) || !isSafeCacheLocation(path, places)) continue;
+    if (path.empty() || !isRealFolder(path) || !isToolsOwn(row, path, places) ||
+        !isSafeCacheLocation(path, places))
+      continue;
     // A tool's cache moved into the cache folder by its variable is already a part of one of
     // that folder's children, listed there: counted once.
     if (!places.caches.empty() && paths::isWithin(path, places.caches)) continue;

@@ -8,7 +8,9 @@
 
 #include "base/paths.h"
 #include "platform/desktop_entry.h"
+#include "platform/known_programs.h"
 #include "platform/locations.h"
+#include "platform/open_files.h"
 #include "platform/plist.h"
 #include "platform/trash.h"
 #include "platform/workspace.h"
@@ -98,6 +100,26 @@ void packages(std::string_view input) {
     check(!package.empty() && kib >= 0, "a named package of some size");
 }
 
+// What /proc shows of a process: its comm, its exe link's target and its cmdline, as one input
+// split at the first two \x01 bytes.
+void process(std::string_view input) {
+  size_t first = input.find('\x01');
+  size_t second = first == std::string_view::npos ? first : input.find('\x01', first + 1);
+  std::string_view comm = input.substr(0, first);
+  std::string_view exe =
+      first == std::string_view::npos ? "" : input.substr(first + 1, second - first - 1);
+  std::string_view cmdline = second == std::string_view::npos ? "" : input.substr(second + 1);
+  std::string argv0 = platform::argv0Of(cmdline);
+  check(argv0.find('\0') == std::string::npos, "one argument");
+  const platform::KnownProgram* known = platform::knownProgramOf(comm, exe, argv0);
+  check(!known || !known->name.empty(), "a known program has a name");
+  std::string comm1 = platform::commOf(comm);
+  std::string shown = platform::programName(comm1, std::string(exe));
+  const platform::KnownProgram* byName = platform::knownProgramOf(comm1, exe);
+  check(!byName || shown == byName->name, "a known program is shown by its name");
+  platform::programOfCacheFolder(comm);
+}
+
 constexpr Target kTargets[] = {
     {"property_list", propertyList},
     {"cleared_log", clearedLog},
@@ -107,6 +129,7 @@ constexpr Target kTargets[] = {
     {"desktop_entry", desktopEntry},
     {"flatpak", flatpak},
     {"packages", packages},
+    {"proc", process},
 };
 
 }  // namespace

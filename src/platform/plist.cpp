@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "base/json.h"
 #include "platform/file_reading.h"
 
 namespace dw::platform {
@@ -23,24 +24,6 @@ void setValue(PropertyList& list, std::string key, Value value) {
     list.stringValues.emplace_back(std::move(key), std::move(value.text));
   } else if (value.kind == Value::Kind::strings) {
     list.stringArrays.emplace_back(std::move(key), std::move(value.items));
-  }
-}
-
-void appendUtf8(std::string& out, std::uint32_t c) {
-  if (c < 0x80) {
-    out += static_cast<char>(c);
-  } else if (c < 0x800) {
-    out += static_cast<char>(0xC0 | (c >> 6));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else if (c < 0x10000) {
-    out += static_cast<char>(0xE0 | (c >> 12));
-    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | (c >> 18));
-    out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
   }
 }
 
@@ -120,7 +103,7 @@ class XmlReader {
           if (c > 0x10FFFF) return false;
         }
         if (c == 0 || (c >= 0xD800 && c <= 0xDFFF)) return false;
-        appendUtf8(out, c);
+        json::appendUtf8(out, c);
       } else {
         return false;
       }
@@ -408,12 +391,12 @@ class BinaryReader {
       if (unit >= 0xD800 && unit <= 0xDBFF && i + 3 < raw.size()) {
         std::uint32_t low = static_cast<std::uint32_t>(number(raw.substr(i + 2, 2)));
         if (low >= 0xDC00 && low <= 0xDFFF) {
-          appendUtf8(out, 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00));
+          json::appendUtf8(out, 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00));
           i += 2;
           continue;
         }
       }
-      appendUtf8(out, unit >= 0xD800 && unit <= 0xDFFF ? 0xFFFD : unit);  // a lone surrogate
+      json::appendUtf8(out, unit >= 0xD800 && unit <= 0xDFFF ? 0xFFFD : unit);  // a lone surrogate
     }
     return out;
   }

@@ -226,6 +226,21 @@ class LogLock {
   int fd_ = -1;
 };
 
+// Reads fd to its end into text; 0, or the errno of a read that failed. Closes fd.
+int readToEnd(int fd, std::string& text) {
+  char buffer[65536];
+  int error = 0;
+  while (true) {
+    ssize_t n = ::read(fd, buffer, sizeof buffer);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) error = errno;
+    if (n <= 0) break;
+    text.append(buffer, static_cast<size_t>(n));
+  }
+  ::close(fd);
+  return error;
+}
+
 bool readWhole(const std::string& path, std::string& text, bool& isFolder) {
   int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) return false;
@@ -235,14 +250,7 @@ bool readWhole(const std::string& path, std::string& text, bool& isFolder) {
     ::close(fd);
     return false;
   }
-  char buffer[65536];
-  while (true) {
-    ssize_t n = ::read(fd, buffer, sizeof buffer);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) break;
-    text.append(buffer, static_cast<size_t>(n));
-  }
-  ::close(fd);
+  readToEnd(fd, text);
   return true;
 }
 
@@ -267,6 +275,19 @@ bool isSpace(char c) {
 
 // The top-level values of a JSON array, each as its own text, read as far as the text goes:
 // one bad record, or a file cut short, leaves the others readable.
+// Where the JSON string opening at text[at] ends (just past its closing quote); npos when the
+// text ends inside it.
+size_t pastString(std::string_view text, size_t at) {
+  for (size_t i = at + 1; i < text.size(); ++i) {
+    if (text[i] == '\\') {
+      ++i;
+    } else if (text[i] == '"') {
+      return i + 1;
+    }
+  }
+  return std::string_view::npos;
+}
+
 std::vector<std::string_view> splitArray(std::string_view text, bool& whole) {
   std::vector<std::string_view> items;
   size_t i = 0;
@@ -292,17 +313,10 @@ std::vector<std::string_view> splitArray(std::string_view text, bool& whole) {
     }
     size_t start = i;
     int depth = 0;
-    bool inString = false;
     for (; i < text.size(); ++i) {
       char c = text[i];
-      if (inString) {
-        if (c == '\\') {
-          ++i;
-        } else if (c == '"') {
-          inString = false;
-        }
-      } else if (c == '"') {
-        inString = true;
+      if (c == '"') {
+        i = std::min(pastString(text, i), text.size()) - 1;  // the loop steps past it
       } else if (c == '[' || c == '{') {
         ++depth;
       } else if (c == ']' || c == '}') {
@@ -471,14 +485,11 @@ std::optional<json::Value> readCutLine(std::string_view line) {
   bool inString = false;
   for (size_t i = 0; i < line.size(); ++i) {
     char c = line[i];
-    if (inString) {
-      if (c == '\\') {
-        ++i;
-      } else if (c == '"') {
-        inString = false;
-      }
-    } else if (c == '"') {
-      inString = true;
+    if (c == '"') {
+      size_t end = pastString(line, i);
+      inString = end == std::string_view::npos;
+      if (inString) break;
+      i = end - 1;  // the loop steps past it
     } else if (c == '{' || c == '[') {
       open.push_back(c);
     } else if (c == '}' || c == ']') {
@@ -566,15 +577,7 @@ JournalFile readJournalFile(const std::string& path) {
     ::close(fd);
     return journal;
   }
-  char buffer[65536];
-  while (true) {
-    ssize_t n = ::read(fd, buffer, sizeof buffer);
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0) journal.error = errno;
-    if (n <= 0) break;
-    journal.bytes.append(buffer, static_cast<size_t>(n));
-  }
-  ::close(fd);
+  journal.error = readToEnd(fd, journal.bytes);
   if (journal.error == 0) journal.text = parseJournal(journal.bytes);
   return journal;
 }

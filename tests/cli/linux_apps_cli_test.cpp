@@ -15,13 +15,17 @@ namespace {
 
 using ::testing::HasSubstr;
 
-TEST(LinuxAppsCli, ListsEveryKindAndRefusesTheSoftwareManagersApps) {
-  test::TempHome trashHome;
-  test::HomeBuilder b{Locations::Layout::linux};
-  auto run = [&](std::vector<std::string> args) {
+class LinuxAppsCli : public ::testing::Test {
+ protected:
+  test::CommandResult run(std::vector<std::string> args) {
     args.insert(args.end(), {"--root", b.root(), "--home", b.home(), "--layout", "linux"});
     return test::dustwhale(args);
-  };
+  }
+  test::TempHome trashHome;
+  test::HomeBuilder b{Locations::Layout::linux};
+};
+
+TEST_F(LinuxAppsCli, ListsEveryKindAndRefusesTheSoftwareManagersApps) {
   std::string image = test::appImage(b.inHome(".local/bin/Shot.AppImage"));
   std::string launcher = test::launcher(b.inHome(".local/share/applications/shot.desktop"),
                                         "Screenshot Tool", "Shot.AppImage");
@@ -57,13 +61,7 @@ TEST(LinuxAppsCli, ListsEveryKindAndRefusesTheSoftwareManagersApps) {
   EXPECT_TRUE(test::exists(image));
 }
 
-TEST(LinuxAppsCli, AScriptOrAPlainProgramGivenByPathIsRefusedForWhatItIs) {
-  test::TempHome trashHome;
-  test::HomeBuilder b{Locations::Layout::linux};
-  auto run = [&](std::vector<std::string> args) {
-    args.insert(args.end(), {"--root", b.root(), "--home", b.home(), "--layout", "linux"});
-    return test::dustwhale(args);
-  };
+TEST_F(LinuxAppsCli, AScriptOrAPlainProgramGivenByPathIsRefusedForWhatItIs) {
   std::string script = b.inHome(".local/bin/backup-photos");
   test::writeFile(script, "#!/bin/sh\nrsync -a ~/Pictures /media/backup\n");
   std::string program =

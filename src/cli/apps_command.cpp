@@ -153,11 +153,11 @@ Runner addUninstall(CLI::App& app) {
     std::optional<AppRecord> target;
     if (looksLikePath(options->target)) {
       std::string path = absolutePath(options->target);
-      // A link to a bundle is the bundle it points to, as the listing has it.
+      // A link to an app is the app it points to, as the listing has it.
       std::string resolved = paths::resolveSymlinks(path);
       for (const AppRecord& a : model.installedApps()) {
         std::string listed = paths::standardize(a.bundlePath);
-        if (listed == path || (a.kind == AppRecord::Kind::bundle && listed == resolved)) target = a;
+        if (listed == path || listed == resolved) target = a;
       }
       if (!target) {
         // Not in the Applications folders: described anyway, so that it is refused by name.

@@ -76,6 +76,16 @@ TEST_F(LinuxAppsCli, AScriptOrAPlainProgramGivenByPathIsRefusedForWhatItIs) {
     EXPECT_EQ(refused.err, "~" + path.substr(b.home().size()) + " is " + what + ", not an app.\n");
   }
   EXPECT_EQ(test::snapshot(b.root()), before);
+
+  // A link is what it points to: a folder, or an AppImage taken as that AppImage.
+  auto linked = run({"uninstall", b.symlink(folder, b.inHome(".local/bin/projects")), "--yes"});
+  EXPECT_EQ(linked.err, "~/.local/bin/projects is a link to a folder, not an app.\n");
+  std::string image = test::appImage(b.inHome("Applications/Viewer.AppImage"));
+  auto viaLink = run({"uninstall", b.symlink(image, b.inHome(".local/bin/viewer")), "--dry-run"});
+  EXPECT_EQ(viaLink.status, 0) << viaLink.err;
+  EXPECT_THAT(viaLink.out, HasSubstr("To move to the Trash: Viewer · "));
+  EXPECT_THAT(viaLink.out, HasSubstr("\n  " + image + " · "));
+  EXPECT_THAT(viaLink.out, HasSubstr("\n  " + b.inHome(".local/bin/viewer") + " · "));
 }
 
 }  // namespace

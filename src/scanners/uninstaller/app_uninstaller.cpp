@@ -163,11 +163,15 @@ void addClaim(const std::string& bundle, const std::string& claimer,
   if (auto id = info->string("CFBundleIdentifier"); id && !id->empty()) claims[*id].insert(claimer);
 }
 
-// What a bundle is by its path alone; a link is the bundle it points to.
-std::optional<AppRecord> identifyBundle(const std::string& bundlePath, const Locations& places) {
+// A link is the app it points to.
+std::string followingALink(const std::string& path) {
   struct stat s {};
-  if (::lstat(bundlePath.c_str(), &s) != 0) return std::nullopt;
-  std::string path = S_ISLNK(s.st_mode) ? paths::resolveSymlinks(bundlePath) : bundlePath;
+  return ::lstat(path.c_str(), &s) == 0 && S_ISLNK(s.st_mode) ? paths::resolveSymlinks(path) : path;
+}
+
+// What a bundle is by its path alone.
+std::optional<AppRecord> identifyBundle(const std::string& path, const Locations& places) {
+  struct stat s {};
   if (!scanners::isAppBundle(path) || ::lstat(path.c_str(), &s) != 0) return std::nullopt;
   AppRecord r;
   r.bundlePath = path;
@@ -227,7 +231,8 @@ bool ownsItsData(const AppRecord& app, const Surroundings& around) {
            !runsFromBundle(app.bundlePath, around.executables));
 }
 
-std::optional<AppRecord> identify(const std::string& path, const Locations& places) {
+std::optional<AppRecord> identify(const std::string& given, const Locations& places) {
+  const std::string path = followingALink(given);
   if (!places.appImageFolders.empty()) {
     if (auto before = scanners::inspectAppImage(path))
       return describeAppImage(path, accessTimeOf(*before), places, {}, {}, {});
@@ -235,8 +240,9 @@ std::optional<AppRecord> identify(const std::string& path, const Locations& plac
   return identifyBundle(path, places);
 }
 
-std::optional<AppRecord> describe(const std::string& path, const Locations& places,
+std::optional<AppRecord> describe(const std::string& given, const Locations& places,
                                   const Surroundings& around) {
+  const std::string path = followingALink(given);
   if (!places.appImageFolders.empty()) {
     if (auto before = scanners::inspectAppImage(path)) {
       return describeAppImage(path, accessTimeOf(*before), places, around.launchers,
@@ -271,10 +277,12 @@ std::optional<std::string> notAnApp(const std::string& path, const Locations& pl
     std::string head = platform::readFileHead(target, 4).value_or("");
     if (head.starts_with("#!")) {
       what = "a script";
-    } else if (head ==
-               "\x7f"
-               "ELF") {
-      what = places.appImageFolders.empty() ? "a program" : "a program without the AppImage mark";
+    } else if (head == std::string_view("\x7f"
+                                        "ELF")) {
+      // An AppImage is an app only where the layout has AppImage folders (Linux).
+      what = places.appImageFolders.empty() || scanners::isAppImage(target)
+                 ? "a program"
+                 : "a program without the AppImage mark";
     } else {
       what = "a file";
     }

@@ -146,7 +146,11 @@ Runner addUninstall(CLI::App& app) {
   cmd->add_flag("--yes", options->yes, "Do not ask (needed without a terminal)");
 
   return [options] {
-    Session session(options->places.locations());
+    Locations places = options->places.locations();
+    if (!options->dryRun) {
+      if (auto refused = refuseInAnotherUsersHome(places)) return *refused;
+    }
+    Session session(std::move(places));
     ScanModel& model = session.model();
     listApps(session);
 
@@ -187,9 +191,10 @@ Runner addUninstall(CLI::App& app) {
     }
 
     const AppRecord& a = *target;
-    // Nothing of it is ours to move: say so before listing anything as if it were.
-    if (AppUninstaller::removedWithSoftwareManager(a)) {
-      std::cerr << *AppUninstaller::refusal(a, a.running, model.places()) << '\n';
+    // Refused (not ours to move, running, Apple's, this app): the refusal alone, before anything
+    // is listed as if it would move.
+    if (auto refused = AppUninstaller::refusal(a, a.running, model.places())) {
+      std::cerr << displayText(*refused) << '\n';
       return 1;
     }
     std::cout << "To move to the Trash: " << displayText(a.name) << " · "
@@ -198,10 +203,6 @@ Runner addUninstall(CLI::App& app) {
     for (size_t i = 0; i < a.related.size(); ++i) {
       std::int64_t bytes = AppUninstaller::relatedSize(a, i).value_or(0);
       std::cout << "  " << displayText(a.related[i]) << " · " << sizeText(bytes) << '\n';
-    }
-    if (auto refused = AppUninstaller::refusal(a, a.running, model.places())) {
-      std::cerr << *refused << '\n';
-      return 1;
     }
     if (auto ended =
             session.confirmMove(options->dryRun, options->yes,

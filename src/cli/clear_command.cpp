@@ -50,10 +50,14 @@ Runner addClear(CLI::App& app) {
   });
 
   return [options] {
-    Session session(options->places.locations());
+    Locations places = options->places.locations();
+    if (!options->dryRun) {
+      if (auto refused = refuseInAnotherUsersHome(places)) return *refused;
+    }
+    Session session(std::move(places));
     ScanModel& model = session.model();
     if (!session.scan()) {
-      std::cerr << model.message() << '\n';
+      std::cerr << displayText(model.message()) << '\n';
       return 130;
     }
 

@@ -109,7 +109,7 @@ void printScanText(const ScanModel& model) {
     }
     std::cout << '\n';
   }
-  std::cout << model.message() << '\n';
+  std::cout << displayText(model.message()) << '\n';
 }
 
 }  // namespace dw::cli

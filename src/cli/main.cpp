@@ -6,6 +6,7 @@
 #include <map>
 
 #include "cli/commands.h"
+#include "cli/output.h"
 
 int main(int argc, char** argv) {
   CLI::App app{"dustwhale: gets disk space back safely. Nothing is ever deleted.", "dustwhale"};
@@ -48,7 +49,7 @@ int main(int argc, char** argv) {
       try {
         return it->second();
       } catch (const std::exception& e) {
-        std::cerr << "dustwhale: " << e.what() << '\n';
+        std::cerr << "dustwhale: " << dw::cli::displayText(e.what()) << '\n';
         return 1;
       }
     }

@@ -22,7 +22,7 @@ Runner addScan(CLI::App& app) {
     Session session(options->places.locations());
     bool finished = session.scan();
     if (!finished) {
-      std::cerr << session.model().message() << '\n';
+      std::cerr << displayText(session.model().message()) << '\n';
       return 130;
     }
     if (options->json) {

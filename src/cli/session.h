@@ -87,6 +87,10 @@ class Session {
 // The question ("Move 3 items to the Trash?") and " [y/N] " on standard output; true only for
 // an answer of "y" or "yes".
 bool askToMove(std::string_view question);
+// The first step of every command that moves (clear, duplicates --clear, uninstall, put-back):
+// in a home of another user (root with that user's HOME or --home) nothing is touched, not even
+// made; the refusal says whom to run it as. The exit code when it refuses.
+std::optional<int> refuseInAnotherUsersHome(const Locations& places);
 // Finishes the bookkeeping of an interrupted clear or Put Back before a command reads the log
 // (the model does the same when it is made); a failure is reported on standard error.
 void recoverClearedLog(const Locations& places);

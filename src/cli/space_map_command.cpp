@@ -77,7 +77,7 @@ Runner addSpaceMap(CLI::App& app) {
                        model.cancelSpaceMap();
                      });
     if (!model.spaceRoot()) {
-      std::cerr << model.message() << '\n';
+      std::cerr << displayText(model.message()) << '\n';
       return interrupted ? 130 : 1;
     }
     const std::string& home = model.places().home;
@@ -85,7 +85,7 @@ Runner addSpaceMap(CLI::App& app) {
       printJson(nodeJson(*model.spaceRoot(), home, options->depth));
     } else {
       printNode(*model.spaceRoot(), model.spaceRoot()->bytes, home, 0, options->depth);
-      std::cerr << model.message() << '\n';
+      std::cerr << displayText(model.message()) << '\n';
     }
     return 0;
   };

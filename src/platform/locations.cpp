@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include "base/paths.h"
+#include "platform/ownership.h"
 
 namespace dw {
 
@@ -189,6 +190,9 @@ Locations Locations::linux(std::string root, std::string home, std::string bundl
   const std::string& h = l.home;
 
   l.cacheHome = xdgFolder("XDG_CACHE_HOME", h, ".cache");
+  // Its children are moved: followed only inside the home or to a folder of the user's own,
+  // never to a shared or system folder (XDG_CACHE_HOME=/usr as root).
+  if (!Ownership::isUsablePlace(l.cacheHome, h)) l.cacheHome = paths::join(h, ".cache");
   l.configHome = xdgFolder("XDG_CONFIG_HOME", h, ".config");
   l.dataHome = xdgFolder("XDG_DATA_HOME", h, ".local/share");
   l.caches = l.cacheHome;

@@ -5,7 +5,6 @@
 #include "base/paths.h"
 #include "base/uuid.h"
 #include "findings/size_text.h"
-#include "measure/disk_sizer.h"
 #include "platform/desktop.h"
 #include "scanners/uninstaller/app_uninstaller.h"
 
@@ -41,11 +40,14 @@ UninstallOutcome uninstallApp(const AppUninstaller::AppRecord& app, const Locati
     result.stopped = true;
     return result;
   }
-  if (!stillTheListedBundle(app, places)) {
+  struct stat bundle {};
+  if (!stillTheListedBundle(app, places) || ::lstat(app.bundlePath.c_str(), &bundle) != 0 ||
+      bundle.st_ino != app.ino) {
     result.stayed.push_back(noLongerAllowed(app.name));
     return result;
   }
-  auto failure = moveOne({app.bundlePath, app.bundleBytes, "app", app.name}, places, result.moves);
+  auto failure = moveOne({app.bundlePath, app.bundleBytes, "app", app.name, identityOf(bundle), {}},
+                         places, result.moves);
   progressed(1, app.name);
   if (failure) {
     // The app stays installed, so its data stays with it.
@@ -67,14 +69,14 @@ UninstallOutcome uninstallApp(const AppUninstaller::AppRecord& app, const Locati
       break;
     }
     std::string name(paths::lastComponent(path));
-    if (!AppUninstaller::stillRelatedTo(path, app, places)) {
+    // What moves now, not what the listing saw, and only the item measured.
+    std::optional<Measured> now;
+    if (AppUninstaller::stillRelatedTo(path, app, places)) now = measureForMove(path);
+    if (!now) {
       result.stayed.push_back(noLongerAllowed(name));
-    } else {
-      // What moves now, not what the listing saw.
-      std::int64_t bytes = DiskSizer::measure(path).bytes;
-      if (auto f = moveOne({path, bytes, "app-data", name}, places, result.moves)) {
-        result.stayed.push_back(name + " (" + f->reason + ")");
-      }
+    } else if (auto f = moveOne({path, now->bytes, "app-data", name, now->identity, {}}, places,
+                                result.moves)) {
+      result.stayed.push_back(name + " (" + f->reason + ")");
     }
     progressed(++done, name);
   }

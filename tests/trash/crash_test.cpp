@@ -38,11 +38,18 @@ struct CrashTest : ::testing::Test {
   void SetUp() override { writeFile(item, "frames"); }
   void TearDown() override { sys::setFaultHook({}); }
 
+  // The item as a scan lists it: with its identity.
+  static MoveRequest listed(const std::string& path, std::int64_t bytes, const std::string& kind,
+                            const std::string& name) {
+    std::optional<Measured> now = measureForMove(path);
+    return {path, bytes, kind, name, now ? now->identity : FileIdentity{}, {}};
+  }
+
   // Moves the item as a clear does: one move, then the log written at completion.
   void clear() {
     Outcome outcome;
     outcome.sessionID = "0E984725-C51C-4BF4-9960-E1C80E27ABA0";
-    moveOne({item, 6, "file", "movie.mkv"}, places, outcome);
+    moveOne(listed(item, 6, "file", "movie.mkv"), places, outcome);
     ClearedLog::append(outcome.entries, places);
   }
 
@@ -90,7 +97,7 @@ struct CrashTest : ::testing::Test {
       ASSERT_EQ(entries.size(), 1u);
       EXPECT_FALSE(entries[0].putBackAt);
       EXPECT_EQ(readFile(entries[0].trashPath), "frames");
-      EXPECT_EQ(ClearedLog::statusText(entries[0]), "In the Trash");
+      EXPECT_EQ(ClearedLog::statusText(entries[0], places), "In the Trash");
     }
   }
 
@@ -159,7 +166,7 @@ TEST_F(CrashTest, RecoveryKeepsARecordThatNoRecentIntentOfOursWrote) {
             "[Trash Info]\nPath=" + item + "\nDeletionDate=2020-01-01T00:00:00\n");
   Outcome outcome;
   outcome.sessionID = "0E984725-C51C-4BF4-9960-E1C80E27ABA0";
-  ASSERT_FALSE(moveOne({item, 6, "file", "movie.mkv"}, places, outcome));
+  ASSERT_FALSE(moveOne(listed(item, 6, "file", "movie.mkv"), places, outcome));
   EXPECT_EQ(outcome.entries.at(0).trashPath, home.trashFiles() + "/movie 2.mkv");
   ClearedLog::recover(places);
   EXPECT_TRUE(exists(home.trashInfo() + "/movie.mkv.trashinfo"));
@@ -189,7 +196,7 @@ TEST_F(SwapTest, AFolderSwappedForALinkNeverRedirectsAClearOrAPutBack) {
 
   // The item's folder, after it was opened: the item moves from the folder that was checked.
   swapAt(sys::Step::rename, home / "Downloads");
-  EXPECT_FALSE(moveOne({item, 6, "file", "movie.mkv"}, places, outcome));
+  EXPECT_FALSE(moveOne(listed(item, 6, "file", "movie.mkv"), places, outcome));
   EXPECT_EQ(readFile(home.trashFiles() + "/movie.mkv"), "frames");
   EXPECT_EQ(snapshot(outside.path()), empty);
 
@@ -198,7 +205,8 @@ TEST_F(SwapTest, AFolderSwappedForALinkNeverRedirectsAClearOrAPutBack) {
   fs::remove(home / "Downloads.real");
   writeFile(item, "frames");
   swapAt(sys::Step::openFolder, home / "Downloads");
-  std::optional<MoveFailure> refused = moveOne({item, 6, "file", "movie.mkv"}, places, outcome);
+  std::optional<MoveFailure> refused =
+      moveOne(listed(item, 6, "file", "movie.mkv"), places, outcome);
   ASSERT_TRUE(refused);
   EXPECT_EQ(readFile(home / "Downloads.real/movie.mkv"), "frames");
   EXPECT_EQ(snapshot(outside.path()), empty);
@@ -207,7 +215,7 @@ TEST_F(SwapTest, AFolderSwappedForALinkNeverRedirectsAClearOrAPutBack) {
 
   // The Trash's files folder: the item lands in the Trash that was checked.
   swapAt(sys::Step::rename, home.trashFiles());
-  EXPECT_FALSE(moveOne({item, 6, "file", "movie.mkv"}, places, outcome));
+  EXPECT_FALSE(moveOne(listed(item, 6, "file", "movie.mkv"), places, outcome));
   EXPECT_EQ(readFile(home.trashFiles() + ".real/movie 2.mkv"), "frames");
   EXPECT_EQ(snapshot(outside.path()), empty);
   fs::remove(home.trashFiles());
@@ -233,7 +241,7 @@ TEST_F(CrashTest, OwnGroundNeverMoves) {
        {places.logFile, data, home / ".local/share", home.trashFiles(),
         home.trashFiles() + "/movie.mkv", home.trashInfo(), home / ".local", places.defaultsFile}) {
     writeFile(places.defaultsFile, "{}");
-    std::optional<MoveFailure> refused = moveOne({own, 1, "cache", "own"}, places, outcome);
+    std::optional<MoveFailure> refused = moveOne(listed(own, 1, "cache", "own"), places, outcome);
     ASSERT_TRUE(refused) << own;
     EXPECT_EQ(refused->reason, kNoLongerAllowed);
     EXPECT_TRUE(exists(own)) << own;

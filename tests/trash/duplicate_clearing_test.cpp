@@ -29,8 +29,12 @@ TEST(DuplicateClearing, MovesCopiesOneByOneAndNamesWhatStayed) {
   for (const auto& path : {kept, copy1, copy2, locked})
     test::writeSized(path, kMiB + 3, 's');
   std::string hash = DuplicateScanner::fullDigest(kept);
+  auto identity = [](const std::string& path) {
+    std::optional<Clearing::Measured> now = Clearing::measureForMove(path);
+    return now ? now->identity : FileIdentity{};
+  };
   auto copyOf = [&](const std::string& path) {
-    return Clearing::DuplicateCopy{path, kMiB + 3, hash, kept};
+    return Clearing::DuplicateCopy{path, kMiB + 3, hash, kept, identity(path), identity(kept)};
   };
 
   // The system refuses one move; the copy stays and its reason is the system's.
@@ -60,7 +64,8 @@ TEST(DuplicateClearing, MovesCopiesOneByOneAndNamesWhatStayed) {
 
   // The one move of the seam says why it failed.
   Clearing::Outcome single;
-  auto failure = Clearing::moveOne({locked, 1, "duplicate", "song.mp3"}, places, single);
+  auto failure =
+      Clearing::moveOne({locked, 1, "duplicate", "song.mp3", identity(locked), {}}, places, single);
   ASSERT_TRUE(failure);
   EXPECT_EQ(failure->reason, "Permission denied");
   EXPECT_TRUE(failure->permissionDenied);

@@ -10,6 +10,7 @@
 #include "findings/notes.h"
 #include "measure/project_folders.h"
 #include "platform/own_ground.h"
+#include "platform/ownership.h"
 #include "scanners/folder_listing.h"
 
 namespace dw::CacheScanner {
@@ -199,6 +200,8 @@ CacheFinding makeFinding(const std::string& path, std::string name, std::string 
   f.note = std::move(note);
   f.kind = CacheFinding::Kind::cache;
   f.contentModified = reading.newest;
+  struct stat s {};
+  if (::lstat(path.c_str(), &s) == 0) f.identity = identityOf(s);
   return f;
 }
 
@@ -269,8 +272,10 @@ bool isSafeCacheLocation(const std::string& path, const Locations& places) {
     if (cache.empty()) continue;  // no such place in this layout
     inside = inside || paths::isWithin(resolved, underResolvedHome(cache, places, resolvedHome));
   }
+  // Only the user's own: another user's cache would land in this user's Trash.
   return inside && !isRefusedPlace(resolved, places, resolvedHome) &&
-         !isRefusedLinuxCache(resolved, places, resolvedHome) && !OwnGround::excludes(path, places);
+         !isRefusedLinuxCache(resolved, places, resolvedHome) &&
+         !OwnGround::excludes(path, places) && Ownership::ownsPath(path);
 }
 
 bool isChromeProfileCache(const std::string& path, const Locations& places) {
@@ -294,7 +299,7 @@ bool isChromeProfileCache(const std::string& path, const Locations& places) {
     known = isOneOf(inside.substr(kServiceWorker.size() + 1), kServiceWorkerFolders);
   }
   return known && !isRefusedPlace(resolved, places, resolvedHome) &&
-         !OwnGround::excludes(path, places);
+         !OwnGround::excludes(path, places) && Ownership::ownsPath(path);
 }
 
 bool isListableCache(const std::string& path, const Locations& places) {

@@ -58,7 +58,8 @@ bool isChromeFinding(const CacheFinding& finding, const Locations& places);
 // "Quit Chrome to clear its cache." and cannot be selected; otherwise it is a normal cache.
 void applyChromeRule(CacheFinding& finding, bool chromeRunning, const Locations& places);
 
-// The safe-location test that guards listing and every move of a cache.
+// The safe-location test that guards listing and every move of a cache (the user's own, in a
+// cache folder, never a user folder).
 bool isSafeCacheLocation(const std::string& path, const Locations& places);
 // A cache folder of a Chrome profile (profile/Cache, profile/Service Worker/CacheStorage, ...),
 // links resolved, outside Desktop, Documents and project folders.

@@ -11,6 +11,7 @@
 #include "base/time.h"
 #include "measure/disk_sizer.h"
 #include "platform/own_ground.h"
+#include "platform/ownership.h"
 #include "platform/plist.h"
 #include "scanners/app_bundles.h"
 #include "scanners/folder_listing.h"
@@ -342,7 +343,8 @@ std::set<std::string> installedBundleIDs(const Locations& places,
 }
 
 bool isAllowedPath(const std::string& path, const Locations& places) {
-  if (path.empty() || OwnGround::excludes(path, places)) return false;
+  // Only the user's own: another user's folder would land in this user's Trash.
+  if (path.empty() || OwnGround::excludes(path, places) || !Ownership::ownsPath(path)) return false;
   std::string resolvedHome = resolved(places.home);
   std::string file = resolved(path);
   bool inRoot = std::any_of(

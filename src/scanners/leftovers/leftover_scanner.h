@@ -52,9 +52,9 @@ bool isAccountedFor(const std::string& bundleID, const std::set<std::string>& in
 bool hasBundleIDShape(std::string_view candidate);
 bool isNeverReported(std::string_view bundleID);
 
-// The location check every leftover path passes before it is listed or moved: inside one of
-// places.leftoverRoots (the home's Library, ~/.var/app on Linux; links resolved, "/private"
-// removed) and not under Desktop, Documents, /Applications, /Library or /System.
+// The location check every leftover path passes before it is listed or moved: the user's own,
+// inside one of places.leftoverRoots (the home's Library, ~/.var/app on Linux; links resolved,
+// "/private" removed) and not under Desktop, Documents, /Applications, /Library or /System.
 bool isAllowedPath(const std::string& path, const Locations& places);
 
 // The re-check before a leftover path moves: the path passes isAllowedPath, is still a direct

@@ -136,7 +136,8 @@ std::optional<MoveFailure> moveOne(const MoveRequest& request, const Locations& 
 
   // Where Put Back will look for it: the same place, reached the same way.
   Ownership::Place place = Ownership::placeOf(planned.originalPath, places);
-  if (place.where == Ownership::Where::refused) return noLongerAllowed;
+  // Another user's place (or one that others may write): a matter of rights.
+  if (place.where == Ownership::Where::refused) return MoveFailure{noLongerAllowed.reason, true};
   platform::MoveChecks checks;
   if (place.where == Ownership::Where::usable) checks.placement = place.placement;
   checks.identity = request.identity;

@@ -15,6 +15,7 @@
 #include "base/json.h"
 #include "support/command.h"
 #include "support/home_builder.h"
+#include "support/linux_apps.h"
 #include "support/mounts.h"
 #include "support/temp_dir.h"
 
@@ -104,6 +105,26 @@ TEST(OwnershipCli, AnotherUsersItemsAreNeverOfferedNorMoved) {
               test::exists(mac.inHome("Pictures/b.bin")));
 }
 
+TEST(OwnershipCli, AnotherUsersAppImageIsListedButNeverMoved) {
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root to give files to another user";
+  test::TempHome trashHome;
+  test::HomeBuilder tree(Locations::Layout::linux);
+  // ~/Applications is a link to another user's folder of AppImages.
+  std::string apps = tree.folder(tree.inRoot("home/other/Apps"));
+  std::string image = test::appImage(apps + "/Theirs.AppImage");
+  giveTo(tree.inRoot("home/other"), kNobody);
+  tree.symlink(apps, tree.inHome("Applications"));
+  auto run = [&](std::vector<std::string> args) {
+    return test::dustwhale(placed(tree, "linux", std::move(args)));
+  };
+  EXPECT_THAT(run({"apps"}).out, HasSubstr("Theirs"));
+  auto stayed = run({"uninstall", tree.inHome("Applications/Theirs.AppImage"), "--yes"});
+  EXPECT_EQ(stayed.status, 1);
+  EXPECT_THAT(stayed.out, HasSubstr("Theirs needs an administrator."));
+  EXPECT_TRUE(test::exists(image));
+  EXPECT_FALSE(test::exists(trashHome.trashFiles() + "/Theirs.AppImage"));
+}
+
 TEST(OwnershipCli, PlacesOutsideTheHomeAreSearchedOnlyWhenTheyAreTheUsersOwn) {
   if (::geteuid() != 0) GTEST_SKIP() << "needs root to give folders to another user";
   test::TempHome trashHome;
@@ -140,6 +161,24 @@ TEST(OwnershipCli, PlacesOutsideTheHomeAreSearchedOnlyWhenTheyAreTheUsersOwn) {
   std::set<std::string> ids = scan();
   EXPECT_FALSE(ids.contains(system));
   EXPECT_TRUE(ids.contains(own));
+}
+
+TEST(OwnershipCli, AUsersCacheFolderOutsideTheHomeOffersOnlyTheirOwnCaches) {
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root to run as another user";
+  test::TempHome trashHome;
+  test::HomeBuilder tree(Locations::Layout::linux);
+  // $XDG_CACHE_HOME on a scratch disk, the user's own; in it a folder of another user's.
+  const std::string cache = tree.folder(tree.inRoot("scratch/me/cache"));
+  const std::string mine = tree.folderOfSize(cache + "/mine", 60 * kMiB);
+  const std::string theirs = tree.folderOfSize(cache + "/theirs", 60 * kMiB);
+  giveTo(tree.root(), kNobody);
+  giveTo(theirs, 0);
+  ASSERT_EQ(::chmod(tree.root().c_str(), 0755), 0);
+  test::ScopedEnv home("HOME", tree.home()), variable("XDG_CACHE_HOME", cache),
+      config("XDG_CONFIG_HOME", std::nullopt);
+  std::set<std::string> ids = findingIds(asNobody(placed(tree, "linux", {"scan", "--json"})));
+  EXPECT_TRUE(ids.contains(mine));
+  EXPECT_FALSE(ids.contains(theirs));
 }
 
 TEST(OwnershipCli, RootNeverMovesAnythingInAnotherUsersHome) {

@@ -109,10 +109,11 @@ TEST(DuplicateClearing, AFolderSwappedDuringTheHashNeverRedirectsTheMove) {
     return Clearing::measureForMove(path).value().identity;
   };
   Clearing::DuplicateCopy duplicate{copy, 2 * kMiB, hash, kept, identity(copy), identity(kept)};
+  // At the first call of the step (on `at`, when given), the folder becomes a link to Documents.
   auto swapAt = [&](sys::Step when, const std::string& at) {
     std::string documents = mac.inHome("Documents");
     sys::setFaultHook([=, done = false](sys::Step step, const std::string& path) mutable {
-      if (step == when && path == at && !done) {
+      if (step == when && (at.empty() || path == at) && !done) {
         done = true;
         std::filesystem::rename(shared, shared + ".real");
         std::filesystem::create_directory_symlink(documents, shared);
@@ -120,25 +121,31 @@ TEST(DuplicateClearing, AFolderSwappedDuringTheHashNeverRedirectsTheMove) {
       return 0;
     });
   };
+  auto restore = [&] {
+    std::filesystem::remove(shared);
+    std::filesystem::rename(shared + ".real", shared);
+    test::writeSized(copy, 2 * kMiB, 'r');
+    duplicate.identity = identity(copy);
+  };
   std::shared_ptr<void> reset(nullptr, [](void*) { sys::setFaultHook({}); });
 
-  // While the copy is read through its open folder.
-  swapAt(sys::Step::checkItem, copy);
-  Clearing::Outcome out =
-      Clearing::clearDuplicates({duplicate}, places, DuplicateScanner::Scope::all(), {});
-  ASSERT_EQ(out.entries.size(), 1u) << Clearing::duplicatesMessage(out);
-  EXPECT_EQ(out.entries[0].originalPath, copy);
-  EXPECT_EQ(test::readFile(mine), "the user's own report");
-  EXPECT_EQ(test::readFile(out.entries[0].trashPath), test::readFile(kept));
-  EXPECT_FALSE(test::exists(shared + ".real/report.pdf"));
+  // As the copy is read through its open folder, and after that, just before its rename.
+  for (sys::Step step : {sys::Step::checkItem, sys::Step::reserveInfo}) {
+    swapAt(step, step == sys::Step::checkItem ? copy : "");
+    Clearing::Outcome out =
+        Clearing::clearDuplicates({duplicate}, places, DuplicateScanner::Scope::all(), {});
+    ASSERT_EQ(out.entries.size(), 1u) << Clearing::duplicatesMessage(out);
+    EXPECT_EQ(out.entries[0].originalPath, copy);
+    EXPECT_EQ(test::readFile(mine), "the user's own report");
+    EXPECT_EQ(test::readFile(out.entries[0].trashPath), test::readFile(kept));
+    EXPECT_FALSE(test::exists(shared + ".real/report.pdf"));
+    restore();
+  }
 
   // Before the folder is opened: the link is never followed, and nothing moves.
-  std::filesystem::remove(shared);
-  std::filesystem::rename(shared + ".real", shared);
-  test::writeSized(copy, 2 * kMiB, 'r');
-  duplicate.identity = identity(copy);
   swapAt(sys::Step::openFolder, shared);
-  out = Clearing::clearDuplicates({duplicate}, places, DuplicateScanner::Scope::all(), {});
+  Clearing::Outcome out =
+      Clearing::clearDuplicates({duplicate}, places, DuplicateScanner::Scope::all(), {});
   EXPECT_TRUE(out.entries.empty());
   ASSERT_EQ(out.failures.size(), 1u);
   EXPECT_EQ(test::readFile(mine), "the user's own report");

@@ -635,7 +635,7 @@ TrashMove checkItem(const Folder& parent, const std::string& source, const std::
   if (::fstatat(parent.fd(), name.c_str(), &item, AT_SYMLINK_NOFOLLOW) != 0) return failed(errno);
   if (checks.identity.known() && identityOf(item) != checks.identity) return notAsListed();
   // Another user's item would land in this user's Trash, out of reach of both of them.
-  if (item.st_uid != ::geteuid()) return failed(EACCES);
+  if (!Ownership::owns(item)) return failed(EACCES);
   if (checks.verify) {
     if (int e = sys::checkpoint(sys::Step::checkItem, source)) return failed(e);
     if (!checks.verify(ItemAt{parent.fd(), name, item})) return notAsListed();

@@ -16,6 +16,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/ownership.h"
+
 namespace dw::platform {
 
 namespace {
@@ -36,13 +38,18 @@ std::string describe(NSError* error) {
 namespace {
 
 // The checks a move makes before the system's service takes the item: the parent opened once
-// (from the user's place without following a link below it), the item read on that descriptor.
-// The service itself then moves it by path.
+// and the item read on that descriptor (its identity, its owner, the caller's checks). The
+// service itself then moves it by its path, which is all it takes.
 std::string refusalOf(const std::string& path, const MoveChecks& checks, bool& notAsListed,
                       bool& denied) {
   std::string folder = std::filesystem::path(path).parent_path().string();
   std::string name = std::filesystem::path(path).filename().string();
   if (checks.placement) {
+    // A place outside the home must still be the user's own.
+    if (checks.placement->mustBeOwn && !Ownership::isOwnFolder(checks.placement->folder)) {
+      denied = true;
+      return std::strerror(EACCES);
+    }
     folder = checks.placement->folder;
     std::string relative = checks.placement->relative;
     size_t slash = relative.rfind('/');
@@ -58,7 +65,7 @@ std::string refusalOf(const std::string& path, const MoveChecks& checks, bool& n
   } else if (checks.identity.known() && identityOf(item) != checks.identity) {
     notAsListed = true;
     refusal = "The item is no longer the one listed";
-  } else if (item.st_uid != ::geteuid()) {
+  } else if (!Ownership::owns(item)) {
     denied = true;
     refusal = std::strerror(EACCES);
   } else if (checks.verify && !checks.verify(ItemAt{parent, name, item})) {

@@ -7,6 +7,8 @@
 
 #include "cli/commands.h"
 
+// Exit status: 0 done, 1 refused or failed, 2 a mistake on the command line, 130 stopped by
+// Ctrl-C. The man page lists them.
 int main(int argc, char** argv) {
   CLI::App app{"dustwhale: gets disk space back safely. Nothing is ever deleted.", "dustwhale"};
   app.set_version_flag("--version", std::string("dustwhale ") + DUSTWHALE_VERSION);
@@ -47,6 +49,9 @@ int main(int argc, char** argv) {
     if (it != runners.end()) {
       try {
         return it->second();
+      } catch (const dw::cli::UsageError& e) {
+        std::cerr << "dustwhale: " << e.what() << '\n';
+        return 2;
       } catch (const std::exception& e) {
         std::cerr << "dustwhale: " << e.what() << '\n';
         return 1;

@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "base/paths.h"
+#include "cli/commands.h"
 #include "cli/output.h"
 #include "trash/cleared_log.h"
 
@@ -38,7 +39,11 @@ void PlaceOptions::addTo(CLI::App& command) {
 }
 
 Locations PlaceOptions::locations() const {
-  return Locations::resolve(root, home, layout);
+  try {
+    return Locations::resolve(root, home, layout);
+  } catch (const std::invalid_argument& e) {
+    throw UsageError(e.what());
+  }
 }
 
 void recoverClearedLog(const Locations& places) {
@@ -94,6 +99,7 @@ Session::Session(Locations places)
       [[maybe_unused]] ssize_t ignored = ::write(STDERR_FILENO, "\n", 1);
       ::_exit(130);
     }
+    interrupted_ = true;
     dispatcher_.post([this] {
       if (interruptAction_) interruptAction_();
     });

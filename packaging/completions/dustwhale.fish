@@ -31,28 +31,25 @@ function __dustwhale_cleared_ids
         $2 == "status" && $4 == "In the Trash" { print id "\t" name }'
 end
 
-set -l commands scan clear history put-back measure duplicates space-map apps uninstall
-set -l with_places scan clear history put-back duplicates space-map apps uninstall
+# Each command with what it does.
+set -l described \
+    'scan:Find caches, leftovers of removed apps and large files (reads only)' \
+    'clear:Move findings to the Trash' \
+    'history:Recently Cleared: every move to the Trash' \
+    'put-back:Move cleared items back from the Trash' \
+    'measure:Allocated size of each folder tree' \
+    'duplicates:Find byte-identical copies in the media folders' \
+    'space-map:Where the space goes in the home folder' \
+    'apps:The installed apps with the data they keep' \
+    'uninstall:Move an app and its data to the Trash'
+set -l commands (string replace -r ':.*' '' -- $described)
+set -l with_places (string match -v measure -- $commands)
 
 complete -c dustwhale -f
-complete -c dustwhale -n "not __fish_seen_subcommand_from $commands" -a scan \
-    -d 'Find caches, leftovers of removed apps and large files (reads only)'
-complete -c dustwhale -n "not __fish_seen_subcommand_from $commands" -a clear \
-    -d 'Move findings to the Trash'
-complete -c dustwhale -n "not __fish_seen_subcommand_from $commands" -a history \
-    -d 'Recently Cleared: every move to the Trash'
-complete -c dustwhale -n "not __fish_seen_subcommand_from $commands" -a put-back \
-    -d 'Move cleared items back from the Trash'
-complete -c dustwhale -n "not __fish_seen_subcommand_from $commands" -a measure \
-    -d 'Allocated size of each folder tree'
-complete -c dustwhale -n "not __fish_seen_subcommand_from $commands" -a duplicates \
-    -d 'Find byte-identical copies in the media folders'
-complete -c dustwhale -n "not __fish_seen_subcommand_from $commands" -a space-map \
-    -d 'Where the space goes in the home folder'
-complete -c dustwhale -n "not __fish_seen_subcommand_from $commands" -a apps \
-    -d 'The installed apps with the data they keep'
-complete -c dustwhale -n "not __fish_seen_subcommand_from $commands" -a uninstall \
-    -d 'Move an app and its data to the Trash'
+for entry in $described
+    set -l parts (string split -m 1 : -- $entry)
+    complete -c dustwhale -n "not __fish_seen_subcommand_from $commands" -a $parts[1] -d $parts[2]
+end
 complete -c dustwhale -n "not __fish_seen_subcommand_from $commands" -l version \
     -d 'Print the version'
 complete -c dustwhale -s h -l help -d 'Print the help'

@@ -36,6 +36,7 @@ _dustwhale_expand_tilde() {
 _dustwhale_cleared_ids() {
   local program i word value
   program=$(_dustwhale_expand_tilde "${COMP_WORDS[0]}")
+  command -v "$program" >/dev/null || return 0
   local -a places=()
   for ((i = 1; i < COMP_CWORD; i++)); do
     word=${COMP_WORDS[i]}
@@ -55,14 +56,15 @@ _dustwhale_cleared_ids() {
     awk -F'"' '$2 == "id" { id = $4 } $2 == "status" && $4 == "In the Trash" { print id }'
 }
 
+# One name a line, so that a name with a space stays one word.
 _dustwhale_folders() {
   compopt -o filenames 2>/dev/null
-  COMPREPLY=($(compgen -d -- "$1"))
+  mapfile -t COMPREPLY < <(compgen -d -- "$1")
 }
 
 _dustwhale_files() {
   compopt -o filenames 2>/dev/null
-  COMPREPLY=($(compgen -f -- "$1"))
+  mapfile -t COMPREPLY < <(compgen -f -- "$1")
 }
 
 # Completes the value of option $1 from word $2; false when $1 takes no value.

@@ -8,7 +8,8 @@
 # command line names (its --root, --home and --layout), by the program typed.
 function __dustwhale_cleared_ids
     set -l tokens (commandline -opc)
-    set -l program (string replace -r '^~' -- $HOME $tokens[1])
+    set -l program (string replace -r '^~(?=/|$)' -- $HOME $tokens[1])
+    command -q $program; or return
     set -l places
     set -l i 2
     while test $i -le (count $tokens)
@@ -16,11 +17,11 @@ function __dustwhale_cleared_ids
             case --root --home --layout
                 set -l next (math $i + 1)
                 if test $next -le (count $tokens)
-                    set -a places $tokens[$i] (string replace -r '^~' -- $HOME $tokens[$next])
+                    set -a places $tokens[$i] (string replace -r '^~(?=/|$)' -- $HOME $tokens[$next])
                 end
             case '--root=*' '--home=*' '--layout=*'
                 set -l parts (string split -m 1 = -- $tokens[$i])
-                set -a places $parts[1] (string replace -r '^~' -- $HOME $parts[2])
+                set -a places $parts[1] (string replace -r '^~(?=/|$)' -- $HOME $parts[2])
         end
         set i (math $i + 1)
     end

@@ -48,7 +48,7 @@ STUB
 chmod +x "$stub/dustwhale"
 
 # Completions of folders and files are taken from the current folder.
-mkdir -p "$work/here/alpha" "$work/here/beta"
+mkdir -p "$work/here/alpha" "$work/here/beta two"
 touch "$work/here/gamma"
 cd "$work/here"
 
@@ -97,6 +97,7 @@ expect() {  # expect LINE WORDS...: each shell offers exactly these words at the
   local line=$1 shell got want
   shift
   want=$(printf '%s\n' "$@" | normalized)
+  local IFS=$'\n'  # an offer is a line: a name with a space is one
   for shell in "${shells[@]}"; do
     got=$("${shell}_offers" "$line" | normalized) || got="(the completion failed)"
     if [ "$got" != "$want" ]; then
@@ -123,10 +124,10 @@ for command in $(dustwhale_commands "$dustwhale"); do
 done
 expect "dustwhale scan --layout=m" macos
 expect "dustwhale duplicates --scope downloads,m" movies music
-expect "dustwhale scan --root " alpha beta
-expect "dustwhale put-back --home " alpha beta
+expect "dustwhale scan --root " alpha "beta two"
+expect "dustwhale put-back --home " alpha "beta two"
 expect "dustwhale clear --home=al" alpha
-expect "dustwhale measure " alpha beta gamma
+expect "dustwhale measure " alpha "beta two" gamma
 expect "dustwhale put-back " $in_trash
 expect "dustwhale put-back --layout linux $in_trash " $in_trash
 PATH=$stub:$PATH expect "dustwhale put-back --root ~/r --home=~/h --layout macos " STUB-ID
@@ -147,7 +148,7 @@ if [ -n "$gui" ]; then
   expect "dustwhale-gui --" $(gui_options "$gui")
   expect "dustwhale-gui --appearance " light dark
   expect "dustwhale-gui --layout " linux macos
-  expect "dustwhale-gui --screenshot " alpha beta
+  expect "dustwhale-gui --screenshot " alpha "beta two"
 fi
 
 [ "$failures" -eq 0 ] || exit 1

@@ -11,8 +11,9 @@ local dir=$1 line=$2 dump=${3:+-d ${(q)3}}
 
 zpty shell zsh -f -i
 zpty -w shell "PS1='' RPS1=''; fpath=(${(q)dir} \$fpath); autoload -Uz compinit; compinit -u ${dump:--D}"
-# Every match zsh would add is printed between markers; lookups that only ask (-O, -A, -D)
-# pass through untouched.
+# Every match zsh would add is printed between markers, unquoted as the shell would pass it
+# ("beta\ two" is "beta two"); lookups that only ask (-O, -A, -D) pass through untouched. (No
+# comments inside: an interactive shell does not take them.)
 zpty -w shell 'compadd() {
   local word
   for word in "$@"; do
@@ -21,7 +22,7 @@ zpty -w shell 'compadd() {
   done
   local -a found
   builtin compadd -O found "$@"
-  (( $#found )) && print -rl -- "<mat""ch>"${^found}"</mat""ch>"
+  (( $#found )) && print -rl -- "<mat""ch>"${^${(Q)found}}"</mat""ch>"
   builtin compadd "$@"
 }'
 zpty -w shell 'finished() { print -r -- "<end-of-""completion>" }; comppostfuncs=(finished)'

@@ -36,10 +36,14 @@ done
 grep -q '^License: Apache-2.0$' "$root/usr/share/doc/dustwhale/copyright" ||
   fail "the copyright file does not name the Apache-2.0 licence"
 
-# One version everywhere: the package, the program, the manual and the release notes.
+# One version everywhere: the package, the programs, the manual and the release notes (About
+# shows the app's, which test_ui checks).
 bin=$root/usr/bin
 [ "$("$bin/dustwhale" --version)" = "dustwhale $version" ] ||
   fail "dustwhale --version says $("$bin/dustwhale" --version), the package $version"
+gui_version=$("$bin/dustwhale-gui" --version 2>/dev/null)
+[ "$gui_version" = "Dustwhale $version" ] ||
+  fail "dustwhale-gui --version says $gui_version, the package $version"
 zcat "$root/usr/share/man/man1/dustwhale.1.gz" | grep -q "^\.TH .*\"dustwhale $version\"" ||
   fail "the manual page is not of version $version"
 metainfo=$root/usr/share/metainfo/com.dustwhale.Dustwhale.metainfo.xml

@@ -58,7 +58,7 @@ Runner addClear(CLI::App& app) {
     ScanModel& model = session.model();
     if (!session.scan()) {
       std::cerr << displayText(model.message()) << '\n';
-      return 130;
+      return session.unfinishedStatus();
     }
 
     if (!options->ids.empty()) {

@@ -127,7 +127,7 @@ Runner addDuplicates(CLI::App& app) {
     if (progress) std::cerr << "\r\033[K" << std::flush;
     if (!finished) {
       std::cerr << displayText(model.message()) << '\n';
-      return 130;
+      return session.unfinishedStatus();
     }
 
     if (!options->clear) {

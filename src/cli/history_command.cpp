@@ -97,13 +97,25 @@ Runner addPutBack(CLI::App& app) {
     if (auto refused = refuseInAnotherUsersHome(places)) return *refused;
     Session session(std::move(places));
     ScanModel& model = session.model();
-    int status = 0;
-    for (const std::string& wanted : options->ids) {
-      std::vector<ClearedLog::Entry> entries = ClearedLog::load(model.places());
+    auto find = [](const std::vector<ClearedLog::Entry>& entries, const std::string& id) {
       const ClearedLog::Entry* match = nullptr;
       for (const auto& e : entries) {
-        if (paths::asciiLower(e.id) == paths::asciiLower(wanted)) match = &e;
+        if (paths::asciiLower(e.id) == paths::asciiLower(id)) match = &e;
       }
+      return match;
+    };
+    // A mistyped id puts nothing back, not the items before it.
+    std::vector<ClearedLog::Entry> known = ClearedLog::load(model.places());
+    for (const std::string& wanted : options->ids) {
+      if (!find(known, wanted))
+        throw UsageError("no cleared item with id " + wanted +
+                         " (see dustwhale history)");
+    }
+    int status = 0;
+    for (const std::string& wanted : options->ids) {
+      // Read again each time: the put-back before this one changed the log.
+      std::vector<ClearedLog::Entry> entries = ClearedLog::load(model.places());
+      const ClearedLog::Entry* match = find(entries, wanted);
       if (!match) {
         std::cerr << "dustwhale: no cleared item with id " << displayText(wanted) << '\n';
         status = 1;

@@ -23,7 +23,7 @@ Runner addScan(CLI::App& app) {
     bool finished = session.scan();
     if (!finished) {
       std::cerr << displayText(session.model().message()) << '\n';
-      return 130;
+      return session.unfinishedStatus();
     }
     if (options->json) {
       printJson(scanJson(session.model()));

@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "base/paths.h"
+#include "cli/commands.h"
 #include "cli/output.h"
 #include "platform/ownership.h"
 #include "trash/cleared_log.h"
@@ -39,7 +40,11 @@ void PlaceOptions::addTo(CLI::App& command) {
 }
 
 Locations PlaceOptions::locations() const {
-  return Locations::resolve(root, home, layout);
+  try {
+    return Locations::resolve(root, home, layout);
+  } catch (const std::invalid_argument& e) {
+    throw UsageError(e.what());
+  }
 }
 
 std::optional<int> refuseInAnotherUsersHome(const Locations& places) {
@@ -102,6 +107,7 @@ Session::Session(Locations places)
       [[maybe_unused]] ssize_t ignored = ::write(STDERR_FILENO, "\n", 1);
       ::_exit(130);
     }
+    interrupted_ = true;
     dispatcher_.post([this] {
       if (interruptAction_) interruptAction_();
     });

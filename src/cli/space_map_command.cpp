@@ -69,16 +69,12 @@ Runner addSpaceMap(CLI::App& app) {
   return [options] {
     Session session(options->places.locations());
     ScanModel& model = session.model();
-    bool interrupted = false;
     model.buildSpaceMap();
     session.runUntil([&] { return !model.isSpaceMapRunning(); },
-                     [&] {
-                       interrupted = true;
-                       model.cancelSpaceMap();
-                     });
+                     [&model] { model.cancelSpaceMap(); });
     if (!model.spaceRoot()) {
       std::cerr << displayText(model.message()) << '\n';
-      return interrupted ? 130 : 1;
+      return session.unfinishedStatus();
     }
     const std::string& home = model.places().home;
     if (options->json) {

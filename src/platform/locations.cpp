@@ -195,6 +195,7 @@ Locations Locations::linux(std::string root, std::string home, std::string bundl
   if (!Ownership::isUsablePlace(l.cacheHome, h)) l.cacheHome = paths::join(h, ".cache");
   l.configHome = xdgFolder("XDG_CONFIG_HOME", h, ".config");
   l.dataHome = xdgFolder("XDG_DATA_HOME", h, ".local/share");
+  l.stateHome = xdgFolder("XDG_STATE_HOME", h, ".local/state");
   l.caches = l.cacheHome;
   l.chromeProfiles = {paths::join(l.configHome, "google-chrome"),
                       paths::join(l.configHome, "chromium")};
@@ -215,6 +216,17 @@ Locations Locations::linux(std::string root, std::string home, std::string bundl
   l.bunCache =
       toolFolder("BUN_INSTALL_CACHE_DIR", h,
                  paths::join(toolFolder("BUN_INSTALL", h, inHome(".bun")), "install/cache"));
+  l.pnpmStore =
+      toolFolder("npm_config_store_dir", h,
+                 paths::join(toolFolder("PNPM_HOME", h, paths::join(l.dataHome, "pnpm")), "store"));
+  l.yarnBerryCache =
+      paths::join(toolFolder("YARN_GLOBAL_FOLDER", h, inHome(".yarn/berry")), "cache");
+  l.pipxCaches = {paths::join(toolFolder("PIPX_HOME", h, inHome(".local/pipx")), ".cache"),
+                  paths::join(l.dataHome, "pipx/.cache")};
+  l.steamShaderCaches = {paths::join(l.dataHome, "Steam/steamapps/shadercache"),
+                         inHome(".steam/steam/steamapps/shadercache"),
+                         inHome(".steam/debian-installation/steamapps/shadercache")};
+  l.snaps = inHome("snap");
 
   // English names first, then what the user's own table says.
   l.downloads = paths::join(h, "Downloads");

@@ -93,7 +93,7 @@ TEST(LinuxHome, CachesInDotCacheAreNamedMeasuredAndOnlyTheRebuildableOnesListed)
 TEST(LinuxHome, ACacheARunningProgramHoldsOpenIsListedButNotChosen) {
   test::HomeBuilder b(kLinux);
   std::string thumbs = b.cache("thumbnails", 60 * MB);
-  std::string held = b.cache("JetBrains/IdeaIC2024.1", 70 * MB) + "/filler.bin";
+  std::string held = b.cache("ms-playwright/chromium-1134", 70 * MB) + "/filler.bin";
   std::string cargo = b.folderOfSize(b.inHome(".cargo/registry/cache"), 60 * MB);
   Locations places = b.locations();
 
@@ -117,7 +117,7 @@ TEST(LinuxHome, ACacheARunningProgramHoldsOpenIsListedButNotChosen) {
   test::TestWorkspace workspace;
   Findings found = scanAll(places, workspace);
   EXPECT_EQ(lines(found),
-            "JetBrains IDE caches 70\n"
+            "Playwright browsers 70\n"
             "Thumbnails 60 +selected\n"
             "Cargo downloads 60\n");
   EXPECT_EQ(found[0].note, "In use by Firefox. Quit it before clearing this cache.");
@@ -129,7 +129,7 @@ TEST(LinuxHome, ACacheARunningProgramHoldsOpenIsListedButNotChosen) {
   tool.stop();
   found = scanAll(places, workspace);
   EXPECT_EQ(lines(found),
-            "JetBrains IDE caches 70 +selected\n"
+            "Playwright browsers 70 +selected\n"
             "Thumbnails 60 +selected\n"
             "Cargo downloads 60 +selected\n");
   EXPECT_EQ(found[0].note, kLibraryNote);

@@ -32,6 +32,11 @@ std::vector<CacheFinding> scanDeveloperCaches(const Locations& places, SharedMea
 std::vector<CacheFinding> scanDeveloperCaches(const Locations& places,
                                               const std::vector<platform::HeldFile>& held,
                                               SharedMeasurer& measurer);
+// The caches Linux tools and apps keep outside ~/.cache (see ToolCaches): pnpm's store, Yarn's
+// cache, pipx's, Steam's shader caches, Electron apps' caches. Part of scanDeveloperCaches.
+std::vector<CacheFinding> scanToolCaches(const Locations& places,
+                                         const std::vector<platform::HeldFile>& held,
+                                         SharedMeasurer& measurer);
 // The folders whose open files the held-open rule needs: the cache folder and the developer
 // caches of this layout.
 std::vector<std::string> heldOpenFolders(const Locations& places);

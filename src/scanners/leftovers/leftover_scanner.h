@@ -50,6 +50,9 @@ std::set<std::string> installedBundleIDs(const Locations& places,
 // The identifier or one of its shorter forms (trailing components dropped) is installed.
 bool isAccountedFor(const std::string& bundleID, const std::set<std::string>& installed);
 bool hasBundleIDShape(std::string_view candidate);
+// The name of a Flatpak app from its identifier: its last word that names something, capitalised
+// ("com.spotify.Client" is "Spotify", "org.gimp.GIMP" "GIMP", "org.kde.krita" "Krita").
+std::string flatpakAppName(std::string_view id);
 bool isNeverReported(std::string_view bundleID);
 
 // The location check every leftover path passes before it is listed or moved: the user's own,

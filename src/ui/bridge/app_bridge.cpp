@@ -198,7 +198,7 @@ QString AppBridge::confirmTitle() const {
 
 QString AppBridge::confirmSize() const {
   if (confirmingUninstall_ && model_->uninstallTarget()) {
-    return QString::fromStdString(sizeText(AppUninstaller::totalBytes(*model_->uninstallTarget())));
+    return QString::fromStdString(sizeText(AppUninstaller::movedBytes(*model_->uninstallTarget())));
   }
   return QString::fromStdString(sizeText(confirmItems_.totalBytes()));
 }

@@ -1,0 +1,210 @@
+#include "scanners/caches/tool_caches.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <functional>
+#include <set>
+
+#include "base/paths.h"
+#include "scanners/folder_listing.h"
+
+namespace dw::ToolCaches {
+
+namespace {
+
+using scanners::FolderEntry;
+
+std::vector<FolderEntry> entriesOf(const std::string& folder) {
+  return scanners::listFolder(folder).value_or(std::vector<FolderEntry>{});
+}
+
+bool hasEntry(const std::string& folder, std::string_view name, mode_t type) {
+  struct stat s {};
+  return ::lstat(paths::join(folder, name).c_str(), &s) == 0 && (s.st_mode & S_IFMT) == type;
+}
+
+bool isDigits(std::string_view text) {
+  return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+bool isHex(std::string_view text, size_t length) {
+  return text.size() == length &&
+         text.find_first_not_of("0123456789abcdef") == std::string_view::npos;
+}
+
+// Every entry but hidden ones passes fits, and at least one is there: a folder of anything else
+// (the user's own files among them) is not the tool's.
+bool allFit(const std::string& folder, const std::function<bool(const FolderEntry&)>& fits) {
+  auto entries = scanners::listFolder(folder);
+  if (!entries) return false;
+  bool any = false;
+  for (const FolderEntry& e : *entries) {
+    if (e.name.starts_with('.')) continue;
+    if (!fits(e)) return false;
+    any = true;
+  }
+  return any;
+}
+
+// Chromium's disk caches: the block-file layout (an "index" beside data_0 ... data_3), or the
+// simple one ("index-dir" beside the entries), possibly one folder down in "Cache_Data".
+bool looksLikeChromiumDiskCache(const std::string& folder) {
+  if (hasEntry(folder, "index", S_IFREG) || hasEntry(folder, "index-dir", S_IFDIR)) return true;
+  std::string data = paths::join(folder, "Cache_Data");
+  return hasEntry(data, "index", S_IFREG) || hasEntry(data, "index-dir", S_IFDIR);
+}
+
+// V8's code cache: a disk cache for scripts ("js") and one for WebAssembly ("wasm").
+bool looksLikeCodeCache(const std::string& folder) {
+  return hasEntry(folder, "js", S_IFDIR) || hasEntry(folder, "wasm", S_IFDIR);
+}
+
+// VS Code's compiled scripts, one folder per build (its 40-digit commit).
+bool looksLikeCachedData(const std::string& folder) {
+  return allFit(folder, [](const FolderEntry& e) { return e.isFolder() && isHex(e.name, 40); });
+}
+
+// Extension packages VS Code downloaded ("publisher.name-1.2.3"): files only.
+bool looksLikeExtensionDownloads(const std::string& folder) {
+  return allFit(folder, [](const FolderEntry& e) { return e.type == S_IFREG; });
+}
+
+// The cache folders an Electron app keeps beside its settings, named as Chromium names them.
+struct ElectronCache {
+  std::string_view folder;
+  std::string_view what;
+  bool (*looksLike)(const std::string& folder);
+};
+constexpr std::array<ElectronCache, 9> kElectronCaches = {{
+    {"Cache", "web cache", looksLikeChromiumDiskCache},
+    {"Code Cache", "code cache", looksLikeCodeCache},
+    {"GPUCache", "GPU cache", looksLikeChromiumDiskCache},
+    {"DawnCache", "GPU shader cache", looksLikeChromiumDiskCache},
+    {"DawnGraphiteCache", "GPU shader cache", looksLikeChromiumDiskCache},
+    {"DawnWebGPUCache", "GPU shader cache", looksLikeChromiumDiskCache},
+    {"GrShaderCache", "shader cache", looksLikeChromiumDiskCache},
+    {"CachedData", "compiled code cache", looksLikeCachedData},
+    {"CachedExtensionVSIXs", "extension downloads", looksLikeExtensionDownloads},
+}};
+
+constexpr std::string_view kElectronNote = "Cache only. Your settings, sign-in and files stay.";
+
+// The app's name as its users know it, from its folder in ~/.config.
+std::string electronAppName(std::string_view folder) {
+  if (folder == "Code") return "VS Code";
+  if (folder == "Code - Insiders") return "VS Code Insiders";
+  std::string name(folder);
+  if (!name.empty() && name[0] >= 'a' && name[0] <= 'z') name[0] = static_cast<char>(name[0] - 32);
+  return name;
+}
+
+std::string resolved(const std::string& path) {
+  return paths::standardize(paths::resolveSymlinks(path));
+}
+
+}  // namespace
+
+bool looksLikePnpmStore(const std::string& folder) {
+  // One folder per store version ("v3", "v10"), its files in "files".
+  bool anyFiles = false;
+  bool fits = allFit(folder, [&](const FolderEntry& e) {
+    if (!e.isFolder() || e.name.size() < 2 || e.name[0] != 'v' ||
+        !isDigits(std::string_view(e.name).substr(1)))
+      return false;
+    anyFiles = anyFiles || hasEntry(paths::join(folder, e.name), "files", S_IFDIR);
+    return true;
+  });
+  return fits && anyFiles;
+}
+
+bool looksLikeYarnCache(const std::string& folder) {
+  // Yarn's archives, "<name>-npm-<version>-<hash>-<checksum>.zip", and nothing else.
+  return allFit(folder,
+                [](const FolderEntry& e) { return e.type == S_IFREG && e.name.ends_with(".zip"); });
+}
+
+bool looksLikePipxCache(const std::string& folder) {
+  // pipx marks the folder with the cache directory tag and keeps one environment per tool run.
+  static constexpr std::string_view kSignature = "Signature: 8a477f597d28d172789f06886806bc55";
+  std::ifstream tag(paths::join(folder, "CACHEDIR.TAG"), std::ios::binary);
+  std::string head(kSignature.size(), '\0');
+  if (!tag || !tag.read(head.data(), static_cast<std::streamsize>(head.size())) ||
+      head != kSignature)
+    return false;
+  auto entries = scanners::listFolder(folder);
+  return entries && std::all_of(entries->begin(), entries->end(), [](const FolderEntry& e) {
+           return e.isFolder() || e.name == "CACHEDIR.TAG" || e.name.starts_with('.');
+         });
+}
+
+bool looksLikeSteamShaderCache(const std::string& folder) {
+  // One folder per game, named by its Steam app number.
+  return allFit(folder, [](const FolderEntry& e) { return e.isFolder() && isDigits(e.name); });
+}
+
+bool isElectronAppFolder(const std::string& folder) {
+  return hasEntry(folder, "Local State", S_IFREG) && !hasEntry(folder, "Default", S_IFDIR);
+}
+
+std::vector<Place> list(const Locations& places) {
+  std::vector<Place> found;
+  if (places.layout != Locations::Layout::linux) return found;
+  std::string home = resolved(places.home);
+  std::set<std::string> seen;
+  auto add = [&](const std::string& path, bool (*looksLike)(const std::string&), Place place) {
+    struct stat s {};
+    if (path.empty() || ::stat(path.c_str(), &s) != 0 || !S_ISDIR(s.st_mode)) return;
+    std::string real = resolved(path);
+    // Only inside the home, once, and not inside the cache folder, whose child lists it.
+    if (!paths::isStrictlyWithin(real, home) || !seen.insert(real).second) return;
+    if (!places.caches.empty() && paths::isWithin(real, resolved(places.caches))) return;
+    if (!looksLike(path)) return;
+    place.path = path;
+    found.push_back(std::move(place));
+  };
+
+  add(places.pnpmStore, looksLikePnpmStore,
+      {"", "pnpm store",
+       "Downloaded packages. Files your projects still link to stay, and are not counted.", true,
+       true});
+  add(places.yarnBerryCache, looksLikeYarnCache,
+      {"", "Yarn cache", "Downloaded packages. Your projects stay.", false, false});
+  for (const std::string& pipx : places.pipxCaches) {
+    add(pipx, looksLikePipxCache,
+        {"", "pipx run environments",
+         "Environments of tools run once with pipx run. Tools you installed stay.", true, false});
+  }
+  for (const std::string& shaders : places.steamShaderCaches) {
+    add(shaders, looksLikeSteamShaderCache,
+        {"", "Steam shader cache", "Compiled shaders. Your games and saves stay.", false, false});
+  }
+  if (!places.configHome.empty()) {
+    for (const FolderEntry& app : entriesOf(places.configHome)) {
+      if (!app.isFolder()) continue;
+      std::string folder = paths::join(places.configHome, app.name);
+      // Chrome's and Chromium's own folders have their profiles and their own rule.
+      if (std::find(places.chromeProfiles.begin(), places.chromeProfiles.end(), folder) !=
+              places.chromeProfiles.end() ||
+          !isElectronAppFolder(folder))
+        continue;
+      for (const ElectronCache& cache : kElectronCaches) {
+        add(paths::join(folder, cache.folder), cache.looksLike,
+            {"", electronAppName(app.name) + " " + std::string(cache.what),
+             std::string(kElectronNote), false, false});
+      }
+    }
+  }
+  return found;
+}
+
+std::vector<std::string> heldOpenFolders(const Locations& places) {
+  std::vector<std::string> folders;
+  for (Place& place : list(places))
+    folders.push_back(std::move(place.path));
+  return folders;
+}
+
+}  // namespace dw::ToolCaches

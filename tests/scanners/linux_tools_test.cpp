@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <filesystem>
 
 #include "findings/notes.h"
@@ -134,6 +136,9 @@ TEST(LinuxTools, AFolderThatIsNotTheToolsOwnOffersNothing) {
   b.file(b.inHome("work/cache/thesis.pdf"), 30 * MB);
   b.file(b.inHome("work/cache/figures.zip"), 30 * MB);
   b.file(b.inHome("projects/tool/.cache/results.csv"), 30 * MB);  // no cache directory tag
+  // A pipe where pipx's tag would be: never waited on, and no tag.
+  b.file(b.inHome(".local/share/pipx/.cache/0a1b2c3d/env.bin"), 30 * MB);
+  ASSERT_EQ(::mkfifo(b.inHome(".local/share/pipx/.cache/CACHEDIR.TAG").c_str(), 0600), 0);
   test::pnpmStore(b, b.inHome("Downloads"), 30 * MB);
   // Steam's link aimed outside the home, and a shader folder holding something else.
   test::steamShaders(b, b.inRoot("shared/steam/steamapps/shadercache"), 30 * MB);

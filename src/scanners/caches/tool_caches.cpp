@@ -1,10 +1,11 @@
 #include "scanners/caches/tool_caches.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <fstream>
 #include <functional>
 #include <set>
 
@@ -129,11 +130,17 @@ bool looksLikeYarnCache(const std::string& folder) {
 bool looksLikePipxCache(const std::string& folder) {
   // pipx marks the folder with the cache directory tag and keeps one environment per tool run.
   static constexpr std::string_view kSignature = "Signature: 8a477f597d28d172789f06886806bc55";
-  std::ifstream tag(paths::join(folder, "CACHEDIR.TAG"), std::ios::binary);
+  // Read from a regular file only, opened without waiting (a pipe in its place is no tag).
+  int fd = ::open(paths::join(folder, "CACHEDIR.TAG").c_str(),
+                  O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) return false;
+  struct stat s {};
   std::string head(kSignature.size(), '\0');
-  if (!tag || !tag.read(head.data(), static_cast<std::streamsize>(head.size())) ||
-      head != kSignature)
-    return false;
+  bool tagged = ::fstat(fd, &s) == 0 && S_ISREG(s.st_mode) &&
+                ::read(fd, head.data(), head.size()) == static_cast<ssize_t>(head.size()) &&
+                head == kSignature;
+  ::close(fd);
+  if (!tagged) return false;
   auto entries = scanners::listFolder(folder);
   return entries && std::all_of(entries->begin(), entries->end(), [](const FolderEntry& e) {
            return e.isFolder() || e.name == "CACHEDIR.TAG" || e.name.starts_with('.');

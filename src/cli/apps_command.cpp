@@ -44,6 +44,11 @@ json::Value appJson(const AppRecord& app) {
     related.emplace_back(path);
   out.set("related", json::Value(std::move(related)));
   out.set("relatedBytes", app.relatedBytes);
+  json::Array userFolders;
+  for (const std::string& path : app.userFolders)
+    userFolders.emplace_back(path);
+  out.set("userFolders", json::Value(std::move(userFolders)));
+  out.set("userFolderBytes", app.userFolderBytes);
   out.set("lastUsed", isoOrNull(app.lastUsed));
   out.set("running", app.running);
   out.set("apple", app.apple);
@@ -58,7 +63,7 @@ json::Value appJson(const AppRecord& app) {
 
 std::string appLine(const AppRecord& app, const std::set<std::string>& needingAdmin) {
   std::string line = displayText(app.name) + " · " + sizeText(app.bundleBytes) + " app · " +
-                     sizeText(app.relatedBytes) + " data · " +
+                     sizeText(AppUninstaller::dataBytes(app)) + " data · " +
                      sizeText(AppUninstaller::totalBytes(app)) + " in all · last used " +
                      (app.lastUsed ? timefmt::localDate(*app.lastUsed) : "unknown");
   std::string row = AppUninstaller::rowText(app);
@@ -146,7 +151,11 @@ Runner addUninstall(CLI::App& app) {
   cmd->add_flag("--yes", options->yes, "Do not ask (needed without a terminal)");
 
   return [options] {
-    Session session(options->places.locations());
+    Locations places = options->places.locations();
+    if (!options->dryRun) {
+      if (auto refused = refuseInAnotherUsersHome(places)) return *refused;
+    }
+    Session session(std::move(places));
     ScanModel& model = session.model();
     listApps(session);
 
@@ -195,21 +204,24 @@ Runner addUninstall(CLI::App& app) {
     }
 
     const AppRecord& a = *target;
-    // Nothing of it is ours to move: say so before listing anything as if it were.
-    if (AppUninstaller::removedWithSoftwareManager(a)) {
-      std::cerr << *AppUninstaller::refusal(a, a.running, model.places()) << '\n';
+    // Refused (not ours to move, running, Apple's, this app): the refusal alone, before anything
+    // is listed as if it would move.
+    if (auto refused = AppUninstaller::refusal(a, a.running, model.places())) {
+      std::cerr << displayText(*refused) << '\n';
       return 1;
     }
     std::cout << "To move to the Trash: " << displayText(a.name) << " · "
-              << sizeText(AppUninstaller::totalBytes(a)) << '\n';
+              << sizeText(AppUninstaller::movedBytes(a)) << '\n';
     std::cout << "  " << displayText(a.bundlePath) << " · " << sizeText(a.bundleBytes) << '\n';
     for (size_t i = 0; i < a.related.size(); ++i) {
       std::int64_t bytes = AppUninstaller::relatedSize(a, i).value_or(0);
       std::cout << "  " << displayText(a.related[i]) << " · " << sizeText(bytes) << '\n';
     }
-    if (auto refused = AppUninstaller::refusal(a, a.running, model.places())) {
-      std::cerr << *refused << '\n';
-      return 1;
+    // The app's folders in the home stay where they are; shown so that nothing is a surprise.
+    for (size_t i = 0; i < a.userFolders.size(); ++i) {
+      std::int64_t bytes = i < a.userFolderSizes.size() ? a.userFolderSizes[i] : 0;
+      std::cout << "Stays: " << displayText(paths::tilde(a.userFolders[i], model.places().home))
+                << " · " << sizeText(bytes) << '\n';
     }
     if (auto ended =
             session.confirmMove(options->dryRun, options->yes,

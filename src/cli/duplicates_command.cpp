@@ -106,7 +106,11 @@ Runner addDuplicates(CLI::App& app) {
   json->excludes(clear);
 
   return [options] {
-    Session session(options->places.locations());
+    Locations places = options->places.locations();
+    if (options->clear && !options->dryRun) {
+      if (auto refused = refuseInAnotherUsersHome(places)) return *refused;
+    }
+    Session session(std::move(places));
     ScanModel& model = session.model();
     if (!options->scope.empty()) model.setDuplicateScope(scopeNamed(options->scope));
 
@@ -122,8 +126,8 @@ Runner addDuplicates(CLI::App& app) {
                      [&model] { model.cancelDuplicates(); });
     if (progress) std::cerr << "\r\033[K" << std::flush;
     if (!finished) {
-      std::cerr << model.message() << '\n';
-      return 130;
+      std::cerr << displayText(model.message()) << '\n';
+      return session.unfinishedStatus();
     }
 
     if (!options->clear) {
@@ -131,7 +135,7 @@ Runner addDuplicates(CLI::App& app) {
         printJson(resultJson(model));
       } else {
         printGroups(model);
-        std::cout << model.message() << '\n';
+        std::cout << displayText(model.message()) << '\n';
       }
       return 0;
     }
@@ -143,7 +147,7 @@ Runner addDuplicates(CLI::App& app) {
     model.selectExtraCopies();
     const std::set<std::string>& chosen = model.duplicateSelected();
     if (chosen.empty()) {
-      std::cout << model.message() << '\n';
+      std::cout << displayText(model.message()) << '\n';
       return 0;
     }
     std::int64_t total = 0;

@@ -106,10 +106,12 @@ void printScanText(const ScanModel& model) {
                 << "      " << displayText(f.path);
       if (f.kind == CacheFinding::Kind::leftover) std::cout << "  (" << displayText(f.id) << ')';
       std::cout << '\n';
+      if (std::string largest = notes::largestFilesText(f); !largest.empty())
+        std::cout << "      Largest files: " << displayText(largest) << '\n';
     }
     std::cout << '\n';
   }
-  std::cout << model.message() << '\n';
+  std::cout << displayText(model.message()) << '\n';
 }
 
 }  // namespace dw::cli

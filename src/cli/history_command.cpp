@@ -14,7 +14,7 @@ namespace dw::cli {
 
 namespace {
 
-json::Value entryJson(const ClearedLog::Entry& e) {
+json::Value entryJson(const ClearedLog::Entry& e, const Locations& places) {
   json::Value out{json::Object{}};
   out.set("id", e.id);
   out.set("sessionID", e.sessionID);
@@ -25,7 +25,7 @@ json::Value entryJson(const ClearedLog::Entry& e) {
   out.set("name", e.name);
   out.set("date", timefmt::isoUtc(e.date));
   out.set("putBackAt", isoOrNull(e.putBackAt));
-  out.set("status", ClearedLog::statusText(e));
+  out.set("status", ClearedLog::statusText(e, places));
   return out;
 }
 
@@ -52,13 +52,13 @@ Runner addHistory(CLI::App& app) {
       note << countNoun(reading.unreadable, "record") << " of Recently Cleared could not be read; "
            << (reading.unreadable == 1 ? "it is" : "they are") << " kept in the log unchanged.\n";
     }
-    if (!reading.problem.empty()) note << reading.problem << '\n';
+    if (!reading.problem.empty()) note << displayText(reading.problem) << '\n';
     for (const std::string& kept : reading.journalNotes)
-      note << kept << '\n';
+      note << displayText(kept) << '\n';
     if (options->json) {
       json::Array rows;
       for (const auto& e : entries)
-        rows.push_back(entryJson(e));
+        rows.push_back(entryJson(e, places));
       printJson(json::Value(std::move(rows)));
       return 0;
     }
@@ -72,8 +72,8 @@ Runner addHistory(CLI::App& app) {
                 << countNoun(static_cast<std::int64_t>(group.entries.size()), "item") << " · "
                 << sizeText(group.bytes) << '\n';
       for (const auto& e : group.entries) {
-        std::cout << "  " << ClearedLog::statusText(e) << " · " << displayText(e.name) << " · "
-                  << sizeText(e.bytes) << " · " << e.kind << '\n'
+        std::cout << "  " << ClearedLog::statusText(e, places) << " · " << displayText(e.name)
+                  << " · " << sizeText(e.bytes) << " · " << e.kind << '\n'
                   << "      " << displayText(e.originalPath) << '\n'
                   << "      id " << e.id << '\n';
       }
@@ -95,22 +95,36 @@ Runner addPutBack(CLI::App& app) {
   cmd->add_option("ids", options->ids, "Entry ids, as `dustwhale history` shows them")->required();
 
   return [options] {
-    Session session(options->places.locations());
+    Locations places = options->places.locations();
+    if (auto refused = refuseInAnotherUsersHome(places)) return *refused;
+    Session session(std::move(places));
     ScanModel& model = session.model();
-    int status = 0;
-    for (const std::string& wanted : options->ids) {
-      std::vector<ClearedLog::Entry> entries = ClearedLog::load(model.places());
+    auto find = [](const std::vector<ClearedLog::Entry>& entries, const std::string& id) {
       const ClearedLog::Entry* match = nullptr;
       for (const auto& e : entries) {
-        if (paths::asciiLower(e.id) == paths::asciiLower(wanted)) match = &e;
+        if (paths::asciiLower(e.id) == paths::asciiLower(id)) match = &e;
       }
+      return match;
+    };
+    // A mistyped id puts nothing back, not the items before it.
+    std::vector<ClearedLog::Entry> known = ClearedLog::load(model.places());
+    for (const std::string& wanted : options->ids) {
+      if (!find(known, wanted))
+        throw UsageError("no cleared item with id " + wanted +
+                         " (see dustwhale history)");
+    }
+    int status = 0;
+    for (const std::string& wanted : options->ids) {
+      // Read again each time: the put-back before this one changed the log.
+      std::vector<ClearedLog::Entry> entries = ClearedLog::load(model.places());
+      const ClearedLog::Entry* match = find(entries, wanted);
       if (!match) {
         std::cerr << "dustwhale: no cleared item with id " << displayText(wanted) << '\n';
         status = 1;
         continue;
       }
       bool ok = model.putBack(*match);
-      (ok ? std::cout : std::cerr) << model.message() << '\n';
+      (ok ? std::cout : std::cerr) << displayText(model.message()) << '\n';
       if (!ok) status = 1;
     }
     return status;

@@ -8,7 +8,9 @@
 #include <stdexcept>
 
 #include "base/paths.h"
+#include "cli/commands.h"
 #include "cli/output.h"
+#include "platform/ownership.h"
 #include "trash/cleared_log.h"
 
 namespace dw::cli {
@@ -38,15 +40,26 @@ void PlaceOptions::addTo(CLI::App& command) {
 }
 
 Locations PlaceOptions::locations() const {
-  return Locations::resolve(root, home, layout);
+  try {
+    return Locations::resolve(root, home, layout);
+  } catch (const std::invalid_argument& e) {
+    throw UsageError(e.what());
+  }
+}
+
+std::optional<int> refuseInAnotherUsersHome(const Locations& places) {
+  std::optional<std::string> refusal = Ownership::refusalToMove(places);
+  if (!refusal) return std::nullopt;
+  std::cerr << "dustwhale: " << displayText(*refusal) << '\n';
+  return 1;
 }
 
 void recoverClearedLog(const Locations& places) {
   try {
     ClearedLog::recover(places);
   } catch (const std::exception& e) {
-    std::cerr << "dustwhale: Recently Cleared could not be brought up to date: " << e.what()
-              << '\n';
+    std::cerr << "dustwhale: Recently Cleared could not be brought up to date: "
+              << displayText(e.what()) << '\n';
   }
 }
 
@@ -94,6 +107,7 @@ Session::Session(Locations places)
       [[maybe_unused]] ssize_t ignored = ::write(STDERR_FILENO, "\n", 1);
       ::_exit(130);
     }
+    interrupted_ = true;
     dispatcher_.post([this] {
       if (interruptAction_) interruptAction_();
     });
@@ -116,7 +130,7 @@ bool Session::scan() {
   if (progress) {
     model_->addObserver([this](ScanModel::Field field) {
       if (field == ScanModel::Field::message && model_->phase() == ScanModel::Phase::scanning())
-        std::cerr << "\r\033[K" << model_->message() << std::flush;
+        std::cerr << "\r\033[K" << displayText(model_->message()) << std::flush;
     });
   }
   model_->scan();
@@ -154,17 +168,17 @@ bool Session::runMove(const std::function<void()>& start) {
         std::cerr << "\r\033[K" << p->done << " of " << p->total << " · " << displayText(p->current)
                   << std::flush;
       if (field == ScanModel::Field::message && model_->isClearRunning())
-        std::cerr << "\r\033[K" << model_->message() << std::flush;
+        std::cerr << "\r\033[K" << displayText(model_->message()) << std::flush;
     });
   }
   start();
   if (!model_->isClearRunning()) {
-    std::cerr << model_->message() << '\n';
+    std::cerr << displayText(model_->message()) << '\n';
     return false;
   }
   runUntil([this] { return !model_->isClearRunning(); }, [this] { model_->stopClearing(); });
   if (progress) std::cerr << "\r\033[K" << std::flush;
-  std::cout << model_->message() << '\n';
+  std::cout << displayText(model_->message()) << '\n';
   return true;
 }
 

@@ -13,6 +13,10 @@ namespace dw::notes {
 bool isLoginItem(const CacheFinding& finding);
 bool isDeveloperTools(const CacheFinding& finding);
 bool isBrowser(const CacheFinding& finding);
+// A leftover that is a Flatpak app's data folder (~/.var/app/<id>): all the app kept.
+bool isFlatpakData(const CacheFinding& finding);
+// A leftover's largest files, "brushes.db (46 MB), mail.db (12 MB)"; "" when none are known.
+std::string largestFilesText(const CacheFinding& finding);
 
 // What a cache keeps when it is cleared ("Web page cache. Bookmarks, ... stay."), if known.
 std::optional<std::string> whatStays(const CacheFinding& finding);

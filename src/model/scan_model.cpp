@@ -6,6 +6,7 @@
 #include "base/paths.h"
 #include "measure/shared_measurer.h"
 #include "platform/desktop.h"
+#include "platform/ownership.h"
 #include "platform/volume.h"
 #include "scanners/caches/cache_scanner.h"
 #include "scanners/largefiles/large_files_scanner.h"
@@ -342,6 +343,15 @@ void ScanModel::stopClearing() {
 }
 
 void ScanModel::startMoving(std::string message, int items, MoveWork work) {
+  // Nothing moves from, or into the Trash of, a home of another user: refused before anything
+  // is touched.
+  if (std::optional<std::string> refusal = Ownership::refusalToMove(places_)) {
+    confirm_ = false;
+    notify(Field::confirm);
+    message_ = std::move(*refusal);
+    notify(Field::message);
+    return;
+  }
   phase_ = Phase::clearing();
   notify(Field::phase);
   message_ = std::move(message);

@@ -152,12 +152,19 @@ void ScanModel::clearDuplicates() {
     auto kept = duplicateKeepPath_.find(group.hashHex);
     for (const auto& file : group.files) {
       if (!duplicateSelected_.count(file.path) || !placed.insert(file.path).second) continue;
-      copies.push_back({file.path, file.bytes, group.hashHex,
-                        kept == duplicateKeepPath_.end() ? file.path : kept->second});
+      Clearing::DuplicateCopy copy{file.path, file.bytes,    group.hashHex,
+                                   file.path, file.identity, file.identity};
+      for (const auto& other : group.files) {
+        if (kept != duplicateKeepPath_.end() && other.path == kept->second) {
+          copy.keptPath = other.path;
+          copy.keptIdentity = other.identity;
+        }
+      }
+      copies.push_back(std::move(copy));
     }
   }
   for (const auto& path : duplicateSelected_) {
-    if (!placed.count(path)) copies.push_back({path, 0, {}, path});
+    if (!placed.count(path)) copies.push_back({path, 0, {}, path, {}, {}});
   }
 
   int count = static_cast<int>(copies.size());  // counted before the work takes them

@@ -95,6 +95,8 @@ std::optional<DesktopEntry> parseDesktopEntry(std::string_view text) {
       entry.exec = value;
     } else if (key == "Icon" && entry.icon.empty()) {
       entry.icon = value;
+    } else if (key == "StartupWMClass" && entry.windowClass.empty()) {
+      entry.windowClass = value;
     } else if (key == "NoDisplay") {
       entry.noDisplay = value == "true";
     } else if (key == "Hidden") {

@@ -10,10 +10,11 @@
 namespace dw::platform {
 
 struct DesktopEntry {
-  std::string type;  // "Application", "Link", ...; "" when missing
-  std::string name;  // Name= (the untranslated one)
-  std::string exec;  // Exec= with the file format's escapes (\s, \n, \t, \r, \\) undone
-  std::string icon;  // Icon=: an absolute path or an icon name
+  std::string type;         // "Application", "Link", ...; "" when missing
+  std::string name;         // Name= (the untranslated one)
+  std::string exec;         // Exec= with the file format's escapes (\s, \n, \t, \r, \\) undone
+  std::string icon;         // Icon=: an absolute path or an icon name
+  std::string windowClass;  // StartupWMClass=: the class its windows carry, "" when missing
   bool noDisplay = false;
   bool hidden = false;
 };

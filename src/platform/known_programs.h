@@ -16,6 +16,8 @@ struct KnownProgram {
   std::vector<std::string_view> executables;   // file names: "firefox", "firefox-esr"
   std::vector<std::string_view> bundleIDs;     // the identifiers it counts as running under
   std::vector<std::string_view> cacheFolders;  // "mozilla", "org.mozilla.firefox"
+  // Its own folders in a Linux home, caches inside them: ".config/Slack", ".local/share/Steam".
+  std::vector<std::string_view> homeFolders = {};
 };
 
 std::span<const KnownProgram> knownPrograms();

@@ -19,6 +19,7 @@
 #include "base/json.h"
 #include "base/paths.h"
 #include "base/time.h"
+#include "platform/ownership.h"
 #include "platform/trash.h"
 #include "scanners/folder_listing.h"
 #ifdef __linux__
@@ -738,8 +739,8 @@ void keepAside(const std::string& path, std::string_view prefix) {
 
 // What becomes of a journal once its records are in the log: it goes when every line was read;
 // one that could not be read whole keeps its bytes beside the log, and one that could not be
-// read at all (another user's, as a run with sudo leaves it) is set aside, to be merged when it
-// can be.
+// read at all (its permissions taken away, another owner's, not a file) is set aside, to be merged
+// when it can be.
 void finishJournal(const std::string& path, const JournalFile& journal, bool setAside) {
   if (!journal.exists) return;
   if (!journal.readable()) {
@@ -827,14 +828,47 @@ bool needsRecovery(const Locations& places) {
 
 // --- Put Back ----------------------------------------------------------------------------------
 
-bool allowedResolved(const std::string& trash, const std::string& original,
-                     const std::string& home) {
-  if (original.rfind(home + "/", 0) != 0) return false;
-  return platform::isInTrashFolder(trash, home);
-}
-
 bool absolute(const std::string& path) {
   return !path.empty() && path.front() == '/';
+}
+
+// A record's two places as Put Back takes them.
+struct Accepted {
+  std::string trash;             // links resolved
+  platform::Placement original;  // the place a move accepted, and the path below it
+};
+
+// The location rule of Put Back: the Trash path names an item of one of this user's real Trash
+// folders, and the original place is one that a move accepts (in the home or a place of the
+// user's that may be used, Ownership::placeOf), with no link in the folders below that place:
+// one put there since the move would send the item elsewhere.
+std::optional<Accepted> acceptedPlaces(const Entry& entry, const Locations& places) {
+  if (!absolute(entry.trashPath) || !absolute(entry.originalPath) || !absolute(places.home)) {
+    return std::nullopt;
+  }
+  // From here on only the resolved Trash path is used, so the item moved is the one checked,
+  // whatever links or ".." the record holds.
+  Accepted accepted{paths::resolveParentSymlinks(entry.trashPath), {}};
+  if (!platform::isInTrashFolder(accepted.trash, paths::resolveSymlinks(places.home))) {
+    return std::nullopt;
+  }
+  Ownership::Place place = Ownership::placeOf(entry.originalPath, places);
+  if (place.where != Ownership::Where::usable) return std::nullopt;
+  accepted.original = place.placement;
+  std::string folder = accepted.original.folder;
+  std::vector<std::string_view> parts = paths::split(accepted.original.relative, '/');
+  parts.pop_back();  // the item's own name: whatever stands there is checked as occupying it
+  for (std::string_view part : parts) {
+    folder = paths::join(folder, part);
+    struct stat s {};
+    if (::lstat(folder.c_str(), &s) != 0) break;  // made again by Put Back
+    if (S_ISLNK(s.st_mode)) return std::nullopt;
+  }
+  return accepted;
+}
+
+std::string originalPathOf(const platform::Placement& original) {
+  return paths::join(original.folder, original.relative);
 }
 
 }  // namespace
@@ -939,7 +973,8 @@ void Journal::merge() {
 }
 
 void recover(const Locations& places) {
-  if (!needsRecovery(places)) return;
+  // Another user's log is never written: its journal waits for that user.
+  if (!needsRecovery(places) || Ownership::refusalToMove(places)) return;
   LogLock lock(places.logFile);
   removeTemporaryLogs(places);
   mergeLocked(places, {}, false);
@@ -1032,26 +1067,24 @@ std::vector<Entry> load(const Locations& places) {
   return entries;
 }
 
-bool isAllowed(const std::string& trashPath, const std::string& originalPath,
-               const std::string& home) {
-  if (!absolute(trashPath) || !absolute(originalPath) || !absolute(home)) return false;
-  // The last components stay unresolved: a trashed link is the item itself, and a link at the
-  // original place is something that exists there.
-  return allowedResolved(paths::resolveParentSymlinks(trashPath),
-                         paths::resolveParentSymlinks(originalPath), paths::resolveSymlinks(home));
+bool isAllowed(const Entry& entry, const Locations& places) {
+  return acceptedPlaces(entry, places).has_value();
 }
 
-int status(const Entry& entry) {
+int status(const Entry& entry, const Locations& places) {
   if (entry.putBackAt) return 1;
-  return platform::trashItemMatches(entry.trashPath, entry.originalPath) ? 0 : 2;
+  if (!platform::trashItemMatches(entry.trashPath, entry.originalPath)) return 2;
+  return isAllowed(entry, places) ? 0 : 3;
 }
 
-std::string statusText(const Entry& entry) {
-  switch (status(entry)) {
+std::string statusText(const Entry& entry, const Locations& places) {
+  switch (status(entry, places)) {
     case 0:
       return "In the Trash";
     case 1:
       return "Put back " + timefmt::localDateTime(*entry.putBackAt);
+    case 3:
+      return std::string(kPutBackByHand);
     default:
       return "Trash emptied";
   }
@@ -1059,20 +1092,19 @@ std::string statusText(const Entry& entry) {
 
 Entry putBack(const Entry& entry, const Locations& places) {
   if (entry.putBackAt) throw PutBackError(Kind::alreadyPutBack);
-  if (!absolute(entry.trashPath) || !absolute(entry.originalPath) || !absolute(places.home)) {
-    throw PutBackError(Kind::refusedLocation);
+  // Nothing goes back into a home of another user (root with that user's HOME).
+  if (std::optional<std::string> refusal = Ownership::refusalToMove(places)) {
+    throw PutBackError(Kind::moveFailed, *refusal);
   }
-  // From here on only the resolved paths are used, so the item moved is the one that was
-  // checked, whatever links or ".." the record holds.
-  const std::string home = paths::resolveSymlinks(places.home);
-  const std::string trash = paths::resolveParentSymlinks(entry.trashPath);
-  const std::string original = paths::resolveParentSymlinks(entry.originalPath);
-  if (!allowedResolved(trash, original, home)) throw PutBackError(Kind::refusedLocation);
+  std::optional<Accepted> accepted = acceptedPlaces(entry, places);
+  if (!accepted) throw PutBackError(Kind::refusedLocation);
+  const std::string& trash = accepted->trash;
+  const std::string original = originalPathOf(accepted->original);
 
   if (!platform::trashItemMatches(trash, entry.originalPath)) throw PutBackError(Kind::notInTrash);
   if (existsAt(original)) throw PutBackError(Kind::originalOccupied);
 
-  if (int e = platform::makeFolders(std::string(paths::parent(original)))) {
+  if (int e = platform::makeFolders(accepted->original)) {
     throw systemError(e, "Cannot create " + std::string(paths::parent(original)));
   }
 
@@ -1083,7 +1115,7 @@ Entry putBack(const Entry& entry, const Locations& places) {
   if (int e = journal.intendPutBack(updated.id, *updated.putBackAt)) {
     throw systemError(e, "Cannot write " + journalFile(places));
   }
-  std::string failure = platform::moveOutOfTrash(trash, original);
+  std::string failure = platform::moveOutOfTrash(trash, accepted->original);
   if (!failure.empty()) {
     journal.recordPutBack(updated.id, false);
     try {

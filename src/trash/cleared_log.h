@@ -12,6 +12,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/core.h"
@@ -110,16 +111,23 @@ class Journal {
   std::unique_ptr<State> state_;
 };
 
-bool isAllowed(const std::string& trashPath, const std::string& originalPath,
-               const std::string& home);
-// 0: in the Trash, 1: put back, 2: no longer in the Trash. "In the Trash" is the very test Put
-// Back makes, so the two never disagree.
-int status(const Entry& entry);
-// Status as a person reads it: "In the Trash", "Put back <date>", "Trash emptied".
-std::string statusText(const Entry& entry);
+// The location rule of Put Back: the Trash path names an item of one of this user's real Trash
+// folders, and the original place is one a move accepts (Ownership::placeOf: in the home, or in
+// a place of the user's that may be used, such as a Downloads that is a link to a folder of
+// theirs elsewhere), with no link below that place.
+bool isAllowed(const Entry& entry, const Locations& places);
+// 0: in the Trash and Put Back possible, 1: put back, 2: no longer in the Trash, 3: in the
+// Trash, but its original place is not one Put Back accepts (an app from /Applications). "In
+// the Trash" and the location rule are the very tests Put Back makes, so the two never disagree.
+int status(const Entry& entry, const Locations& places);
+inline constexpr std::string_view kPutBackByHand = "In the Trash; put back by hand";
+// Status as a person reads it: "In the Trash", "Put back <date>", "Trash emptied", or
+// kPutBackByHand.
+std::string statusText(const Entry& entry, const Locations& places);
 
 // Moves the item back and records when; throws PutBackError (or std::system_error when the
-// parent folder cannot be made or the log cannot be written after the move).
+// parent folder cannot be made or the log cannot be written after the move). Refuses
+// (moveFailed, with Ownership::refusalToMove's text) in a home of another user.
 Entry putBack(const Entry& entry, const Locations& places);
 
 }  // namespace dw::ClearedLog

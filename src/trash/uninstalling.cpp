@@ -5,7 +5,6 @@
 #include "base/paths.h"
 #include "base/uuid.h"
 #include "findings/size_text.h"
-#include "measure/disk_sizer.h"
 #include "platform/desktop.h"
 #include "scanners/uninstaller/app_uninstaller.h"
 
@@ -43,7 +42,9 @@ UninstallOutcome uninstallApp(const AppUninstaller::AppRecord& app, const Locati
     result.stopped = true;
     return result;
   }
-  if (!stillTheListedBundle(app, places)) {
+  struct stat bundle {};
+  if (!stillTheListedBundle(app, places) || ::lstat(app.bundlePath.c_str(), &bundle) != 0 ||
+      bundle.st_ino != app.ino) {
     result.stayed.push_back(noLongerAllowed(app.name));
     return result;
   }
@@ -52,7 +53,8 @@ UninstallOutcome uninstallApp(const AppUninstaller::AppRecord& app, const Locati
   const bool ownData =
       app.kind != AppUninstaller::AppRecord::Kind::bundle ||
       AppUninstaller::ownsItsData(app, {.claims = AppUninstaller::identifierClaims(places)});
-  auto failure = moveOne({app.bundlePath, app.bundleBytes, "app", app.name}, places, result.moves);
+  auto failure = moveOne({app.bundlePath, app.bundleBytes, "app", app.name, identityOf(bundle), {}},
+                         places, result.moves);
   progressed(1, app.name);
   if (failure) {
     // The app stays installed, so its data stays with it.
@@ -74,16 +76,16 @@ UninstallOutcome uninstallApp(const AppUninstaller::AppRecord& app, const Locati
       break;
     }
     std::string name(paths::lastComponent(path));
+    // What moves now, not what the listing saw, and only the item measured.
+    std::optional<Measured> now;
+    if (ownData && AppUninstaller::stillRelatedTo(path, app, places)) now = measureForMove(path);
     if (!ownData) {
       result.stayed.push_back(name + " (" + std::string(kSharedWithAnotherApp) + ")");
-    } else if (!AppUninstaller::stillRelatedTo(path, app, places)) {
+    } else if (!now) {
       result.stayed.push_back(noLongerAllowed(name));
-    } else {
-      // What moves now, not what the listing saw.
-      std::int64_t bytes = DiskSizer::measure(path).bytes;
-      if (auto f = moveOne({path, bytes, "app-data", name}, places, result.moves)) {
-        result.stayed.push_back(name + " (" + f->reason + ")");
-      }
+    } else if (auto f = moveOne({path, now->bytes, "app-data", name, now->identity, {}}, places,
+                                result.moves)) {
+      result.stayed.push_back(name + " (" + f->reason + ")");
     }
     progressed(++done, name);
   }

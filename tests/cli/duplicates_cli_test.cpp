@@ -5,10 +5,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
 
 #include "base/json.h"
 #include "support/command.h"
 #include "support/home_builder.h"
+#include "support/mounts.h"
 #include "support/temp_dir.h"
 
 namespace dw {
@@ -116,6 +120,73 @@ TEST_F(DuplicatesCli, ClearLeavesOneCopyOfEachAndLogsTheRest) {
     EXPECT_EQ(back.status, 0) << back.err;
   }
   EXPECT_EQ(test::snapshot(mac.home()), before);
+}
+
+// One file reached by two paths is one file: through a Pictures that is a link to Downloads or
+// a bind mount of it, a Music folder that user-dirs.dirs puts inside Downloads, a hard link. It
+// is never listed as a copy of itself, and a clear leaves it where it is; a real copy beside it
+// makes a group of two, counted once.
+TEST(DuplicatesIdentityCli, AFileIsNeverACopyOfItself) {
+  constexpr std::int64_t kMiB = 1'048'576;
+  test::TempHome trashHome;
+  for (Locations::Layout layout : {Locations::Layout::macos, Locations::Layout::linux}) {
+    test::HomeBuilder tree(layout);
+    const bool mac = layout == Locations::Layout::macos;
+    auto run = [&](std::vector<std::string> extra) {
+      std::vector<std::string> args{
+          "duplicates",           "--root", tree.root(), "--home", tree.home(), "--layout",
+          mac ? "macos" : "linux"};
+      args.insert(args.end(), extra.begin(), extra.end());
+      return test::dustwhale(args);
+    };
+    auto groups = [&] {
+      auto out = json::parse(run({"--json"}).out);
+      return out ? out->find("groups")->array().size() : 99u;
+    };
+    const std::string downloads = tree.inHome("Downloads");
+    test::writeSized(downloads + "/only.bin", 2 * kMiB, 'o');
+    test::writeSized(downloads + "/Music/song.flac", 2 * kMiB, 's');
+    test::writeSized(downloads + "/linked.bin", 2 * kMiB, 'l');
+    ASSERT_EQ(::link((downloads + "/linked.bin").c_str(), (downloads + "/linked too.bin").c_str()),
+              0);
+    std::filesystem::remove_all(tree.inHome("Pictures"));
+    std::filesystem::remove_all(tree.inHome("Music"));
+    if (mac) {
+      tree.symlink(downloads, tree.inHome("Pictures"));
+      tree.symlink(downloads + "/Music", tree.inHome("Music"));
+    } else {
+      tree.userDirs({{"PICTURES", "$HOME/Downloads"}, {"MUSIC", "$HOME/Downloads/Music"}});
+    }
+    const auto before = test::snapshot(tree.root());
+    SCOPED_TRACE(mac ? "macos" : "linux");
+    EXPECT_EQ(groups(), 0u);
+    auto clear = run({"--clear", "--yes"});
+    EXPECT_EQ(clear.status, 0) << clear.err;
+    EXPECT_EQ(clear.out, "No duplicates found in the chosen folders.\n");
+    EXPECT_EQ(test::snapshot(tree.root()), before);
+
+    // Pictures as a bind mount of Downloads: the same folder by another path.
+    if (mac) {
+      std::filesystem::remove(tree.inHome("Pictures"));
+      tree.folder(tree.inHome("Pictures"));
+      test::ScopedBindMount bind(downloads, tree.inHome("Pictures"));
+      if (bind.mounted()) {
+        EXPECT_EQ(groups(), 0u);
+        EXPECT_EQ(run({"--clear", "--yes"}).out, "No duplicates found in the chosen folders.\n");
+        EXPECT_EQ(test::snapshot(downloads), test::snapshot(tree.inHome("Pictures")));
+      }
+    }
+
+    // A real copy beside the hard-linked file: two copies, one of them to move.
+    test::writeSized(tree.inHome("Videos/linked copy.bin"), 2 * kMiB, 'l');
+    test::writeSized(tree.inHome("Movies/linked copy.bin"), 2 * kMiB, 'l');
+    auto listed = json::parse(run({"--json"}).out);
+    ASSERT_TRUE(listed);
+    ASSERT_EQ(listed->find("groups")->array().size(), 1u);
+    EXPECT_EQ(listed->find("groups")->array()[0].find("files")->array().size(), 2u);
+    EXPECT_THAT(run({"--clear", "--dry-run"}).out,
+                HasSubstr("To move to the Trash: 1 copy · 2 MB"));
+  }
 }
 
 }  // namespace

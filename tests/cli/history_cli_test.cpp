@@ -21,7 +21,10 @@ TEST(HistoryCli, FinishesAnInterruptedClearAndNamesUnreadableRecords) {
   // A clear that moved its item and was gone before writing the log: only the journal knows.
   Clearing::Outcome outcome;
   outcome.sessionID = "0E984725-C51C-4BF4-9960-E1C80E27ABA0";
-  ASSERT_FALSE(Clearing::moveOne({home / "Downloads/a.iso", 1, "file", "a.iso"}, places, outcome));
+  const std::string item = home / "Downloads/a.iso";
+  ASSERT_FALSE(Clearing::moveOne(
+      {item, 1, "file", "a.iso", Clearing::measureForMove(item).value().identity, {}}, places,
+      outcome));
   EXPECT_FALSE(test::exists(places.logFile));
 
   test::CommandResult shown = test::dustwhale({"history"});

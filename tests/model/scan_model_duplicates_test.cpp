@@ -6,7 +6,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
+#include <memory>
+
 #include "model/scan_model.h"
+#include "platform/linux/syscalls.h"
 #include "support/home_builder.h"
 #include "support/model_fixture.h"
 #include "support/temp_dir.h"
@@ -199,6 +203,37 @@ TEST_F(DuplicateFlowTest, ACopyChangedOrAKeptCopyGoneSinceTheSearchIsRefused) {
   EXPECT_TRUE(test::exists(b2));
   EXPECT_EQ(model->message(), "Nothing was moved to the Trash.");
   (void)a1;
+}
+
+TEST_F(DuplicateFlowTest, TheKeptCopyIsCheckedAgainBeforeEveryMove) {
+  // Three copies; the kept one (the newest) leaves while the first extra copy moves.
+  std::string kept = copy("Downloads/a", 2 * kMiB, 'a', 3000);
+  std::string first = copy("Movies/a", 2 * kMiB, 'a', 2000);
+  std::string second = copy("Pictures/a", 2 * kMiB, 'a', 1000);
+  search();
+  ASSERT_EQ(model->duplicateGroups().size(), 1u);
+  ASSERT_EQ(model->duplicateKeepPath().begin()->second, kept);
+  model->selectExtraCopies();
+  test::TempDir elsewhere;
+  platform::sys::setFaultHook(
+      [&, done = false](platform::sys::Step step, const std::string& path) mutable {
+        if (step == platform::sys::Step::rename && path == first && !done) {
+          done = true;
+          std::filesystem::rename(kept, elsewhere / "a");
+        }
+        return 0;
+      });
+  std::shared_ptr<void> reset(nullptr, [](void*) { platform::sys::setFaultHook({}); });
+  model->clearDuplicates();
+  dispatcher.runAll();
+  // The second copy is then the only one outside the Trash: it stays.
+  EXPECT_FALSE(test::exists(first));
+  EXPECT_TRUE(test::exists(second));
+  EXPECT_EQ(model->message(),
+            "Some copies stayed in place: a (no longer allowed). Up to 2 MB moved to the Trash. "
+            "Empty the Trash to get the space back.");
+  ASSERT_EQ(model->clearedEntries().size(), 1u);
+  EXPECT_EQ(model->clearedEntries()[0].originalPath, first);
 }
 
 }  // namespace

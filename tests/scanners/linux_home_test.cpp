@@ -11,6 +11,7 @@
 #include "scanners/duplicates/duplicate_scanner.h"
 #include "scanners/largefiles/large_files_scanner.h"
 #include "support/home_builder.h"
+#include "support/linux_tools.h"
 #include "support/temp_dir.h"
 #include "support/test_workspace.h"
 
@@ -92,7 +93,7 @@ TEST(LinuxHome, CachesInDotCacheAreNamedMeasuredAndOnlyTheRebuildableOnesListed)
 TEST(LinuxHome, ACacheARunningProgramHoldsOpenIsListedButNotChosen) {
   test::HomeBuilder b(kLinux);
   std::string thumbs = b.cache("thumbnails", 60 * MB);
-  std::string held = b.cache("JetBrains/IdeaIC2024.1", 70 * MB) + "/filler.bin";
+  std::string held = b.cache("ms-playwright/chromium-1134", 70 * MB) + "/filler.bin";
   std::string cargo = b.folderOfSize(b.inHome(".cargo/registry/cache"), 60 * MB);
   Locations places = b.locations();
 
@@ -116,7 +117,7 @@ TEST(LinuxHome, ACacheARunningProgramHoldsOpenIsListedButNotChosen) {
   test::TestWorkspace workspace;
   Findings found = scanAll(places, workspace);
   EXPECT_EQ(lines(found),
-            "JetBrains IDE caches 70\n"
+            "Playwright browsers 70\n"
             "Thumbnails 60 +selected\n"
             "Cargo downloads 60\n");
   EXPECT_EQ(found[0].note, "In use by Firefox. Quit it before clearing this cache.");
@@ -128,7 +129,7 @@ TEST(LinuxHome, ACacheARunningProgramHoldsOpenIsListedButNotChosen) {
   tool.stop();
   found = scanAll(places, workspace);
   EXPECT_EQ(lines(found),
-            "JetBrains IDE caches 70 +selected\n"
+            "Playwright browsers 70 +selected\n"
             "Thumbnails 60 +selected\n"
             "Cargo downloads 60 +selected\n");
   EXPECT_EQ(found[0].note, kLibraryNote);
@@ -139,16 +140,27 @@ TEST(LinuxHome, ACacheOfARunningBrowserOrToolIsNotChosenEvenWithNothingHeldOpen)
   b.cache("mozilla/firefox/abcd.default-release/cache2", 60 * MB);
   b.cache("vscode-cpptools/ipch", 55 * MB);
   b.cache("thunderbird", 52 * MB);
+  test::electronApp(b, "Slack", {{"Cache", 30 * MB}});
+  test::steamShaders(b, b.inHome(".local/share/Steam/steamapps/shadercache"), 20 * MB);
   Locations places = b.locations();
   test::TestWorkspace workspace;
+  auto inUseNotes = [&](const Findings& found) {
+    std::string notes;
+    for (const CacheFinding& f : found)
+      notes += f.note.starts_with("In use by ") ? f.note + "\n" : "";
+    return notes;
+  };
   Findings before = scanAll(places, workspace);
   ASSERT_EQ(lines(before),
             "Firefox cache 60 +selected\nVS Code C/C++ index 55 +selected\n"
-            "Thunderbird cache 52 +selected\n");
+            "Thunderbird cache 52 +selected\nSlack web cache 30\nSteam shader cache 20\n");
+  ASSERT_EQ(inUseNotes(before), "");
 
-  // Firefox and VS Code run and hold nothing of their caches open at this moment.
+  // Firefox, VS Code, Slack and Steam run and hold nothing of their caches open at this moment.
   test::RunningProgram firefox("firefox-esr");
   test::RunningProgram code("code");
+  test::RunningProgram slack("slack");
+  test::RunningProgram steam("steam");
   auto inUse = [&] {
     std::set<std::string> programs;
     for (const auto& held : CacheScanner::cachesInUse(places))
@@ -157,16 +169,20 @@ TEST(LinuxHome, ACacheOfARunningBrowserOrToolIsNotChosenEvenWithNothingHeldOpen)
   };
   ASSERT_TRUE(test::eventually(
       [&] {
-        return inUse() == std::set<std::string>{"Firefox", "Visual Studio Code"};
+        return inUse() ==
+               std::set<std::string>{"Firefox", "Visual Studio Code", "Slack", "Steam"};
       },
       5s))
       << ::testing::PrintToString(inUse());
   Findings found = scanAll(places, workspace);
   EXPECT_EQ(lines(found),
             "Firefox cache 60\nVS Code C/C++ index 55\n"
-            "Thunderbird cache 52 +selected\n");
-  EXPECT_EQ(found[0].note, "In use by Firefox. Quit it before clearing this cache.");
-  EXPECT_EQ(found[1].note, "In use by Visual Studio Code. Quit it before clearing this cache.");
+            "Thunderbird cache 52 +selected\nSlack web cache 30\nSteam shader cache 20\n");
+  EXPECT_EQ(inUseNotes(found),
+            "In use by Firefox. Quit it before clearing this cache.\n"
+            "In use by Visual Studio Code. Quit it before clearing this cache.\n"
+            "In use by Slack. Quit it before clearing this cache.\n"
+            "In use by Steam. Quit it before clearing this cache.\n");
   EXPECT_TRUE(found[0].removable) << "the user may still choose it";
 
   // The same programs on a Mac-shaped home: their caches under their identifiers.

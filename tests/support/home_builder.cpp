@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <memory>
 #include <stdexcept>
 #include <thread>
 
@@ -205,12 +206,17 @@ std::string HomeBuilder::preference(const std::string& bundleID) {
 std::optional<std::string> HomeBuilder::runUnprivileged(const std::function<std::string()>& fn) {
   if (::geteuid() != 0) return fn();
   // The whole temporary tree goes to the unprivileged user, so that only the folders made
-  // unreadable on purpose stay closed to it.
-  std::error_code ec;
-  ::lchown(dir_.path().c_str(), kNobody, kNobody);
-  for (auto it = fs::recursive_directory_iterator(dir_.path(), ec);
-       !ec && it != fs::recursive_directory_iterator(); it.increment(ec))
-    ::lchown(it->path().c_str(), kNobody, kNobody);
+  // unreadable on purpose stay closed to it; and back afterwards, so that the test's own user
+  // still owns what it built (only the user's own items are ever offered).
+  auto giveTree = [this](uid_t user, gid_t group) {
+    std::error_code ec;
+    ::lchown(dir_.path().c_str(), user, group);
+    for (auto it = fs::recursive_directory_iterator(dir_.path(), ec);
+         !ec && it != fs::recursive_directory_iterator(); it.increment(ec))
+      ::lchown(it->path().c_str(), user, group);
+  };
+  giveTree(kNobody, kNobody);
+  std::shared_ptr<void> giveBack(nullptr, [&](void*) { giveTree(::geteuid(), ::getegid()); });
 
   return runAsNobody(fn);
 }

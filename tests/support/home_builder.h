@@ -77,7 +77,8 @@ class HomeBuilder {
   std::string preference(const std::string& bundleID);
 
   // Runs fn in a child process as an unprivileged user, so that folders with no permissions
-  // really cannot be read (root reads them anyway). Gives the tree to that user first. Returns
+  // really cannot be read (root reads them anyway). Gives the tree to that user first, and back
+  // to this process's user afterwards. Returns
   // what fn returned, or nullopt when the child failed. Without root, fn runs in this process.
   std::optional<std::string> runUnprivileged(const std::function<std::string()>& fn);
 

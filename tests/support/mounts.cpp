@@ -42,6 +42,16 @@ ScopedTmpfs::~ScopedTmpfs() {
   if (mounted()) ::umount2(point_.c_str(), MNT_DETACH);
 }
 
+ScopedBindMount::ScopedBindMount(const std::string& from, std::string at) : at_(std::move(at)) {
+  if (::mount(from.c_str(), at_.c_str(), nullptr, MS_BIND, nullptr) != 0) {
+    error_ = std::string("cannot bind-mount a folder here: ") + std::strerror(errno);
+  }
+}
+
+ScopedBindMount::~ScopedBindMount() {
+  if (mounted()) ::umount2(at_.c_str(), MNT_DETACH);
+}
+
 ScopedImmutable::ScopedImmutable(std::string path) : path_(std::move(path)) {
   if (int e = changeImmutable(path_, true)) {
     error_ = std::string("cannot make a folder immutable here: ") + std::strerror(e);
@@ -61,6 +71,9 @@ namespace dw::test {
 ScopedTmpfs::ScopedTmpfs(std::string mountPoint, unsigned long)
     : point_(std::move(mountPoint)), error_("tmpfs mounts are a Linux test fixture") {}
 ScopedTmpfs::~ScopedTmpfs() = default;
+ScopedBindMount::ScopedBindMount(const std::string&, std::string at)
+    : at_(std::move(at)), error_("bind mounts are a Linux test fixture") {}
+ScopedBindMount::~ScopedBindMount() = default;
 ScopedImmutable::ScopedImmutable(std::string path)
     : path_(std::move(path)), error_("the immutable flag is a Linux test fixture") {}
 ScopedImmutable::~ScopedImmutable() = default;

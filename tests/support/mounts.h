@@ -1,6 +1,7 @@
 #pragma once
-// File-system conditions that only root can set up: a second file system (tmpfs) and an
-// immutable folder. Each reports why it could not be set up, so a test can skip with a reason.
+// File-system conditions that only root can set up: a second file system (tmpfs), a bind mount
+// and an immutable folder. Each reports why it could not be set up, so a test can skip with a
+// reason.
 
 #include <string>
 
@@ -20,6 +21,23 @@ class ScopedTmpfs {
 
  private:
   std::string point_;
+  std::string error_;
+};
+
+// The folder `from` mounted again at the existing folder `at` (mount --bind) for the life of
+// the object: one folder reached by two paths, each with its own mount.
+class ScopedBindMount {
+ public:
+  ScopedBindMount(const std::string& from, std::string at);
+  ~ScopedBindMount();
+  ScopedBindMount(const ScopedBindMount&) = delete;
+  ScopedBindMount& operator=(const ScopedBindMount&) = delete;
+
+  bool mounted() const { return error_.empty(); }
+  const std::string& error() const { return error_; }
+
+ private:
+  std::string at_;
   std::string error_;
 };
 

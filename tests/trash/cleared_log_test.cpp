@@ -203,7 +203,7 @@ struct PutBackTest : ClearedLogFiles {
 
 TEST_F(PutBackTest, RestoresTheItemAndRecordsWhen) {
   Entry notes = cleared("docs/deep/er/notes.txt", "notes");
-  EXPECT_EQ(statusText(notes), "In the Trash");
+  EXPECT_EQ(statusText(notes, places), "In the Trash");
   // The folders it lived in go to the Trash as well: Put Back makes the chain again.
   Entry docs = cleared("docs");
   Entry back = putBack(notes, places);
@@ -212,10 +212,10 @@ TEST_F(PutBackTest, RestoresTheItemAndRecordsWhen) {
   ASSERT_TRUE(back.putBackAt);
   // Equal as the log holds them: dates are stored to a fraction of a microsecond.
   EXPECT_EQ(encode(load(places)), encode({docs, back}));
-  EXPECT_EQ(statusText(back), "Put back " + timefmt::localDateTime(*back.putBackAt));
+  EXPECT_EQ(statusText(back, places), "Put back " + timefmt::localDateTime(*back.putBackAt));
   EXPECT_EQ(refused(back, Kind::alreadyPutBack), "This item was already put back.");
   // A stale copy of the record: the item is no longer in the Trash.
-  EXPECT_EQ(statusText(notes), "Trash emptied");
+  EXPECT_EQ(statusText(notes, places), "Trash emptied");
   EXPECT_EQ(refused(notes, Kind::notInTrash),
             "This item is no longer in the Trash (it may have been emptied).");
 
@@ -226,7 +226,7 @@ TEST_F(PutBackTest, RestoresTheItemAndRecordsWhen) {
       home.trashInfo() + "/moved.txt.trashinfo",
       "[Trash Info]\nPath=" + home / "elsewhere.txt" + "\nDeletionDate=2026-01-01T00:00:00\n");
   for (const Entry& e : {gone, moved}) {
-    EXPECT_EQ(status(e), 2);
+    EXPECT_EQ(status(e, places), 2);
     refused(e, Kind::notInTrash);
   }
 
@@ -311,7 +311,7 @@ TEST_F(PutBackTest, FailuresAfterTheChecksAreReported) {
   test::ScopedImmutable frozen(fs::path(places.logFile).parent_path());
   if (!frozen.set()) GTEST_SKIP() << frozen.error();
   EXPECT_THROW(putBack(d, places), std::system_error);
-  EXPECT_EQ(statusText(d), "In the Trash");
+  EXPECT_EQ(statusText(d, places), "In the Trash");
 }
 
 #endif  // __linux__

@@ -39,11 +39,18 @@ struct CrashTest : ::testing::Test {
   void SetUp() override { writeFile(item, "frames"); }
   void TearDown() override { sys::setFaultHook({}); }
 
+  // The item as a scan lists it: with its identity.
+  static MoveRequest listed(const std::string& path, std::int64_t bytes, const std::string& kind,
+                            const std::string& name) {
+    std::optional<Measured> now = measureForMove(path);
+    return {path, bytes, kind, name, now ? now->identity : FileIdentity{}, {}};
+  }
+
   // Moves the item as a clear does: one move, then the log written at completion.
   void clear() {
     Outcome outcome;
     outcome.sessionID = "0E984725-C51C-4BF4-9960-E1C80E27ABA0";
-    moveOne({item, 6, "file", "movie.mkv"}, places, outcome);
+    moveOne(listed(item, 6, "file", "movie.mkv"), places, outcome);
     ClearedLog::append(outcome.entries, places);
   }
 
@@ -91,7 +98,7 @@ struct CrashTest : ::testing::Test {
       ASSERT_EQ(entries.size(), 1u);
       EXPECT_FALSE(entries[0].putBackAt);
       EXPECT_EQ(readFile(entries[0].trashPath), "frames");
-      EXPECT_EQ(ClearedLog::statusText(entries[0]), "In the Trash");
+      EXPECT_EQ(ClearedLog::statusText(entries[0], places), "In the Trash");
     }
   }
 
@@ -160,7 +167,7 @@ TEST_F(CrashTest, RecoveryKeepsARecordThatNoRecentIntentOfOursWrote) {
             "[Trash Info]\nPath=" + item + "\nDeletionDate=2020-01-01T00:00:00\n");
   Outcome outcome;
   outcome.sessionID = "0E984725-C51C-4BF4-9960-E1C80E27ABA0";
-  ASSERT_FALSE(moveOne({item, 6, "file", "movie.mkv"}, places, outcome));
+  ASSERT_FALSE(moveOne(listed(item, 6, "file", "movie.mkv"), places, outcome));
   EXPECT_EQ(outcome.entries.at(0).trashPath, home.trashFiles() + "/movie 2.mkv");
   ClearedLog::recover(places);
   EXPECT_TRUE(exists(home.trashInfo() + "/movie.mkv.trashinfo"));
@@ -190,7 +197,7 @@ TEST_F(SwapTest, AFolderSwappedForALinkNeverRedirectsAClearOrAPutBack) {
 
   // The item's folder, after it was opened: the item moves from the folder that was checked.
   swapAt(sys::Step::rename, home / "Downloads");
-  EXPECT_FALSE(moveOne({item, 6, "file", "movie.mkv"}, places, outcome));
+  EXPECT_FALSE(moveOne(listed(item, 6, "file", "movie.mkv"), places, outcome));
   EXPECT_EQ(readFile(home.trashFiles() + "/movie.mkv"), "frames");
   EXPECT_EQ(snapshot(outside.path()), empty);
 
@@ -199,7 +206,8 @@ TEST_F(SwapTest, AFolderSwappedForALinkNeverRedirectsAClearOrAPutBack) {
   fs::remove(home / "Downloads.real");
   writeFile(item, "frames");
   swapAt(sys::Step::openFolder, home / "Downloads");
-  std::optional<MoveFailure> refused = moveOne({item, 6, "file", "movie.mkv"}, places, outcome);
+  std::optional<MoveFailure> refused =
+      moveOne(listed(item, 6, "file", "movie.mkv"), places, outcome);
   ASSERT_TRUE(refused);
   EXPECT_EQ(readFile(home / "Downloads.real/movie.mkv"), "frames");
   EXPECT_EQ(snapshot(outside.path()), empty);
@@ -208,7 +216,7 @@ TEST_F(SwapTest, AFolderSwappedForALinkNeverRedirectsAClearOrAPutBack) {
 
   // The Trash's files folder: the item lands in the Trash that was checked.
   swapAt(sys::Step::rename, home.trashFiles());
-  EXPECT_FALSE(moveOne({item, 6, "file", "movie.mkv"}, places, outcome));
+  EXPECT_FALSE(moveOne(listed(item, 6, "file", "movie.mkv"), places, outcome));
   EXPECT_EQ(readFile(home.trashFiles() + ".real/movie 2.mkv"), "frames");
   EXPECT_EQ(snapshot(outside.path()), empty);
   fs::remove(home.trashFiles());
@@ -236,40 +244,44 @@ std::vector<std::string> named(const std::string& folder, const std::string& pre
 }
 
 TEST_F(CrashTest, AJournalThatCannotBeReadIsKeptUntilItCanBeMerged) {
-  // A run under sudo moved the item and left its journal, root's own and unreadable to the
-  // user, in the user's folder; the lock file and the folder are the user's.
+  // A move left its journal, and the journal cannot be read by its user now (its permissions
+  // taken away, or restored from a backup under another owner). Everything else is the user's.
   Outcome outcome;
   outcome.sessionID = "0E984725-C51C-4BF4-9960-E1C80E27ABA0";
-  ASSERT_FALSE(moveOne({item, 6, "file", "movie.mkv"}, places, outcome));
+  ASSERT_FALSE(moveOne(listed(item, 6, "file", "movie.mkv"), places, outcome));
   const std::string folder = fs::path(places.logFile).parent_path();
   const std::string bytes = readFile(journal);
-  ASSERT_EQ(::chmod(journal.c_str(), 0600), 0);
-  for (const std::string& path : {home.path(), home / ".local", home / ".local/share"})
-    ::chmod(path.c_str(), 0755);
-  ::chown(folder.c_str(), kNobodyUid, kNobodyUid);
-  ::chown((places.logFile + ".lock").c_str(), kNobodyUid, kNobodyUid);
+  ::chown(home.path().c_str(), kNobodyUid, kNobodyUid);
+  for (const auto& e : fs::recursive_directory_iterator(home.path()))
+    ::lchown(e.path().c_str(), kNobodyUid, kNobodyUid);
+  ASSERT_EQ(::chmod(journal.c_str(), 0), 0);
+  auto recoverAsUser = [&] {
+    return runAsNobody([&] {
+      ClearedLog::recover(places);
+      std::string notes;
+      for (const std::string& note : ClearedLog::read(places).journalNotes)
+        notes += note + "\n";
+      return notes;
+    });
+  };
 
-  auto seen = runAsNobody([&] {
-    ClearedLog::recover(places);
-    std::string notes;
-    for (const std::string& note : ClearedLog::read(places).journalNotes)
-      notes += note + "\n";
-    return notes;
-  });
+  auto seen = recoverAsUser();
   ASSERT_TRUE(seen) << "the user's recovery failed";
   EXPECT_FALSE(exists(journal));
   std::vector<std::string> kept = named(folder, "cleared.journal.unread-");
   ASSERT_EQ(kept.size(), 1u) << "the journal was dropped unread";
+  ASSERT_EQ(::chmod(kept[0].c_str(), 0600), 0);
   EXPECT_EQ(readFile(kept[0]), bytes);
+  ASSERT_EQ(::chmod(kept[0].c_str(), 0), 0);
   EXPECT_EQ(*seen, "A journal of moves that could not be read is kept beside the log as " +
                        kept[0] + "; it is merged once it can be read.\n");
 
-  // Whoever can read it merges it, and only then does it go.
-  ClearedLog::recover(places);
+  // Once it can be read, the next start merges it, and only then does it go.
+  ASSERT_EQ(::chmod(kept[0].c_str(), 0600), 0);
+  EXPECT_EQ(recoverAsUser(), "");
   ASSERT_EQ(ClearedLog::load(places).size(), 1u);
   EXPECT_EQ(ClearedLog::load(places)[0].originalPath, item);
   EXPECT_FALSE(exists(kept[0]));
-  EXPECT_TRUE(ClearedLog::read(places).journalNotes.empty());
 }
 
 TEST_F(CrashTest, AJournalCutInsideARecordLosesNothingReadable) {
@@ -279,8 +291,8 @@ TEST_F(CrashTest, AJournalCutInsideARecordLosesNothingReadable) {
   outcome.sessionID = "0E984725-C51C-4BF4-9960-E1C80E27ABA0";
   std::string second = home / "Downloads/show.mkv";
   writeFile(second, "more frames");
-  ASSERT_FALSE(moveOne({item, 6, "file", "movie.mkv"}, places, outcome));
-  ASSERT_FALSE(moveOne({second, 11, "file", "show.mkv"}, places, outcome));
+  ASSERT_FALSE(moveOne(listed(item, 6, "file", "movie.mkv"), places, outcome));
+  ASSERT_FALSE(moveOne(listed(second, 11, "file", "show.mkv"), places, outcome));
   std::vector<std::string> lines;
   std::string text = readFile(journal);
   for (size_t at = 0; at < text.size();) {
@@ -299,7 +311,7 @@ TEST_F(CrashTest, AJournalCutInsideARecordLosesNothingReadable) {
   ASSERT_EQ(entries.size(), 2u);
   EXPECT_EQ(entries[0].originalPath, second);
   EXPECT_EQ(entries[0].bytes, 11);
-  EXPECT_EQ(ClearedLog::statusText(entries[0]), "In the Trash");
+  EXPECT_EQ(ClearedLog::statusText(entries[0], places), "In the Trash");
   EXPECT_EQ(entries[1].originalPath, item);
   // What could not be read whole is kept as it was, and history says where.
   EXPECT_FALSE(exists(journal));
@@ -333,7 +345,7 @@ TEST_F(CrashTest, ACopyOfTheLogLeftByAKillIsCleanedAtTheNextStart) {
     });
     Outcome outcome;
     outcome.sessionID = "0E984725-C51C-4BF4-9960-E1C80E27ABA0";
-    moveOne({second, 11, "file", "show.mkv"}, places, outcome);
+    moveOne(listed(second, 11, "file", "show.mkv"), places, outcome);
     ClearedLog::append(outcome.entries, places);
   });
   EXPECT_FALSE(finished);
@@ -364,7 +376,7 @@ TEST_F(CrashTest, OwnGroundNeverMoves) {
        {places.logFile, data, home / ".local/share", home.trashFiles(),
         home.trashFiles() + "/movie.mkv", home.trashInfo(), home / ".local", places.defaultsFile}) {
     writeFile(places.defaultsFile, "{}");
-    std::optional<MoveFailure> refused = moveOne({own, 1, "cache", "own"}, places, outcome);
+    std::optional<MoveFailure> refused = moveOne(listed(own, 1, "cache", "own"), places, outcome);
     ASSERT_TRUE(refused) << own;
     EXPECT_EQ(refused->reason, kNoLongerAllowed);
     EXPECT_TRUE(exists(own)) << own;

@@ -15,6 +15,7 @@ namespace dw::platform::sys {
 
 enum class Step {
   openFolder,   // opening a folder without following links
+  checkItem,    // reading the item about to move through its open parent (content, size)
   makeFolder,   // mkdir of a Trash folder, or of a missing folder on the way back
   reserveInfo,  // O_CREAT|O_EXCL open of a .trashinfo
   writeInfo,    // writing its contents

@@ -32,6 +32,11 @@ std::vector<CacheFinding> scanDeveloperCaches(const Locations& places, SharedMea
 std::vector<CacheFinding> scanDeveloperCaches(const Locations& places,
                                               const std::vector<platform::HeldFile>& held,
                                               SharedMeasurer& measurer);
+// The caches Linux tools and apps keep outside ~/.cache (see ToolCaches): pnpm's store, Yarn's
+// cache, pipx's, Steam's shader caches, Electron apps' caches. Part of scanDeveloperCaches.
+std::vector<CacheFinding> scanToolCaches(const Locations& places,
+                                         const std::vector<platform::HeldFile>& held,
+                                         SharedMeasurer& measurer);
 // The folders whose open files the held-open rule needs: the cache folder and the developer
 // caches of this layout.
 std::vector<std::string> heldOpenFolders(const Locations& places);
@@ -62,7 +67,8 @@ bool isChromeFinding(const CacheFinding& finding, const Locations& places);
 // "Quit Chrome to clear its cache." and cannot be selected; otherwise it is a normal cache.
 void applyChromeRule(CacheFinding& finding, bool chromeRunning, const Locations& places);
 
-// The safe-location test that guards listing and every move of a cache.
+// The safe-location test that guards listing and every move of a cache (the user's own, in a
+// cache folder, never a user folder).
 bool isSafeCacheLocation(const std::string& path, const Locations& places);
 // A cache folder of a Chrome profile (profile/Cache, profile/Service Worker/CacheStorage, ...),
 // links resolved, outside Desktop, Documents and project folders.

@@ -14,6 +14,7 @@
 #include "scanners/app_bundles.h"
 #include "scanners/leftovers/leftover_scanner.h"
 #include "scanners/uninstaller/linux_apps.h"
+#include "scanners/uninstaller/user_folders.h"
 
 namespace dw::AppUninstaller {
 
@@ -297,6 +298,7 @@ void measure(std::vector<AppRecord>& records, SharedMeasurer& measurer) {
   for (const AppRecord& r : records) {
     if (r.kind != AppRecord::Kind::package) all.push_back(r.bundlePath);
     all.insert(all.end(), r.related.begin(), r.related.end());
+    all.insert(all.end(), r.userFolders.begin(), r.userFolders.end());
   }
   std::vector<DiskSizer::SizeReading> readings = measurer.measureAll(all);
   size_t next = 0;
@@ -308,6 +310,12 @@ void measure(std::vector<AppRecord>& records, SharedMeasurer& measurer) {
       r.relatedSizes.push_back(readings[next++].bytes);
       r.relatedBytes = checkedAdd(r.relatedBytes, r.relatedSizes.back());
     }
+    r.userFolderBytes = 0;
+    r.userFolderSizes.clear();
+    for (size_t i = 0; i < r.userFolders.size(); ++i) {
+      r.userFolderSizes.push_back(readings[next++].bytes);
+      r.userFolderBytes = checkedAdd(r.userFolderBytes, r.userFolderSizes.back());
+    }
   }
 }
 
@@ -316,6 +324,7 @@ std::optional<AppRecord> recordFor(const std::string& bundlePath, const Location
   std::optional<AppRecord> record = describe(bundlePath, places, surroundingsOf(places, workspace));
   if (!record) return std::nullopt;
   std::vector<AppRecord> one{std::move(*record)};
+  findUserFolders(one, places);
   measure(one, measurer);
   return std::move(one.front());
 }
@@ -338,13 +347,23 @@ std::vector<AppRecord> listApps(const Locations& places, const platform::Workspa
   throwIfCancelled(measurer.stopToken());
   for (AppRecord& r : describePackages(places))
     records.push_back(std::move(r));
+  findUserFolders(records, places);
+  throwIfCancelled(measurer.stopToken());
   measure(records, measurer);
   sortByTotal(records);
   return records;
 }
 
 std::int64_t totalBytes(const AppRecord& record) {
+  return checkedAdd(movedBytes(record), record.userFolderBytes);
+}
+
+std::int64_t movedBytes(const AppRecord& record) {
   return checkedAdd(record.bundleBytes, record.relatedBytes);
+}
+
+std::int64_t dataBytes(const AppRecord& record) {
+  return checkedAdd(record.relatedBytes, record.userFolderBytes);
 }
 
 std::optional<std::int64_t> relatedSize(const AppRecord& record, size_t index) {

@@ -27,6 +27,9 @@ inline constexpr std::string_view kRunningRow = "Open. Quit it before uninstalli
 inline constexpr std::string_view kFlatpakRow = "Flatpak app. Remove it with the software manager.";
 inline constexpr std::string_view kPackageRow =
     "System package. Remove it with the software manager.";
+// Above an app's own folders in the home (AppRecord::userFolders), which no uninstall moves.
+inline constexpr std::string_view kUserFoldersHeading =
+    "Stays: its data in your home (clear its caches in Caches)";
 // Joined after a row's opening words, hence the leading space. This is the Mac's wording; see
 // needsAdministratorRow for the one of the system the program runs on.
 inline constexpr std::string_view kNeedsAdministratorRow =
@@ -78,9 +81,9 @@ std::optional<AppRecord> identify(const std::string& path, const Locations& plac
 // Why path is no app to uninstall, as a sentence naming it and what it is ("~/bin/backup is a
 // script, not an app."); nullopt when it is an app or does not exist.
 std::optional<std::string> notAnApp(const std::string& path, const Locations& places);
-// Sets bundleBytes and relatedBytes: every bundle and related item measured concurrently (a
-// folder as a tree, a file by itself, an item that vanished as 0). A package's bundleBytes is
-// the package database's and stays as it is.
+// Sets bundleBytes, relatedBytes and userFolderBytes: every bundle, related item and user
+// folder measured concurrently (a folder as a tree, a file by itself, an item that vanished as
+// 0). A package's bundleBytes is the package database's and stays as it is.
 void measure(std::vector<AppRecord>& records, SharedMeasurer& measurer);
 // describe and measure for one bundle.
 std::optional<AppRecord> recordFor(const std::string& bundlePath, const Locations& places,
@@ -118,8 +121,13 @@ bool isRunningNow(const AppRecord& record, const platform::Workspace& workspace)
 // included) or inside the home's Applications folder, or inside one of the AppImage folders.
 bool isInApplications(const std::string& bundlePath, const Locations& places);
 
-// bundleBytes + relatedBytes; an overflow ends the program rather than show a wrong size.
+// bundleBytes + relatedBytes + userFolderBytes: all the app takes; an overflow ends the
+// program rather than show a wrong size.
 std::int64_t totalBytes(const AppRecord& record);
+// bundleBytes + relatedBytes: what an uninstall moves (the user folders stay).
+std::int64_t movedBytes(const AppRecord& record);
+// relatedBytes + userFolderBytes: the app's data, whether it moves with it or stays.
+std::int64_t dataBytes(const AppRecord& record);
 // The bytes of related[index] as the listing measured them; nothing for a record not measured.
 std::optional<std::int64_t> relatedSize(const AppRecord& record, size_t index);
 // Stable, largest total first.

@@ -198,7 +198,7 @@ QString AppBridge::confirmTitle() const {
 
 QString AppBridge::confirmSize() const {
   if (confirmingUninstall_ && model_->uninstallTarget()) {
-    return QString::fromStdString(sizeText(AppUninstaller::totalBytes(*model_->uninstallTarget())));
+    return QString::fromStdString(sizeText(AppUninstaller::movedBytes(*model_->uninstallTarget())));
   }
   return QString::fromStdString(sizeText(confirmItems_.totalBytes()));
 }
@@ -296,9 +296,12 @@ QVariantList AppBridge::clearedGroups() const {
   for (const auto& group : ClearedLog::groupBySession(model_->clearedEntries())) {
     QVariantList entries;
     for (const auto& e : group.entries) {
-      int status = ClearedLog::status(e);
+      int status = ClearedLog::status(e, model_->places());
       QString statusText;
-      if (status == 1) {
+      if (status == 3) {
+        statusText = QString::fromUtf8(ClearedLog::kPutBackByHand.data(),
+                                       static_cast<qsizetype>(ClearedLog::kPutBackByHand.size()));
+      } else if (status == 1) {
         statusText =
             e.putBackAt
                 ? "Put back " +
@@ -384,7 +387,7 @@ QVariantList AppBridge::cards() const {
 QString AppBridge::clearedTitle() const {
   std::int64_t bytes = 0;
   for (const auto& e : model_->clearedEntries()) {
-    if (ClearedLog::status(e) == 0) bytes += e.bytes;
+    if (ClearedLog::status(e, model_->places()) == 0) bytes += e.bytes;
   }
   return QString::fromStdString(sizeText(bytes) + " moved to the Trash");
 }

@@ -69,7 +69,7 @@ QVariant AppListModel::data(const QModelIndex& index, int role) const {
       return QString::fromStdString(sizeText(AppUninstaller::totalBytes(app)));
     case DetailRole:
       return QString::fromStdString("App " + sizeText(app.bundleBytes) + " · related " +
-                                    sizeText(app.relatedBytes));
+                                    sizeText(AppUninstaller::dataBytes(app)));
     case RowTextRole:
       return QString::fromStdString(needsAdmin ? AppUninstaller::stayedForAdministratorRow()
                                                : AppUninstaller::rowText(app));
@@ -173,6 +173,20 @@ QVariantList AppListModel::currentItems() const {
     out.append(QVariantMap{{"name", name(path)},
                            {"place", place(path)},
                            {"size", size(AppUninstaller::relatedSize(*app, i))}});
+  }
+  // Its folders in the home stay whatever happens to the app; the first says so.
+  for (size_t i = 0; i < app->userFolders.size(); ++i) {
+    const std::string& path = app->userFolders[i];
+    std::optional<std::int64_t> bytes;
+    if (i < app->userFolderSizes.size()) bytes = app->userFolderSizes[i];
+    out.append(QVariantMap{
+        {"name", name(path)},
+        {"place", place(path)},
+        {"size", size(bytes)},
+        {"heading", i == 0 ? QString::fromUtf8(
+                                 AppUninstaller::kUserFoldersHeading.data(),
+                                 static_cast<qsizetype>(AppUninstaller::kUserFoldersHeading.size()))
+                           : QString()}});
   }
   return out;
 }

@@ -91,17 +91,26 @@ QVariant FindingListModel::data(const QModelIndex& index, int role) const {
       return QString::fromStdString(notes::lastUsedText(f));
     case LocationRole:
       return QString::fromStdString(f.path);
+    case LargestFilesRole:
+      return QString::fromStdString(notes::largestFilesText(f));
   }
   return {};
 }
 
 QHash<int, QByteArray> FindingListModel::roleNames() const {
-  return {{IdRole, "findingId"},        {NameRole, "name"},
-          {NoteRole, "note"},           {SizeTextRole, "sizeText"},
-          {BadgeRole, "badge"},         {BadgeKindRole, "badgeKind"},
-          {SelectedRole, "selected"},   {SelectableRole, "selectable"},
-          {ShowsLockRole, "showsLock"}, {WhySafeRole, "whySafe"},
-          {LastUsedRole, "lastUsed"},   {LocationRole, "location"}};
+  return {{IdRole, "findingId"},
+          {NameRole, "name"},
+          {NoteRole, "note"},
+          {SizeTextRole, "sizeText"},
+          {BadgeRole, "badge"},
+          {BadgeKindRole, "badgeKind"},
+          {SelectedRole, "selected"},
+          {SelectableRole, "selectable"},
+          {ShowsLockRole, "showsLock"},
+          {WhySafeRole, "whySafe"},
+          {LastUsedRole, "lastUsed"},
+          {LocationRole, "location"},
+          {LargestFilesRole, "largestFiles"}};
 }
 
 int FindingListModel::totalCount() const {

@@ -41,6 +41,7 @@ class FindingListModel : public QAbstractListModel {
     WhySafeRole,
     LastUsedRole,
     LocationRole,
+    LargestFilesRole,
   };
 
   FindingListModel(ScanModel& model, CacheFinding::Kind kind, QObject* parent = nullptr);

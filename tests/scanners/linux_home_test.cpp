@@ -169,8 +169,7 @@ TEST(LinuxHome, ACacheOfARunningBrowserOrToolIsNotChosenEvenWithNothingHeldOpen)
   };
   ASSERT_TRUE(test::eventually(
       [&] {
-        return inUse() ==
-               std::set<std::string>{"Firefox", "Visual Studio Code", "Slack", "Steam"};
+        return inUse() == std::set<std::string>{"Firefox", "Visual Studio Code", "Slack", "Steam"};
       },
       5s))
       << ::testing::PrintToString(inUse());

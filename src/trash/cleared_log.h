@@ -19,6 +19,15 @@
 
 namespace dw::ClearedLog {
 
+// A share: extra copies made to use their kept copy's blocks. Nothing moved, so its record has no
+// Trash path and nothing to put back; its bytes are what the file system's free space grew by.
+inline constexpr std::string_view kShareKind = "share";
+struct SharedCopy {
+  std::string path;      // the copy, still in its place
+  std::string keptPath;  // the file whose blocks it now uses
+  bool operator==(const SharedCopy&) const = default;
+};
+
 struct Entry {
   std::string id;         // UUID, upper-case
   std::string sessionID;  // the same for every item of one clear
@@ -29,8 +38,16 @@ struct Entry {
   std::string name;
   TimePoint date;
   std::optional<TimePoint> putBackAt;
+  std::vector<SharedCopy> shared;  // a share's copies; written only when there are some
   bool operator==(const Entry&) const = default;
 };
+
+inline bool isShare(const Entry& entry) {
+  return entry.kind == kShareKind;
+}
+// What Recently Cleared says of shares, and Put Back's answer for one.
+inline constexpr std::string_view kNothingToPutBack =
+    "Shared copies stay where they are: there is nothing to put back.";
 
 class PutBackError : public std::runtime_error {
  public:
@@ -99,7 +116,8 @@ bool isAllowed(const std::string& trashPath, const std::string& originalPath,
 // 0: in the Trash, 1: put back, 2: no longer in the Trash. "In the Trash" is the very test Put
 // Back makes, so the two never disagree.
 int status(const Entry& entry);
-// Status as a person reads it: "In the Trash", "Put back <date>", "Trash emptied".
+// Status as a person reads it: "In the Trash", "Put back <date>", "Trash emptied"; a share,
+// which never was in the Trash, "Shared in place".
 std::string statusText(const Entry& entry);
 
 // Moves the item back and records when; throws PutBackError (or std::system_error when the

@@ -22,6 +22,27 @@ class ScopedTmpfs {
   std::string error_;
 };
 
+// A file system of its own, made in an image file and loop-mounted on an existing folder for the
+// life of the object: Btrfs, XFS with reflink (both share blocks between files) or ext4 (which
+// cannot). error() says why it could not be made (no mkfs tool, no loop device, not root).
+class ScopedLoopMount {
+ public:
+  enum class Kind { btrfs, xfs, ext4 };
+  ScopedLoopMount(Kind kind, std::string mountPoint);
+  ~ScopedLoopMount();
+  ScopedLoopMount(const ScopedLoopMount&) = delete;
+  ScopedLoopMount& operator=(const ScopedLoopMount&) = delete;
+
+  bool mounted() const { return error_.empty(); }
+  const std::string& error() const { return error_; }
+  static const char* name(Kind kind);
+
+ private:
+  std::string point_;
+  std::string image_;
+  std::string error_;
+};
+
 // Sets the immutable flag on a folder: not even root can then add, remove or rename entries in
 // it. Cleared again at the end.
 class ScopedImmutable {

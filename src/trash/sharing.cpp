@@ -131,10 +131,22 @@ Survey survey(const std::vector<DuplicateScanner::Group>& groups, std::stop_toke
 Plan plan(const std::vector<Clearing::DuplicateCopy>& copies, const Survey& survey) {
   Plan out;
   std::set<std::pair<std::uint64_t, std::uint64_t>> planned;  // files already taken, by identity
+  // Per group (kept copy) and file system away from it: the first copy there, which the others
+  // there share with.
+  std::map<std::pair<std::string, std::string>, std::string> firstAway;
   for (const Clearing::DuplicateCopy& copy : copies) {
-    PlannedCopy p{copy, 0, {}};
+    PlannedCopy p{copy, copy.keptPath, 0, {}};
     auto kept = survey.files.find(copy.keptPath);
     auto mine = survey.files.find(copy.path);
+    if (kept != survey.files.end() && mine != survey.files.end() &&
+        kept->second.fileSystem != mine->second.fileSystem) {
+      auto [first, added] =
+          firstAway.try_emplace({copy.keptPath, mine->second.fileSystem}, copy.path);
+      if (!added) {
+        p.source = first->second;
+        kept = survey.files.find(p.source);
+      }
+    }
     auto can = mine == survey.files.end() ? survey.canShare.end()
                                           : survey.canShare.find(mine->second.fileSystem);
     if (paths::standardize(copy.path) == paths::standardize(copy.keptPath)) {
@@ -143,7 +155,7 @@ Plan plan(const std::vector<Clearing::DuplicateCopy>& copies, const Survey& surv
                kept->second.size != copy.bytes || mine->second.size != copy.bytes) {
       p.reason = kChanged;
     } else if (kept->second.fileSystem != mine->second.fileSystem) {
-      p.reason = kOtherFileSystem;
+      p.reason = kOtherFileSystem;  // and the others of its group on its file system use it
     } else if (can == survey.canShare.end() || !can->second) {
       p.reason = kCannotShare;
     } else if ((kept->second.device == mine->second.device &&
@@ -207,7 +219,7 @@ Outcome share(const std::vector<Clearing::DuplicateCopy>& copies, const Location
   std::map<std::string, std::string> fileSystems;  // file system -> a path on it
   for (size_t i = 0; i < copies.size(); ++i) {
     if (refused[i].empty() && planned.copies[i].reason.empty()) {
-      fileSystems.emplace(facts.files.at(copies[i].path).fileSystem, copies[i].keptPath);
+      fileSystems.emplace(facts.files.at(copies[i].path).fileSystem, copies[i].path);
     }
   }
   std::map<std::string, std::int64_t> freeBefore;
@@ -232,13 +244,13 @@ Outcome share(const std::vector<Clearing::DuplicateCopy>& copies, const Location
     } else {
       const share::FileFacts& mine = facts.files.at(copy.path);
       share::Result result =
-          share::shareBlocks(copy.keptPath, facts.files.at(copy.keptPath), copy.path, mine);
+          share::shareBlocks(p.source, facts.files.at(p.source), copy.path, mine);
       if (result.status != share::Result::Status::shared) {
         outcome.failures.push_back({name, reasonFor(result)});
       } else {
         outcome.sharedPaths.push_back(copy.path);
         outcome.predictedBytes = Clearing::addBytes(outcome.predictedBytes, p.freeable);
-        sharedOn[mine.fileSystem].push_back({copy.path, copy.keptPath});
+        sharedOn[mine.fileSystem].push_back({copy.path, p.source});
         if (!result.replacedPath.empty()) {
           // A Mac: the copy's name now holds a clone; the file it replaced goes to the Trash
           // like every move, logged and able to come back.
@@ -304,8 +316,7 @@ std::string message(const Outcome& outcome) {
   } else {
     text = "Sharing freed " + sizeText(outcome.freedBytes) + ": " + countNoun(n, "copy") +
            (n == 1 ? " now uses" : " now use") +
-           " the kept copy's blocks, and every file stays "
-           "where it was.";
+           " the blocks of an identical file, and every file stays where it was.";
   }
   if (outcome.stopped) text += " Sharing stopped after the current copy.";
   if (!stayed.empty()) text += " " + stayed;

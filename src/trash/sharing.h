@@ -23,7 +23,7 @@ namespace dw::Sharing {
 
 // Why a copy stays as it is.
 inline constexpr std::string_view kOtherFileSystem = "on another file system than the kept copy";
-inline constexpr std::string_view kAlreadySharing = "already shares the kept copy's blocks";
+inline constexpr std::string_view kAlreadySharing = "already shares its blocks";
 inline constexpr std::string_view kChanged = "changed since the search";
 inline constexpr std::string_view kCannotShare = "its file system cannot share blocks";
 
@@ -38,8 +38,11 @@ Survey survey(const std::vector<std::string>& paths, std::stop_token stop = {});
 Survey survey(const std::vector<DuplicateScanner::Group>& groups, std::stop_token stop = {});
 
 // One copy as a share would treat it.
+// It shares the kept copy's blocks; where the kept copy is on another file system, those of the
+// group's first copy on its own file system (that one stays as it is, and every file stays).
 struct PlannedCopy {
   Clearing::DuplicateCopy copy;
+  std::string source;         // the file whose blocks it will use
   std::int64_t freeable = 0;  // what sharing it can give back: its blocks nothing else uses
   std::string reason;         // why it stays; empty when it will share
 };

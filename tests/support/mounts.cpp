@@ -61,9 +61,8 @@ ScopedLoopMount::ScopedLoopMount(Kind kind, std::string mountPoint)
     error_ = std::string("loop-mounting ") + name(kind) + " needs root";
     return;
   }
-  // The image lives beside the mount point, in the test's own temporary folder; sparse, so
-  // its size costs nothing until written. XFS needs 300 MB at least.
-  image_ = point_ + ".img";
+  // Sparse, so its size costs nothing until written. XFS needs 300 MB at least.
+  image_ = images_ / "fs.img";
   int fd = ::open(image_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
   if (fd < 0 || ::ftruncate(fd, kind == Kind::ext4 ? 64 << 20 : 320 << 20) != 0) {
     error_ = std::string("cannot make an image file: ") + std::strerror(errno);
@@ -99,8 +98,6 @@ ScopedLoopMount::ScopedLoopMount(Kind kind, std::string mountPoint)
 
 ScopedLoopMount::~ScopedLoopMount() {
   if (mounted() && ::umount2(point_.c_str(), 0) != 0) ::umount2(point_.c_str(), MNT_DETACH);
-  // The test's own image file, made above.
-  if (!image_.empty()) ::unlink(image_.c_str());
 }
 
 ScopedImmutable::ScopedImmutable(std::string path) : path_(std::move(path)) {

@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "support/temp_dir.h"
+
 namespace dw::test {
 
 // A small tmpfs mounted on an existing folder for the life of the object.
@@ -39,6 +41,7 @@ class ScopedLoopMount {
 
  private:
   std::string point_;
+  TempDir images_;  // the image file lives here, outside the tree under test
   std::string image_;
   std::string error_;
 };

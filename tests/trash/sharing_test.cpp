@@ -153,8 +153,8 @@ TEST_F(ShareCopies, SharesAGroupOnBtrfsAndXfsLeavingEveryFileAsItWas) {
     EXPECT_EQ(again.sharing, 0);
     EXPECT_EQ(again.copies[0].reason, Sharing::kAlreadySharing);
     EXPECT_EQ(Sharing::message(Sharing::share(copies, places, scope, {})),
-              "Some copies stayed as they were: film.mov (already shares the kept copy's "
-              "blocks), film copy.mov (already shares the kept copy's blocks).");
+              "Some copies stayed as they were: film.mov (already shares its blocks), film "
+              "copy.mov (already shares its blocks).");
 
     // One record for the share; nothing went to the Trash.
     ASSERT_EQ(out.entries.size(), 1u);
@@ -168,8 +168,8 @@ TEST_F(ShareCopies, SharesAGroupOnBtrfsAndXfsLeavingEveryFileAsItWas) {
                                       ClearedLog::SharedCopy{copy2, kept}));
     EXPECT_FALSE(test::exists(trashHome.trashFiles()));
     EXPECT_EQ(Sharing::message(out),
-              "Sharing freed 6 MB: 2 copies now use the kept copy's blocks, and every file "
-              "stays where it was.");
+              "Sharing freed 6 MB: 2 copies now use the blocks of an identical file, and every "
+              "file stays where it was.");
     fs.reset();
   }
 }
@@ -299,6 +299,20 @@ TEST_F(ShareCopies, WhatCannotShareStaysWithItsReason) {
   EXPECT_EQ(Sharing::planSummary(plan), "Nothing can be shared.");
   groups.push_back(groupOf({kept, inSubvolume}));
   EXPECT_TRUE(Sharing::canShareAny(groups, Sharing::survey(groups)));
+
+  // The kept copy on ext4 and two copies on Btrfs: the second uses the first's blocks, and
+  // the first stays as it is.
+  const std::string x1 = home.inHome("Downloads/x1.jpg"), x2 = home.inHome("Downloads/x2.jpg");
+  writeSynced(x1, bytes);
+  writeSynced(x2, bytes);
+  out = Sharing::share({copyOf(x1, onExt4, n), copyOf(x2, onExt4, n)}, places, scope, {});
+  EXPECT_THAT(out.sharedPaths, ElementsAre(x2));
+  EXPECT_THAT(out.failures,
+              ElementsAre(Clearing::Failure{"x1.jpg", std::string(Sharing::kOtherFileSystem)}));
+  ASSERT_EQ(out.entries.size(), 1u);
+  EXPECT_THAT(out.entries[0].shared, ElementsAre(ClearedLog::SharedCopy{x2, x1}));
+  Sharing::Survey now = Sharing::survey({x1, x2});
+  EXPECT_TRUE(share::sameBlocks(now.files.at(x1), now.files.at(x2)));
 }
 
 TEST_F(ShareCopies, AStopComesBeforeTheNextCopyAndEachFileSystemGetsItsRecord) {

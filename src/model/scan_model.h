@@ -47,7 +47,8 @@ class ScanModel {
     std::string text_;
   };
 
-  enum class ConfirmScope { caches, leftovers, files, duplicates };
+  // sharing: the selected extra copies, to share their kept copy's blocks instead of moving.
+  enum class ConfirmScope { caches, leftovers, files, duplicates, sharing };
 
   struct Progress {
     int done = 0;

@@ -292,6 +292,40 @@ std::string planSummary(const Plan& plan) {
   return "Sharing can free about " + sizeText(plan.freeable) + ". Every file stays where it is.";
 }
 
+std::string stayLine() {
+  return "Every file stays where it is, with its name, date and permissions.";
+}
+
+std::string spaceLine() {
+#ifdef __APPLE__
+  return "Each copy becomes a clone; the file it replaces goes to the Trash.";
+#else
+  return "The space comes back at once. Nothing goes to the Trash.";
+#endif
+}
+
+std::string footerText(const Plan& plan) {
+  if (plan.sharing == 0) return "Nothing can be shared.";
+  return "Sharing frees about " + sizeText(plan.freeable) + " at once.";
+}
+
+std::string staysLine(const Plan& plan) {
+  std::vector<std::string> reasons;
+  std::int64_t staying = 0;
+  for (const auto& p : plan.copies) {
+    if (p.reason.empty()) continue;
+    ++staying;
+    if (std::find(reasons.begin(), reasons.end(), p.reason) == reasons.end())
+      reasons.push_back(p.reason);
+  }
+  if (staying == 0) return {};
+  std::string text = countNoun(staying, "other copy") +
+                     (staying == 1 ? " stays as it is: " : " stay as they are: ");
+  for (size_t i = 0; i < reasons.size(); ++i)
+    text += (i ? "; " : "") + reasons[i];
+  return text + ".";
+}
+
 std::string message(const Outcome& outcome) {
   std::string stayed;
   if (!outcome.failures.empty()) {

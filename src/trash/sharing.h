@@ -75,8 +75,15 @@ Outcome share(const std::vector<Clearing::DuplicateCopy>& copies, const Location
 
 // The texts of a share, the same for the command line and the app.
 inline constexpr std::string_view kSharingMessage = "Sharing extra copies with their kept copies.";
-std::string question(std::int64_t copies);    // "Share 3 copies with their kept copies?"
-std::string planSummary(const Plan& plan);    // "Sharing can free about 40 MB."
+std::string question(std::int64_t copies);  // "Share 3 copies with their kept copies?"
+std::string planSummary(const Plan& plan);
+std::string footerText(const Plan& plan);  // "Sharing frees about 40 MB at once."
+// "2 other copies stay as they are: on another file system than the kept copy." or "".
+std::string staysLine(const Plan& plan);      // "Sharing can free about 40 MB."
 std::string message(const Outcome& outcome);  // the status line a share ends with
+// The confirmation's two reassurances and its button, in place of a move's.
+std::string stayLine();   // "Every file stays where it is, with its name, date and permissions."
+std::string spaceLine();  // "The space comes back at once. Nothing goes to the Trash."
+inline constexpr std::string_view kShareButton = "Share copies";
 
 }  // namespace dw::Sharing

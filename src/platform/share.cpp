@@ -1,8 +1,27 @@
 #include "platform/share.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace dw::platform::share {
+
+Result Result::failed(int error) {
+  Result r;
+  r.status = Status::failed;
+  r.error = error;
+  r.errorText = std::strerror(error);
+  return r;
+}
+
+Result Result::changed() {
+  Result r;
+  r.status = Status::changed;
+  return r;
+}
+
+bool isFile(const FileFacts& facts, std::uint64_t device, std::uint64_t inode, std::int64_t size) {
+  return device == facts.device && inode == facts.inode && size == facts.size;
+}
 
 bool sameBlocks(const FileFacts& kept, const FileFacts& copy) {
   if (kept.fileSystem != copy.fileSystem || copy.extents.empty()) return false;

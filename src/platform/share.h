@@ -60,10 +60,15 @@ std::optional<std::int64_t> freeSpace(const std::string& path);
 struct Result {
   enum class Status { shared, changed, failed };
   Status status = Status::failed;
-  int error = 0;             // errno, when failed
-  std::string errorText;     // the system's text, when failed
-  std::string replacedPath;  // a Mac: where the replaced file now is, beside the copy
+  int error = 0;                    // errno, when failed
+  std::string errorText;            // the system's text, when failed
+  std::string replacedPath;         // a Mac: where the replaced file now is, beside the copy
+  static Result failed(int error);  // with the system's text for it
+  static Result changed();
 };
+// Whether an opened file (its device, inode and size) is still the one these facts describe.
+bool isFile(const FileFacts& facts, std::uint64_t device, std::uint64_t inode, std::int64_t size);
+
 Result shareBlocks(const std::string& keptPath, const FileFacts& kept, const std::string& copyPath,
                    const FileFacts& copy);
 

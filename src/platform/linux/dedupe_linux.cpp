@@ -112,22 +112,15 @@ std::vector<Extent> extentMap(int fd, std::int64_t size, std::int64_t block) {
 }
 
 bool sameFile(const struct stat& s, const FileFacts& facts) {
-  return S_ISREG(s.st_mode) && static_cast<std::uint64_t>(s.st_dev) == facts.device &&
-         static_cast<std::uint64_t>(s.st_ino) == facts.inode && s.st_size == facts.size;
+  return S_ISREG(s.st_mode) && isFile(facts, static_cast<std::uint64_t>(s.st_dev),
+                                      static_cast<std::uint64_t>(s.st_ino), s.st_size);
 }
 
 Result failed(int error) {
-  Result r;
-  r.status = Result::Status::failed;
-  r.error = error;
-  r.errorText = std::strerror(error);
-  return r;
+  return Result::failed(error);
 }
-
 Result changed() {
-  Result r;
-  r.status = Result::Status::changed;
-  return r;
+  return Result::changed();
 }
 
 struct Request {

@@ -51,8 +51,8 @@ int openFile(int dirfd, const char* name) {
 }
 
 bool sameFile(const struct stat& s, const FileFacts& facts) {
-  return S_ISREG(s.st_mode) && static_cast<std::uint64_t>(s.st_dev) == facts.device &&
-         static_cast<std::uint64_t>(s.st_ino) == facts.inode && s.st_size == facts.size;
+  return S_ISREG(s.st_mode) && isFile(facts, static_cast<std::uint64_t>(s.st_dev),
+                                      static_cast<std::uint64_t>(s.st_ino), s.st_size);
 }
 
 // Whether two open files hold the same bytes, read from the start in 1 MiB pieces.
@@ -69,17 +69,10 @@ bool sameBytes(int a, int b, std::int64_t size) {
 }
 
 Result failed(int error) {
-  Result r;
-  r.status = Result::Status::failed;
-  r.error = error;
-  r.errorText = std::strerror(error);
-  return r;
+  return Result::failed(error);
 }
-
 Result changed() {
-  Result r;
-  r.status = Result::Status::changed;
-  return r;
+  return Result::changed();
 }
 
 std::string temporaryName(const std::string& name) {

@@ -3,7 +3,8 @@
 # loop-mounted Btrfs image holding the duplicates benchmark's home (about 1,500 files of 1-8 MiB,
 # 3.4 GiB). Every run of every tool gets a fresh copy of the data (written with no shared blocks,
 # synced, and, with CACHE=cold, the page cache dropped), and the file system's free space is read
-# before and after it (after a sync: Btrfs frees shared blocks at its commit). Prints each
+# before and after it (after a sync: Btrfs frees shared blocks at its commit). Every timed run
+# includes that commit: dustwhale syncs to measure what it freed, the others are followed by one. Prints each
 # median time, the ratios to the faster reference, and what each freed. Needs root (the loop
 # mount).
 #
@@ -66,9 +67,11 @@ fresh_copy() {
   if [ "$cache" = cold ]; then echo 3 >/proc/sys/vm/drop_caches; fi
 }
 
+# Each timed run ends when the file system has committed what the tool changed (dustwhale does so
+# itself to read the free space; the others would leave it to the next commit).
 run_dustwhale() { "$dustwhale" duplicates --home "$work" --layout macos --share --yes; }
-run_jdupes() { jdupes -B -r -q "${folders[@]}"; }
-run_duperemove() { duperemove -dr -q "${folders[@]}"; }
+run_jdupes() { jdupes -B -r -q "${folders[@]}" && sync -f "$mnt"; }
+run_duperemove() { duperemove -dr -q "${folders[@]}" && sync -f "$mnt"; }
 tools=(dustwhale jdupes duperemove)
 
 wait_for_quiet

@@ -21,18 +21,22 @@ void ScanModel::shareDuplicates() {
     return;
   }
   std::vector<Clearing::DuplicateCopy> copies = selectedDuplicateCopies();
+  // The files a share can change, read again afterwards; the rest of the survey stands.
   std::vector<std::string> files;
-  for (const auto& group : duplicateGroups_)
-    for (const auto& file : group.files)
-      files.push_back(file.path);
+  for (const auto& copy : copies) {
+    files.push_back(copy.path);
+    files.push_back(copy.keptPath);
+  }
   int count = static_cast<int>(copies.size());
   startMoving(std::string(Sharing::kSharingMessage), count,
               [this, copies = std::move(copies), files = std::move(files), places = places_,
-               scope = duplicateSearchedScope_](std::stop_token stop,
-                                                const auto& onProgress) -> std::function<void()> {
+               scope = duplicateSearchedScope_, before = duplicateSurvey_](
+                  std::stop_token stop, const auto& onProgress) -> std::function<void()> {
                 Sharing::Outcome outcome = Sharing::share(copies, places, scope, stop, onProgress);
                 // The groups' files as they are now, for the next review.
-                Sharing::Survey survey = Sharing::survey(files);
+                Sharing::Survey survey = before;
+                for (auto& [path, facts] : Sharing::survey(files).files)
+                  survey.files[path] = std::move(facts);
                 return [this, outcome = std::move(outcome), survey = std::move(survey)]() mutable {
                   finishDuplicateShare(std::move(outcome), std::move(survey));
                 };

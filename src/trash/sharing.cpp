@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <set>
+#include <thread>
 
 #include "base/paths.h"
 #include "base/uuid.h"
@@ -197,16 +198,32 @@ Outcome share(const std::vector<Clearing::DuplicateCopy>& copies, const Location
   outcome.sessionID = newUuid();
   const int total = static_cast<int>(copies.size());
 
-  // Both files of each pair re-checked first (the kept one once).
-  std::map<std::string, std::string> keptRefused;
+  // Both files of each pair re-checked first, each file once; the checks are independent of
+  // each other, so two threads share them.
+  std::vector<std::pair<std::string, std::int64_t>> unique;  // path, the group's size
+  std::map<std::string, size_t> slot;
+  for (const auto& c : copies) {
+    for (const std::string* p : {&c.keptPath, &c.path}) {
+      if (slot.emplace(*p, unique.size()).second) unique.push_back({*p, c.bytes});
+    }
+  }
+  std::vector<std::string> verdict(unique.size());
+  auto check = [&](size_t from, size_t to) {
+    for (size_t k = from; k < to; ++k)
+      verdict[k] = recheck(unique[k].first, unique[k].second, places, scope);
+  };
+  {
+    const size_t half = unique.size() / 2;
+    std::thread other(check, half, unique.size());
+    check(0, half);
+    other.join();
+  }
   std::vector<std::string> refused(copies.size());
   std::vector<std::string> paths;
   for (size_t i = 0; i < copies.size(); ++i) {
     const auto& c = copies[i];
-    auto kept = keptRefused.find(c.keptPath);
-    if (kept == keptRefused.end())
-      kept = keptRefused.emplace(c.keptPath, recheck(c.keptPath, c.bytes, places, scope)).first;
-    refused[i] = kept->second.empty() ? recheck(c.path, c.bytes, places, scope) : kept->second;
+    const std::string& kept = verdict[slot.at(c.keptPath)];
+    refused[i] = kept.empty() ? verdict[slot.at(c.path)] : kept;
     if (refused[i].empty()) {
       paths.push_back(c.keptPath);
       paths.push_back(c.path);

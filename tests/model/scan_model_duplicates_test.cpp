@@ -242,10 +242,17 @@ TEST_F(DuplicateFlowTest, SharingIsOfferedWhereTheFileSystemCanAndRunsAsAMove) {
   test::makeDirs(tree.inHome("Pictures"));
   test::ScopedTmpfs tmpfs(tree.inHome("Pictures"));
   if (!tmpfs.mounted()) GTEST_SKIP() << tmpfs.error();
-  test::writeSized(tree.inHome("Movies/e1"), 2 * kMiB, 'e');
-  test::writeSized(tree.inHome("Movies/e2"), 2 * kMiB, 'e');
-  test::writeSized(tree.inHome("Pictures/t1"), 2 * kMiB, 't');
-  test::writeSized(tree.inHome("Pictures/t2"), 2 * kMiB, 't');
+  // Dated apart, so which copy of each pair is kept (the newer) never depends on the clock.
+  auto dated = [&](const std::string& relative, char mark, std::int64_t unixSeconds) {
+    const std::string path = tree.inHome(relative);
+    test::writeSized(path, 2 * kMiB, mark);
+    struct timespec times[2] = {{unixSeconds, 0}, {unixSeconds, 0}};
+    EXPECT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+  };
+  dated("Movies/e1", 'e', 1000);
+  dated("Movies/e2", 'e', 2000);
+  dated("Pictures/t1", 't', 1000);
+  dated("Pictures/t2", 't', 2000);
   search();
   ASSERT_EQ(model->duplicateGroups().size(), 2u);
   EXPECT_FALSE(model->canShareDuplicates());

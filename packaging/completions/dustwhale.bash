@@ -14,7 +14,7 @@ _dustwhale_options() {
     put-back) echo "$_dustwhale_place_options" ;;
     measure) echo "--json" ;;
     duplicates)
-      echo "$_dustwhale_place_options --scope --json --clear --keep-oldest --dry-run --yes"
+      echo "$_dustwhale_place_options --scope --json --clear --share --keep-oldest --dry-run --yes"
       ;;
     space-map) echo "$_dustwhale_place_options --depth --json" ;;
     uninstall) echo "$_dustwhale_place_options --dry-run --yes" ;;

@@ -83,6 +83,8 @@ complete -c dustwhale -n '__fish_seen_subcommand_from duplicates' -l scope -x \
     -a '(__fish_append , downloads movies videos music pictures)' -d 'Folders to search'
 complete -c dustwhale -n '__fish_seen_subcommand_from duplicates' -l clear \
     -d 'Move every extra copy to the Trash'
+complete -c dustwhale -n '__fish_seen_subcommand_from duplicates' -l share \
+    -d "Make every extra copy use its kept copy's blocks"
 complete -c dustwhale -n '__fish_seen_subcommand_from duplicates' -l keep-oldest \
     -d 'Keep the oldest copy instead of the newest'
 

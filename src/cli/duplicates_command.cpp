@@ -1,4 +1,5 @@
 #include <iostream>
+#include <map>
 #include <set>
 
 #include "base/paths.h"
@@ -8,6 +9,7 @@
 #include "cli/session.h"
 #include "findings/page_texts.h"
 #include "findings/size_text.h"
+#include "trash/sharing.h"
 
 namespace dw::cli {
 
@@ -71,6 +73,58 @@ void printGroups(const ScanModel& model) {
     std::cout << "Skipped (not allowed to read): " << displayText(path) << '\n';
 }
 
+// The review of a share: each group's kept copy, then each extra copy that will share or stays
+// (with why), what sharing can free, and the question.
+int shareCopies(Session& session, bool dryRun, bool yes) {
+  ScanModel& model = session.model();
+  if (!model.canShareDuplicates()) {
+    std::cerr << "dustwhale: nothing can be shared: no two copies are on one file system that "
+                 "shares blocks between files (such as Btrfs, or XFS with reflink). --clear "
+                 "moves extra copies to the Trash instead.\n";
+    return 1;
+  }
+  Sharing::Plan plan = model.sharePlan();
+  if (plan.sharing > 0) {
+    std::cout << "To share: " << countNoun(plan.sharing, "copy") << " · about "
+              << sizeText(plan.freeable) << " can come back at once\n";
+  }
+  std::map<std::string, const Sharing::PlannedCopy*> planned;
+  for (const auto& p : plan.copies)
+    planned[p.copy.path] = &p;
+  for (const auto& group : model.duplicateGroups()) {
+    auto kept = model.duplicateKeepPath().find(group.hashHex);
+    if (kept != model.duplicateKeepPath().end())
+      std::cout << "  keep   " << displayText(kept->second) << '\n';
+    for (const auto& file : group.files) {
+      auto p = planned.find(file.path);
+      if (p == planned.end()) continue;
+      if (p->second->reason.empty()) {
+        std::cout << "  share  " << displayText(file.path);
+        // The kept copy is on another file system: this one uses a copy beside it.
+        if (p->second->source != p->second->copy.keptPath)
+          std::cout << " (with " << displayText(p->second->source) << ")";
+        std::cout << '\n';
+      } else {
+        std::cout << "  stays  " << displayText(file.path) << " (" << p->second->reason << ")\n";
+      }
+    }
+  }
+  if (plan.sharing == 0) {
+    std::cout << Sharing::planSummary(plan) << '\n';
+    return 0;
+  }
+  if (auto ended = session.confirmMove(
+          dryRun, yes, Sharing::question(plan.sharing),
+          {"Dry run: nothing was shared.", "nothing was shared", "Nothing was shared."}))
+    return *ended;
+  if (!session.runMove([&] { model.shareDuplicates(); })) return 1;
+  // Shared copies leave the selection: one that was to share and is still there did not.
+  for (const auto& p : plan.copies) {
+    if (p.reason.empty() && model.duplicateSelected().count(p.copy.path)) return 1;
+  }
+  return 0;
+}
+
 }  // namespace
 
 Runner addDuplicates(CLI::App& app) {
@@ -79,6 +133,7 @@ Runner addDuplicates(CLI::App& app) {
     std::vector<std::string> scope;
     bool json = false;
     bool clear = false;
+    bool share = false;
     bool keepOldest = false;
     bool dryRun = false;
     bool yes = false;
@@ -99,15 +154,25 @@ Runner addDuplicates(CLI::App& app) {
   auto* clear = cmd->add_flag(
       "--clear", options->clear,
       "Move every extra copy to the Trash (one copy of each file stays; never deletes)");
-  cmd->add_flag("--keep-oldest", options->keepOldest, "Keep the oldest copy instead of the newest")
-      ->needs(clear);
-  cmd->add_flag("--dry-run", options->dryRun, "List what would move; move nothing")->needs(clear);
-  cmd->add_flag("--yes", options->yes, "Do not ask (needed without a terminal)")->needs(clear);
+  auto* share = cmd->add_flag("--share", options->share,
+                              "Make every extra copy use its kept copy's blocks, on file systems "
+                              "that share them (Btrfs, XFS with reflink): every file stays where "
+                              "it is and the space comes back at once")
+                    ->excludes(clear);
+  cmd->add_flag("--keep-oldest", options->keepOldest, "Keep the oldest copy instead of the newest");
+  cmd->add_flag("--dry-run", options->dryRun, "List what would move or share; change nothing");
+  cmd->add_flag("--yes", options->yes, "Do not ask (needed without a terminal)");
   json->excludes(clear);
+  json->excludes(share);
 
   return [options] {
+    if ((options->keepOldest || options->dryRun || options->yes) && !options->clear &&
+        !options->share) {
+      std::cerr << "dustwhale: --keep-oldest, --dry-run and --yes go with --clear or --share\n";
+      return 2;
+    }
     Locations places = options->places.locations();
-    if (options->clear && !options->dryRun) {
+    if ((options->clear || options->share) && !options->dryRun) {
       if (auto refused = refuseInAnotherUsersHome(places)) return *refused;
     }
     Session session(std::move(places));
@@ -130,7 +195,7 @@ Runner addDuplicates(CLI::App& app) {
       return session.unfinishedStatus();
     }
 
-    if (!options->clear) {
+    if (!options->clear && !options->share) {
       if (options->json) {
         printJson(resultJson(model));
       } else {
@@ -145,6 +210,7 @@ Runner addDuplicates(CLI::App& app) {
         model.keepCopy(group.hashHex, group.files.back().path);
     }
     model.selectExtraCopies();
+    if (options->share) return shareCopies(session, options->dryRun, options->yes);
     const std::set<std::string>& chosen = model.duplicateSelected();
     if (chosen.empty()) {
       std::cout << displayText(model.message()) << '\n';

@@ -140,22 +140,23 @@ bool Session::scan() {
   return model_->lastScannedAt().has_value();
 }
 
-std::optional<int> Session::confirmMove(bool dryRun, bool yes, std::string_view question) {
+std::optional<int> Session::confirmMove(bool dryRun, bool yes, std::string_view question,
+                                        const Declined& declined) {
   if (dryRun) {
-    std::cout << "Dry run: nothing was moved.\n";
+    std::cout << declined.dryRun << '\n';
     return 0;
   }
   if (yes) return std::nullopt;
   if (!stdinIsTerminal()) {
-    std::cerr << "dustwhale: nothing was moved; confirm with --yes when there is no terminal to "
-                 "ask on\n";
+    std::cerr << "dustwhale: " << declined.noTerminal
+              << "; confirm with --yes when there is no terminal to ask on\n";
     return 1;
   }
   setQuitOnInterrupt(true);
   bool confirmed = askToMove(question);
   setQuitOnInterrupt(false);
   if (confirmed) return std::nullopt;
-  std::cout << "Nothing was moved to the Trash.\n";
+  std::cout << declined.answeredNo << '\n';
   return 0;
 }
 

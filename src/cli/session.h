@@ -44,6 +44,13 @@ class InterruptWatcher {
   std::thread thread_;
 };
 
+// The words confirmMove says for what did not happen: a move's by default.
+struct Declined {
+  std::string_view dryRun = "Dry run: nothing was moved.";
+  std::string_view noTerminal = "nothing was moved";
+  std::string_view answeredNo = "Nothing was moved to the Trash.";
+};
+
 class Session {
  public:
   explicit Session(Locations places);
@@ -68,7 +75,8 @@ class Session {
   // otherwise `question` is asked on the terminal (Ctrl-C quits while it waits; without a
   // terminal nothing moves). The exit code when the command ends here; nothing when the move
   // goes ahead.
-  std::optional<int> confirmMove(bool dryRun, bool yes, std::string_view question);
+  std::optional<int> confirmMove(bool dryRun, bool yes, std::string_view question,
+                                 const Declined& declined = {});
   // Starts a move with `start` and runs it to its end: "3 of 7 · item" on standard error when it
   // is a terminal, Ctrl-C stops it after the item in hand, and the model's closing message goes
   // to standard output. False when the model refused to start (its message says why, on

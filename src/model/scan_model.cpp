@@ -35,6 +35,7 @@ std::optional<CacheFinding::Kind> kindOf(ScanModel::ConfirmScope scope) {
     case ScanModel::ConfirmScope::files:
       return CacheFinding::Kind::file;
     case ScanModel::ConfirmScope::duplicates:
+    case ScanModel::ConfirmScope::sharing:
       return std::nullopt;
   }
   return std::nullopt;

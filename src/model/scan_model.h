@@ -23,6 +23,7 @@
 #include "scanners/uninstaller/app_record.h"
 #include "trash/cleared_log.h"
 #include "trash/clearing.h"
+#include "trash/sharing.h"
 #include "trash/uninstalling.h"
 
 namespace dw {
@@ -46,7 +47,8 @@ class ScanModel {
     std::string text_;
   };
 
-  enum class ConfirmScope { caches, leftovers, files, duplicates };
+  // sharing: the selected extra copies, to share their kept copy's blocks instead of moving.
+  enum class ConfirmScope { caches, leftovers, files, duplicates, sharing };
 
   struct Progress {
     int done = 0;
@@ -88,7 +90,8 @@ class ScanModel {
     installedApps,
     uninstallTarget,
     appsNeedingAdmin,
-    appsLoading
+    appsLoading,
+    duplicateSharing
   };
   using Observer = std::function<void(Field)>;
 
@@ -195,6 +198,15 @@ class ScanModel {
   void selectExtraCopies();
   // Moves the selected copies to the Trash; the kept copy of a group never moves.
   void clearDuplicates();
+  // Sharing instead of moving (scan_model_sharing.cpp). What the search's files can do, read
+  // after each search: whether some group can share (the option is offered only then), and what
+  // sharing the selected copies would do and free.
+  const Sharing::Survey& duplicateSurvey() const { return duplicateSurvey_; }
+  bool canShareDuplicates() const;
+  Sharing::Plan sharePlan() const;
+  // Makes the selected copies use their kept copy's blocks; nothing moves (a Mac: the replaced
+  // files go to the Trash). Shared copies, and those already sharing, leave the selection.
+  void shareDuplicates();
 
   // The space map (scan_model_space.cpp). buildSpaceMap maps the home folder on a task of its
   // own; a second call replaces a build still running. Navigation: spacePath lists the paths of
@@ -247,6 +259,9 @@ class ScanModel {
   void finishDuplicates(DuplicateScanner::Result result, std::uint64_t search);
   void endDuplicatesWithError(bool cancelled, std::uint64_t search);
   void finishDuplicateClear(Clearing::Outcome outcome);
+  // The selected copies in the order the groups are shown, each with its group's kept copy.
+  std::vector<Clearing::DuplicateCopy> selectedDuplicateCopies() const;
+  void finishDuplicateShare(Sharing::Outcome outcome, Sharing::Survey survey);
   // Installed apps and uninstall.
   void finishApps(std::vector<AppUninstaller::AppRecord> apps, std::uint64_t generation);
   void finishUninstall(Clearing::UninstallOutcome outcome, AppUninstaller::AppRecord app);
@@ -290,6 +305,7 @@ class ScanModel {
   std::optional<std::string> duplicateProgress_;
   bool duplicatesScanning_ = false;
   std::vector<std::string> duplicateSkipped_;
+  Sharing::Survey duplicateSurvey_;
   std::optional<SpaceMap::Node> spaceRoot_;
   std::vector<std::string> spacePath_;
   std::optional<std::string> spaceSelected_;

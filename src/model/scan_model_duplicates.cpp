@@ -54,6 +54,14 @@ void ScanModel::findDuplicates() {
     };
     try {
       DuplicateScanner::Result result = DuplicateScanner::scan(places, scope, stop, progress);
+      // What the groups' file systems can share, known before the groups are shown.
+      Sharing::Survey survey = Sharing::survey(result.groups, stop);
+      throwIfCancelled(stop);
+      post([this, survey = std::move(survey), search]() mutable {
+        if (search != duplicateSearch_) return;
+        duplicateSurvey_ = std::move(survey);
+        notify(Field::duplicateSharing);
+      });
       post([this, result = std::move(result), search, scope]() mutable {
         // The folders these groups came from: a clear of their copies checks against them.
         if (search == duplicateSearch_) duplicateSearchedScope_ = scope;
@@ -145,6 +153,20 @@ void ScanModel::clearDuplicates() {
     notify(Field::message);
     return;
   }
+  std::vector<Clearing::DuplicateCopy> copies = selectedDuplicateCopies();
+  int count = static_cast<int>(copies.size());  // counted before the work takes them
+  startMoving("Moving extra copies to the Trash.", count,
+              [this, copies = std::move(copies), places = places_, scope = duplicateSearchedScope_](
+                  std::stop_token stop, const auto& onProgress) -> std::function<void()> {
+                Clearing::Outcome outcome =
+                    Clearing::clearDuplicates(copies, places, scope, stop, onProgress);
+                return [this, outcome = std::move(outcome)]() mutable {
+                  finishDuplicateClear(std::move(outcome));
+                };
+              });
+}
+
+std::vector<Clearing::DuplicateCopy> ScanModel::selectedDuplicateCopies() const {
   // In the order the groups are shown; a selected path no group holds any more is refused.
   std::vector<Clearing::DuplicateCopy> copies;
   std::set<std::string> placed;
@@ -166,17 +188,7 @@ void ScanModel::clearDuplicates() {
   for (const auto& path : duplicateSelected_) {
     if (!placed.count(path)) copies.push_back({path, 0, {}, path, {}, {}});
   }
-
-  int count = static_cast<int>(copies.size());  // counted before the work takes them
-  startMoving("Moving extra copies to the Trash.", count,
-              [this, copies = std::move(copies), places = places_, scope = duplicateSearchedScope_](
-                  std::stop_token stop, const auto& onProgress) -> std::function<void()> {
-                Clearing::Outcome outcome =
-                    Clearing::clearDuplicates(copies, places, scope, stop, onProgress);
-                return [this, outcome = std::move(outcome)]() mutable {
-                  finishDuplicateClear(std::move(outcome));
-                };
-              });
+  return copies;
 }
 
 void ScanModel::finishDuplicateClear(Clearing::Outcome outcome) {

@@ -82,6 +82,17 @@ json::Value toJson(const Entry& e) {
   object.set("name", e.name);
   object.set("date", timefmt::referenceSeconds(e.date));
   if (e.putBackAt) object.set("putBackAt", timefmt::referenceSeconds(*e.putBackAt));
+  // An extra key: a reader that knows only the fields above reads the record all the same.
+  if (!e.shared.empty()) {
+    json::Array copies;
+    for (const SharedCopy& c : e.shared) {
+      json::Value copy{json::Object{}};
+      copy.set("path", c.path);
+      copy.set("keptPath", c.keptPath);
+      copies.push_back(std::move(copy));
+    }
+    object.set("shared", std::move(copies));
+  }
   return object;
 }
 
@@ -136,6 +147,16 @@ std::optional<Entry> fromJson(const json::Value& v) {
     std::optional<double> at = dateMember(v, "putBackAt");
     if (!at) return std::nullopt;
     e.putBackAt = timefmt::fromReferenceSeconds(*at);
+  }
+  if (const json::Value* shared = v.find("shared"); shared && !shared->isNull()) {
+    // Malformed, the record is kept as it is rather than rewritten without its copies.
+    if (!shared->isArray()) return std::nullopt;
+    for (const json::Value& item : shared->array()) {
+      const std::string* path = item.isObject() ? stringMember(item, "path") : nullptr;
+      const std::string* kept = item.isObject() ? stringMember(item, "keptPath") : nullptr;
+      if (!path || !kept) return std::nullopt;
+      e.shared.push_back({*path, *kept});
+    }
   }
   return e;
 }
@@ -1073,11 +1094,13 @@ bool isAllowed(const Entry& entry, const Locations& places) {
 
 int status(const Entry& entry, const Locations& places) {
   if (entry.putBackAt) return 1;
+  if (isShare(entry)) return 2;  // never in the Trash
   if (!platform::trashItemMatches(entry.trashPath, entry.originalPath)) return 2;
   return isAllowed(entry, places) ? 0 : 3;
 }
 
 std::string statusText(const Entry& entry, const Locations& places) {
+  if (isShare(entry) && !entry.putBackAt) return "Shared in place";
   switch (status(entry, places)) {
     case 0:
       return "In the Trash";
@@ -1092,6 +1115,7 @@ std::string statusText(const Entry& entry, const Locations& places) {
 
 Entry putBack(const Entry& entry, const Locations& places) {
   if (entry.putBackAt) throw PutBackError(Kind::alreadyPutBack);
+  if (isShare(entry)) throw PutBackError(Kind::moveFailed, std::string(kNothingToPutBack));
   // Nothing goes back into a home of another user (root with that user's HOME).
   if (std::optional<std::string> refusal = Ownership::refusalToMove(places)) {
     throw PutBackError(Kind::moveFailed, *refusal);

@@ -20,6 +20,15 @@
 
 namespace dw::ClearedLog {
 
+// A share: extra copies made to use their kept copy's blocks. Nothing moved, so its record has no
+// Trash path and nothing to put back; its bytes are what the file system's free space grew by.
+inline constexpr std::string_view kShareKind = "share";
+struct SharedCopy {
+  std::string path;      // the copy, still in its place
+  std::string keptPath;  // the file whose blocks it now uses
+  bool operator==(const SharedCopy&) const = default;
+};
+
 struct Entry {
   std::string id;         // UUID, upper-case
   std::string sessionID;  // the same for every item of one clear
@@ -30,8 +39,16 @@ struct Entry {
   std::string name;
   TimePoint date;
   std::optional<TimePoint> putBackAt;
+  std::vector<SharedCopy> shared;  // a share's copies; written only when there are some
   bool operator==(const Entry&) const = default;
 };
+
+inline bool isShare(const Entry& entry) {
+  return entry.kind == kShareKind;
+}
+// What Recently Cleared says of shares, and Put Back's answer for one.
+inline constexpr std::string_view kNothingToPutBack =
+    "Shared copies stay where they are: there is nothing to put back.";
 
 class PutBackError : public std::runtime_error {
  public:
@@ -116,13 +133,14 @@ class Journal {
 // a place of the user's that may be used, such as a Downloads that is a link to a folder of
 // theirs elsewhere), with no link below that place.
 bool isAllowed(const Entry& entry, const Locations& places);
-// 0: in the Trash and Put Back possible, 1: put back, 2: no longer in the Trash, 3: in the
-// Trash, but its original place is not one Put Back accepts (an app from /Applications). "In
-// the Trash" and the location rule are the very tests Put Back makes, so the two never disagree.
+// 0: in the Trash and Put Back possible, 1: put back, 2: no longer in the Trash (a share never
+// was), 3: in the Trash, but its original place is not one Put Back accepts (an app from
+// /Applications). "In the Trash" and the location rule are the very tests Put Back makes, so the
+// two never disagree.
 int status(const Entry& entry, const Locations& places);
 inline constexpr std::string_view kPutBackByHand = "In the Trash; put back by hand";
-// Status as a person reads it: "In the Trash", "Put back <date>", "Trash emptied", or
-// kPutBackByHand.
+// Status as a person reads it: "In the Trash", "Put back <date>", "Trash emptied",
+// kPutBackByHand; a share, which never was in the Trash, "Shared in place".
 std::string statusText(const Entry& entry, const Locations& places);
 
 // Moves the item back and records when; throws PutBackError (or std::system_error when the

@@ -129,6 +129,14 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
     dw.model().selectExtraCopies();
     s.call("showPage", "duplicates");
     s.shoot("duplicates-selected");
+    // Where the copies' file system shares blocks, the confirmation of sharing them.
+    if (dw.model().canShareDuplicates()) {
+      qobject_cast<DuplicateListModel*>(dw.duplicates())->requestShare();
+      s.set("forcedSheet", "confirm");
+      s.shoot("sheet-confirm-share");
+      dw.cancelConfirm();
+      s.set("forcedSheet", "");
+    }
     qobject_cast<DuplicateListModel*>(dw.duplicates())->selectNone();
 
     s.call("showPage", "review");

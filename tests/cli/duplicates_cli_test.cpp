@@ -189,5 +189,72 @@ TEST(DuplicatesIdentityCli, AFileIsNeverACopyOfItself) {
   }
 }
 
+TEST_F(DuplicatesCli, ShareKeepsEveryFileInPlaceAndLogsOneShare) {
+  // The home on ext4: nothing there shares blocks, so nothing is offered.
+  auto none = run({"--share", "--yes"});
+  EXPECT_EQ(none.status, 1);
+  EXPECT_THAT(none.err, HasSubstr("nothing can be shared"));
+  EXPECT_EQ(test::snapshot(mac.home()), before);
+
+  // Downloads on Btrfs: three copies of one file there, and one left in Pictures.
+  test::ScopedLoopMount btrfs(test::ScopedLoopMount::Kind::btrfs, mac.inHome("Downloads"));
+  if (!btrfs.mounted()) GTEST_SKIP() << btrfs.error();
+  const std::string d1 = mac.inHome("Downloads/c.bin"), d2 = mac.inHome("Downloads/old/c.bin"),
+                    d3 = mac.inHome("Downloads/c copy.bin");
+  for (const auto& p : {d1, d2, d3})
+    test::writeSized(p, 3 * kMiB, 'c');
+  date(d1, 3000);
+  date(d2, 2000);
+  date(d3, 1000);
+  struct stat oldest {};
+  ASSERT_EQ(::stat(d3.c_str(), &oldest), 0);
+  const std::vector<std::string> files = test::snapshot(mac.home());
+
+  auto refused = run({"--share"});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_THAT(refused.err, HasSubstr("nothing was shared"));
+  auto dry = run({"--share", "--dry-run", "--scope", "downloads"});
+  EXPECT_EQ(dry.status, 0) << dry.err;
+  EXPECT_EQ(dry.out, "To share: 2 copies · about 6 MB can come back at once\n  keep   " + d1 +
+                         "\n  share  " + d2 + "\n  share  " + d3 +
+                         "\nDry run: nothing was shared.\n");
+
+  auto shared = run({"--share", "--yes"});
+  ASSERT_EQ(shared.status, 0) << shared.out << shared.err;
+  EXPECT_THAT(shared.out, HasSubstr("  stays  " + a3 + " (its file system cannot share blocks)"));
+  EXPECT_THAT(shared.out,
+              HasSubstr("Sharing freed 6 MB: 2 copies now use the blocks of an identical file, "
+                        "and every file stays where it was."));
+  // Every file is where it was, with its bytes and its date.
+  EXPECT_EQ(test::snapshot(mac.home()), files);
+  struct stat now {};
+  ASSERT_EQ(::stat(d3.c_str(), &now), 0);
+  EXPECT_EQ(now.st_mtim.tv_sec, oldest.st_mtim.tv_sec);
+  EXPECT_EQ(now.st_ino, oldest.st_ino);
+
+  // One record, of its own kind, with nothing to put back.
+  auto history = json::parse(test::dustwhale({"history", "--json"}).out);
+  ASSERT_TRUE(history && history->isArray());
+  ASSERT_EQ(history->array().size(), 1u);
+  const json::Value& e = history->array()[0];
+  EXPECT_EQ(e.find("kind")->string(), "share");
+  EXPECT_EQ(e.find("status")->string(), "Shared in place");
+  EXPECT_EQ(e.find("originalPath")->string(), mac.inHome("Downloads"));
+  EXPECT_EQ(e.find("bytes")->integer(), 2 * 3 * kMiB);
+  auto back = test::dustwhale({"put-back", "--root", mac.root(), "--home", mac.home(), "--layout",
+                               "macos", e.find("id")->string()});
+  EXPECT_EQ(back.status, 1);
+  EXPECT_THAT(back.err, HasSubstr("there is nothing to put back"));
+
+  // Shared already: nothing more to do.
+  auto again = run({"--share", "--yes", "--scope", "downloads"});
+  EXPECT_EQ(again.status, 0);
+  EXPECT_THAT(again.out, HasSubstr("stays  " + d2 + " (already shares its blocks)"));
+  EXPECT_THAT(again.out, HasSubstr("Nothing can be shared.\n"));
+  EXPECT_EQ(run({"--json", "--share"}).status, 2);
+  EXPECT_EQ(run({"--clear", "--share"}).status, 2);
+  EXPECT_EQ(run({"--yes"}).status, 2);
+}
+
 }  // namespace
 }  // namespace dw

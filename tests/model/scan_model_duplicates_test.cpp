@@ -13,6 +13,7 @@
 #include "platform/linux/syscalls.h"
 #include "support/home_builder.h"
 #include "support/model_fixture.h"
+#include "support/mounts.h"
 #include "support/temp_dir.h"
 #include "support/test_workspace.h"
 
@@ -234,6 +235,70 @@ TEST_F(DuplicateFlowTest, TheKeptCopyIsCheckedAgainBeforeEveryMove) {
             "Empty the Trash to get the space back.");
   ASSERT_EQ(model->clearedEntries().size(), 1u);
   EXPECT_EQ(model->clearedEntries()[0].originalPath, first);
+}
+
+TEST_F(DuplicateFlowTest, SharingIsOfferedWhereTheFileSystemCanAndRunsAsAMove) {
+  // On ext4 and on tmpfs nothing shares: the option is not offered.
+  test::makeDirs(tree.inHome("Pictures"));
+  test::ScopedTmpfs tmpfs(tree.inHome("Pictures"));
+  if (!tmpfs.mounted()) GTEST_SKIP() << tmpfs.error();
+  // Dated apart, so which copy of each pair is kept (the newer) never depends on the clock.
+  auto dated = [&](const std::string& relative, char mark, std::int64_t unixSeconds) {
+    const std::string path = tree.inHome(relative);
+    test::writeSized(path, 2 * kMiB, mark);
+    struct timespec times[2] = {{unixSeconds, 0}, {unixSeconds, 0}};
+    EXPECT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+  };
+  dated("Movies/e1", 'e', 1000);
+  dated("Movies/e2", 'e', 2000);
+  dated("Pictures/t1", 't', 1000);
+  dated("Pictures/t2", 't', 2000);
+  search();
+  ASSERT_EQ(model->duplicateGroups().size(), 2u);
+  EXPECT_FALSE(model->canShareDuplicates());
+
+  // Downloads on Btrfs: a group there can share.
+  test::ScopedLoopMount btrfs(test::ScopedLoopMount::Kind::btrfs, tree.inHome("Downloads"));
+  if (!btrfs.mounted()) GTEST_SKIP() << btrfs.error();
+  test::writeSized(tree.inHome("Downloads/s1"), 3 * kMiB, 's');
+  test::writeSized(tree.inHome("Downloads/s2"), 3 * kMiB, 's');
+  const std::string s3 = tree.inHome("Downloads/s3");
+  test::writeSized(s3, 3 * kMiB, 's');
+  fields.clear();
+  search();
+  EXPECT_THAT(fields, ::testing::Contains(ScanModel::Field::duplicateSharing));
+  ASSERT_EQ(model->duplicateGroups().size(), 3u);
+  EXPECT_TRUE(model->canShareDuplicates());
+  model->selectExtraCopies();
+  Sharing::Plan plan = model->sharePlan();
+  EXPECT_EQ(plan.sharing, 2);
+  EXPECT_EQ(plan.freeable, 6 * kMiB);
+  EXPECT_EQ(plan.copies.size(), 4u);
+
+  model->shareDuplicates();
+  EXPECT_EQ(model->phase(), Phase::clearing());
+  EXPECT_EQ(model->message(), "Sharing extra copies with their kept copies.");
+  EXPECT_EQ(model->progress(), (ScanModel::Progress{0, 4, ""}));
+  dispatcher.runAll();
+  EXPECT_EQ(model->phase(), Phase::ready());
+  EXPECT_EQ(model->message(),
+            "Sharing freed 6 MB: 2 copies now use the blocks of an identical file, and every "
+            "file stays where it was. Some copies stayed as they were: e1 (its file system "
+            "cannot share blocks), t1 (its file system cannot share blocks).");
+  // Nothing moved: every file is in its group, nothing went to the Trash.
+  EXPECT_EQ(model->duplicateGroups().size(), 3u);
+  EXPECT_TRUE(test::exists(s3));
+  EXPECT_EQ(model->trashedBytesThisSession(), 0);
+  EXPECT_TRUE(model->offerRecentlyCleared());
+  ASSERT_EQ(model->clearedEntries().size(), 1u);
+  EXPECT_EQ(model->clearedEntries()[0].kind, "share");
+  EXPECT_EQ(model->clearedEntries()[0].bytes, 6 * kMiB);
+  // The shared copies leave the selection; the next review has nothing more to share there.
+  EXPECT_THAT(
+      model->duplicateSelected(),
+      ::testing::UnorderedElementsAre(tree.inHome("Movies/e1"), tree.inHome("Pictures/t1")));
+  model->selectExtraCopies();
+  EXPECT_EQ(model->sharePlan().sharing, 0);
 }
 
 }  // namespace

@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "support/temp_dir.h"
+
 namespace dw::test {
 
 // A small tmpfs mounted on an existing folder for the life of the object. flags are mount(2)'s
@@ -38,6 +40,28 @@ class ScopedBindMount {
 
  private:
   std::string at_;
+  std::string error_;
+};
+
+// A file system of its own, made in an image file and loop-mounted on an existing folder for the
+// life of the object: Btrfs, XFS with reflink (both share blocks between files) or ext4 (which
+// cannot). error() says why it could not be made (no mkfs tool, no loop device, not root).
+class ScopedLoopMount {
+ public:
+  enum class Kind { btrfs, xfs, ext4 };
+  ScopedLoopMount(Kind kind, std::string mountPoint);
+  ~ScopedLoopMount();
+  ScopedLoopMount(const ScopedLoopMount&) = delete;
+  ScopedLoopMount& operator=(const ScopedLoopMount&) = delete;
+
+  bool mounted() const { return error_.empty(); }
+  const std::string& error() const { return error_; }
+  static const char* name(Kind kind);
+
+ private:
+  std::string point_;
+  TempDir images_;  // the image file lives here, outside the tree under test
+  std::string image_;
   std::string error_;
 };
 

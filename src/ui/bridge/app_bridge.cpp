@@ -124,6 +124,7 @@ void AppBridge::fieldChanged(ScanModel::Field field) {
     case F::caches:
     case F::duplicateSelected:
     case F::duplicateGroups:
+    case F::duplicateSharing:
       if (field == F::caches || field == F::duplicateGroups) emit dashboardChanged();
       // The sheet lists what the clear would move now; while it moves, the list stands.
       if (model_->confirm() && !clearing()) {
@@ -193,6 +194,9 @@ QString AppBridge::confirmTitle() const {
     return QString::fromStdString(
         pagetexts::uninstallTitle(app.name, static_cast<std::int64_t>(app.related.size())));
   }
+  if (confirmingShare()) {
+    return QString::fromStdString(Sharing::question(confirmItems_.rowCount()));
+  }
   return QString::fromStdString(pagetexts::confirmTitle(confirmItems_.rowCount()));
 }
 
@@ -200,11 +204,23 @@ QString AppBridge::confirmSize() const {
   if (confirmingUninstall_ && model_->uninstallTarget()) {
     return QString::fromStdString(sizeText(AppUninstaller::movedBytes(*model_->uninstallTarget())));
   }
+  if (confirmingShare()) {
+    return QString::fromStdString("About " + sizeText(confirmItems_.totalBytes()) + " back");
+  }
   return QString::fromStdString(sizeText(confirmItems_.totalBytes()));
 }
 
 std::vector<ConfirmListModel::Entry> AppBridge::pendingEntries() const {
   std::vector<ConfirmListModel::Entry> entries;
+  if (model_->confirmScope() == ScanModel::ConfirmScope::sharing) {
+    // The copies that will share, each with what it gives back.
+    for (const auto& planned : model_->sharePlan().copies) {
+      if (!planned.reason.empty()) continue;
+      entries.push_back({QFileInfo(QString::fromStdString(planned.copy.path)).fileName(),
+                         planned.freeable, QStringLiteral("shared copy")});
+    }
+    return entries;
+  }
   if (model_->confirmScope() == ScanModel::ConfirmScope::duplicates) {
     for (const auto& group : model_->duplicateGroups()) {
       for (const auto& file : group.files) {
@@ -258,10 +274,28 @@ QString AppBridge::versionLine() const {
 }
 
 QString AppBridge::confirmPutBackLine() const {
+  if (confirmingShare()) return QString::fromStdString(Sharing::stayLine());
   return q(pagetexts::kConfirmPutBackLine);
 }
 QString AppBridge::confirmEmptyLine() const {
+  if (confirmingShare()) return QString::fromStdString(Sharing::spaceLine());
   return q(pagetexts::kConfirmEmptyLine);
+}
+QString AppBridge::confirmAction() const {
+  return confirmingShare() ? q(Sharing::kShareButton) : QStringLiteral("Move to Trash");
+}
+QString AppBridge::confirmStaysLine() const {
+  return confirmingShare() ? QString::fromStdString(Sharing::staysLine(model_->sharePlan()))
+                           : QString();
+}
+QString AppBridge::confirmSymbol() const {
+  return confirmingShare() ? QStringLiteral("square.on.square") : QStringLiteral("trash");
+}
+QString AppBridge::clearedShareNote() const {
+  for (const auto& e : model_->clearedEntries()) {
+    if (ClearedLog::isShare(e)) return q(ClearedLog::kNothingToPutBack);
+  }
+  return {};
 }
 QString AppBridge::confirmKeysHint() const {
   return q(pagetexts::kConfirmKeysHint);
@@ -295,10 +329,16 @@ QVariantList AppBridge::clearedGroups() const {
   TimePoint now = now_();
   for (const auto& group : ClearedLog::groupBySession(model_->clearedEntries())) {
     QVariantList entries;
+    std::int64_t shared = 0;
+    bool shares = !group.entries.empty();
     for (const auto& e : group.entries) {
       int status = ClearedLog::status(e, model_->places());
       QString statusText;
-      if (status == 3) {
+      shares = shares && ClearedLog::isShare(e);
+      shared += static_cast<std::int64_t>(e.shared.size());
+      if (ClearedLog::isShare(e)) {
+        statusText = QString::fromStdString(ClearedLog::statusText(e, model_->places()));
+      } else if (status == 3) {
         statusText = QString::fromUtf8(ClearedLog::kPutBackByHand.data(),
                                        static_cast<qsizetype>(ClearedLog::kPutBackByHand.size()));
       } else if (status == 1) {
@@ -319,13 +359,14 @@ QVariantList AppBridge::clearedGroups() const {
                                  {"canPutBack", status == 0}});
     }
     QString date = dateText(group.latest, now);
-    groups.append(QVariantMap{
-        {"dateText", date},
-        {"header", date + " · " +
-                       QString::fromStdString(
-                           countNoun(static_cast<std::int64_t>(group.entries.size()), "item") +
-                           " · " + sizeText(group.bytes))},
-        {"entries", entries}});
+    // A share moved nothing: its card counts the copies that now share, and what came back.
+    std::string counted =
+        shares ? countNoun(shared, "shared copy") + " · " + sizeText(group.bytes) + " freed"
+               : countNoun(static_cast<std::int64_t>(group.entries.size()), "item") + " · " +
+                     sizeText(group.bytes);
+    groups.append(QVariantMap{{"dateText", date},
+                              {"header", date + " · " + QString::fromStdString(counted)},
+                              {"entries", entries}});
   }
   return groups;
 }
@@ -460,6 +501,10 @@ void AppBridge::confirmMove() {
   }
   if (model_->confirmScope() == ScanModel::ConfirmScope::duplicates) {
     model_->clearDuplicates();
+    return;
+  }
+  if (model_->confirmScope() == ScanModel::ConfirmScope::sharing) {
+    model_->shareDuplicates();
     return;
   }
   model_->clearSelected();

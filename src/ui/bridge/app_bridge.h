@@ -87,8 +87,14 @@ class AppBridge : public QObject {
   Q_PROPERTY(QObject* duplicates READ duplicates CONSTANT)
   Q_PROPERTY(QObject* spaceMap READ spaceMap CONSTANT)
   Q_PROPERTY(QObject* apps READ apps CONSTANT)
-  Q_PROPERTY(QString confirmPutBackLine READ confirmPutBackLine CONSTANT)
-  Q_PROPERTY(QString confirmEmptyLine READ confirmEmptyLine CONSTANT)
+  Q_PROPERTY(QString confirmPutBackLine READ confirmPutBackLine NOTIFY confirmChanged)
+  Q_PROPERTY(QString confirmEmptyLine READ confirmEmptyLine NOTIFY confirmChanged)
+  // The sheet asks to share copies instead of moving: its symbol and its button say so.
+  Q_PROPERTY(bool confirmingShare READ confirmingShare NOTIFY confirmChanged)
+  Q_PROPERTY(QString confirmAction READ confirmAction NOTIFY confirmChanged)
+  Q_PROPERTY(QString confirmStaysLine READ confirmStaysLine NOTIFY confirmChanged)
+  Q_PROPERTY(QString confirmSymbol READ confirmSymbol NOTIFY confirmChanged)
+  Q_PROPERTY(QString clearedShareNote READ clearedShareNote NOTIFY clearedChanged)
   Q_PROPERTY(QString confirmKeysHint READ confirmKeysHint CONSTANT)
   Q_PROPERTY(int confirmListed READ confirmListed CONSTANT)
   Q_PROPERTY(QString confirmShowAllText READ confirmShowAllText NOTIFY confirmChanged)
@@ -150,6 +156,16 @@ class AppBridge : public QObject {
   QObject* spaceMap() { return spaceMap_.get(); }
   QObject* apps() { return apps_.get(); }
   QString confirmPutBackLine() const;
+  bool confirmingShare() const {
+    return model_->confirm() && !confirmingUninstall_ &&
+           model_->confirmScope() == ScanModel::ConfirmScope::sharing;
+  }
+  QString confirmAction() const;
+  // A share's copies that stay as they are, and why ("" when every one shares).
+  QString confirmStaysLine() const;
+  QString confirmSymbol() const;
+  // Said on Recently Cleared when it lists a share: there is nothing to put back.
+  QString clearedShareNote() const;
   QString confirmEmptyLine() const;
   QString confirmKeysHint() const;
   int confirmListed() const;

@@ -66,6 +66,9 @@ void DuplicateListModel::modelChanged(ScanModel::Field field) {
     case F::duplicateScope:
       emit scopeChanged();
       break;
+    case F::duplicateSharing:
+      emit selectionChanged();
+      break;
     case F::duplicateProgress:
     case F::duplicatesScanning:
     case F::duplicateSkipped:
@@ -236,7 +239,10 @@ QString DuplicateListModel::footerSummary() const {
 }
 
 QString DuplicateListModel::footerDetail() const {
-  return QStringLiteral("Goes to the Trash. You can put anything back.");
+  QString moving = QStringLiteral("Goes to the Trash. You can put anything back.");
+  if (!canShare() || model_.duplicateSelected().empty()) return moving;
+  // Before anything is shared: what sharing the selection can give back.
+  return moving + " " + QString::fromStdString(Sharing::footerText(model_.sharePlan()));
 }
 
 QString DuplicateListModel::emptySymbol() const {
@@ -305,6 +311,10 @@ void DuplicateListModel::reveal(int row) {
 
 void DuplicateListModel::requestMove() {
   model_.requestConfirm(ScanModel::ConfirmScope::duplicates);
+}
+
+void DuplicateListModel::requestShare() {
+  model_.requestConfirm(ScanModel::ConfirmScope::sharing);
 }
 
 }  // namespace dw::ui

@@ -26,7 +26,9 @@ class DuplicateListModel : public QAbstractListModel {
   Q_PROPERTY(QStringList folderNames READ folderNames CONSTANT)
   Q_PROPERTY(QString sectionTitle READ sectionTitle NOTIFY listChanged)
   Q_PROPERTY(QString footerSummary READ footerSummary NOTIFY selectionChanged)
-  Q_PROPERTY(QString footerDetail READ footerDetail CONSTANT)
+  Q_PROPERTY(QString footerDetail READ footerDetail NOTIFY selectionChanged)
+  // "Share copies" is offered only where some group's file system shares blocks between files.
+  Q_PROPERTY(bool canShare READ canShare NOTIFY selectionChanged)
   Q_PROPERTY(bool canClear READ canClear NOTIFY selectionChanged)
   Q_PROPERTY(QString emptySymbol READ emptySymbol CONSTANT)
   Q_PROPERTY(QString emptyTitle READ emptyTitle CONSTANT)
@@ -72,6 +74,7 @@ class DuplicateListModel : public QAbstractListModel {
   QString footerSummary() const;
   QString footerDetail() const;
   bool canClear() const { return !model_.duplicateSelected().empty(); }
+  bool canShare() const { return model_.canShareDuplicates(); }
   QString emptySymbol() const;
   QString emptyTitle() const;
   QString emptyDetail() const;
@@ -90,6 +93,7 @@ class DuplicateListModel : public QAbstractListModel {
   Q_INVOKABLE void selectNone();
   Q_INVOKABLE void reveal(int row);
   Q_INVOKABLE void requestMove();
+  Q_INVOKABLE void requestShare();
 
   void modelChanged(ScanModel::Field field);
 

@@ -262,6 +262,9 @@ Item {
             detail: page.list.footerDetail
             enabled: page.list.canClear && !page.scanning
             onAction: page.list.requestMove()
+            otherAction: page.list.canShare ? "Share copies" : ""
+            otherEnabled: page.list.canClear && !page.scanning
+            onOther: page.list.requestShare()
         }
     }
 }

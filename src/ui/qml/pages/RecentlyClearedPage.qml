@@ -46,6 +46,15 @@ Item {
                     font.pixelSize: Theme.bodySize
                     wrapMode: Text.WordWrap
                 }
+                Text {
+                    objectName: "cleared.shareNote"
+                    visible: dw.clearedShareNote !== ""
+                    width: parent.width
+                    text: dw.clearedShareNote
+                    color: Theme.secondaryText
+                    font.pixelSize: Theme.bodySize
+                    wrapMode: Text.WordWrap
+                }
             }
             DwButton {
                 objectName: "cleared.openTrash"

@@ -104,7 +104,7 @@ Sheet {
                     Layout.alignment: Qt.AlignTop
                     width: 40; height: 40; radius: 10
                     color: Theme.accentTint
-                    Icon { anchors.centerIn: parent; symbol: "trash"; size: 22; color: Theme.accent }
+                    Icon { anchors.centerIn: parent; symbol: dw.confirmSymbol; size: 22; color: Theme.accent }
                 }
                 Column {
                     Layout.fillWidth: true
@@ -191,12 +191,13 @@ Sheet {
                 Layout.fillWidth: true
                 spacing: 4
                 Repeater {
-                    model: [dw.confirmPutBackLine, dw.confirmEmptyLine]
+                    model: [dw.confirmPutBackLine, dw.confirmEmptyLine].concat(
+                               dw.confirmStaysLine !== "" ? [dw.confirmStaysLine] : [])
                     Row {
                         required property string modelData
                         spacing: 8
                         Icon { symbol: "checkmark"; size: 13; color: Theme.accent; anchors.verticalCenter: parent.verticalCenter }
-                        Text { text: modelData; color: Theme.secondaryText; font.pixelSize: Theme.smallSize + 1 }
+                        Text { width: column.width - 21; wrapMode: Text.WordWrap; text: modelData; color: Theme.secondaryText; font.pixelSize: Theme.smallSize + 1 }
                     }
                 }
             }
@@ -248,7 +249,7 @@ Sheet {
                 DwButton {
                     objectName: "confirm.move"
                     primary: true
-                    text: "Move to Trash"
+                    text: dw.confirmAction
                     focusPolicy: Qt.NoFocus
                     enabled: !sheet.moving && dw.confirmCount > 0
                     onClicked: dw.confirmMove()

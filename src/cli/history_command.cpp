@@ -110,8 +110,7 @@ Runner addPutBack(CLI::App& app) {
     std::vector<ClearedLog::Entry> known = ClearedLog::load(model.places());
     for (const std::string& wanted : options->ids) {
       if (!find(known, wanted))
-        throw UsageError("no cleared item with id " + wanted +
-                         " (see dustwhale history)");
+        throw UsageError("no cleared item with id " + wanted + " (see dustwhale history)");
     }
     int status = 0;
     for (const std::string& wanted : options->ids) {

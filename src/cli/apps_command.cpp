@@ -162,8 +162,11 @@ Runner addUninstall(CLI::App& app) {
     std::optional<AppRecord> target;
     if (looksLikePath(options->target)) {
       std::string path = absolutePath(options->target);
+      // A link to an app is the app it points to, as the listing has it.
+      std::string resolved = paths::resolveSymlinks(path);
       for (const AppRecord& a : model.installedApps()) {
-        if (paths::standardize(a.bundlePath) == path) target = a;
+        std::string listed = paths::standardize(a.bundlePath);
+        if (listed == path || listed == resolved) target = a;
       }
       if (!target) {
         // Not in the Applications folders: described anyway, so that it is refused by name.
@@ -172,6 +175,11 @@ Runner addUninstall(CLI::App& app) {
         target = AppUninstaller::recordFor(path, model.places(), *workspace, measurer);
       }
       if (!target) {
+        // Only an app is uninstalled; anything else is named for what it is.
+        if (auto what = AppUninstaller::notAnApp(path, model.places())) {
+          std::cerr << displayText(*what) << '\n';
+          return 1;
+        }
         std::cerr << "dustwhale: no app at " << displayText(path) << '\n';
         return 2;
       }

@@ -53,6 +53,8 @@ Runner addHistory(CLI::App& app) {
            << (reading.unreadable == 1 ? "it is" : "they are") << " kept in the log unchanged.\n";
     }
     if (!reading.problem.empty()) note << displayText(reading.problem) << '\n';
+    for (const std::string& kept : reading.journalNotes)
+      note << displayText(kept) << '\n';
     if (options->json) {
       json::Array rows;
       for (const auto& e : entries)
@@ -108,8 +110,7 @@ Runner addPutBack(CLI::App& app) {
     std::vector<ClearedLog::Entry> known = ClearedLog::load(model.places());
     for (const std::string& wanted : options->ids) {
       if (!find(known, wanted))
-        throw UsageError("no cleared item with id " + wanted +
-                         " (see dustwhale history)");
+        throw UsageError("no cleared item with id " + wanted + " (see dustwhale history)");
     }
     int status = 0;
     for (const std::string& wanted : options->ids) {

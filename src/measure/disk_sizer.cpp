@@ -8,6 +8,7 @@
 #include <unordered_set>
 
 #include "base/paths.h"
+#include "base/time.h"
 #include "measure/project_folders.h"
 #include "measure/tree_walker.h"
 #include "platform/package.h"
@@ -64,7 +65,7 @@ class SizeVisitor : public TreeWalker::Visitor {
 
   SizeReading reading() const {
     SizeReading r{total, std::nullopt};
-    if (anyFile) r.newest = TimePoint(std::chrono::seconds(newest));
+    if (anyFile) r.newest = timefmt::fromUnixSeconds(newest);
     return r;
   }
 
@@ -102,7 +103,7 @@ class LargestVisitor final : public SizeVisitor {
     if (item.kind == TreeWalker::Kind::file && item.level > 0 && s.st_size >= 1 &&
         !item.parentTag && wouldKeep(s.st_size)) {
       offer({item.path(), static_cast<std::int64_t>(s.st_size),
-             TimePoint(std::chrono::seconds(s.st_mtim.tv_sec))});
+             timefmt::fromUnixSeconds(s.st_mtim.tv_sec)});
     }
     SizeVisitor::entry(item);
   }
@@ -234,7 +235,7 @@ std::vector<LargeFile> listLargeFiles(const std::string& folder, std::int64_t mi
         if (s->st_size >= minimumBytes) {
           found.push_back({std::string(e->fts_path, e->fts_pathlen),
                            static_cast<std::int64_t>(s->st_size),
-                           TimePoint(std::chrono::seconds(s->st_mtim.tv_sec))});
+                           timefmt::fromUnixSeconds(s->st_mtim.tv_sec)});
         }
         break;
       }

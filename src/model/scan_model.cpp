@@ -97,9 +97,8 @@ ScanModel::ScanResult ScanModel::runScanPipeline(
   ScanResult result;
   result.volume = VolumePicture::read(places.home);
   bool chromeRunning = CacheScanner::isChromeRunning(workspace);
-  // Which running program holds which cache file open: one look at the processes for the scan.
-  std::vector<platform::HeldFile> held =
-      platform::filesHeldOpen(CacheScanner::heldOpenFolders(places));
+  // Which running program uses which cache: one look at the processes for the scan.
+  std::vector<platform::HeldFile> held = CacheScanner::cachesInUse(places);
 
   announce(std::string(kAreaLibraryCaches));
   std::vector<CacheFinding> caches =

@@ -227,6 +227,16 @@ Locations Locations::linux(std::string root, std::string home, std::string bundl
                          inHome(".steam/steam/steamapps/shadercache"),
                          inHome(".steam/debian-installation/steamapps/shadercache")};
   l.snaps = inHome("snap");
+  for (auto [place, fallback] : {std::pair{&l.npmCache, ".npm/_cacache"},
+                                 {&l.npxCache, ".npm/_npx"},
+                                 {&l.gradleCaches, ".gradle/caches"},
+                                 {&l.cargoRegistryCache, ".cargo/registry/cache"},
+                                 {&l.cargoGitDatabase, ".cargo/git/db"},
+                                 {&l.goModuleDownloads, "go/pkg/mod/cache/download"},
+                                 {&l.nugetPackages, ".nuget/packages"},
+                                 {&l.bunCache, ".bun/install/cache"}}) {
+    if (*place != inHome(fallback)) l.placedByVariables.push_back(*place);
+  }
 
   // English names first, then what the user's own table says.
   l.downloads = paths::join(h, "Downloads");
@@ -261,6 +271,7 @@ Locations Locations::linux(std::string root, std::string home, std::string bundl
   l.appImageFolders = {paths::join(h, "Applications"), paths::join(h, ".local/bin")};
   l.launchers = paths::join(l.dataHome, "applications");
   l.icons = paths::join(l.dataHome, "icons");
+  l.pixmaps = paths::join(l.dataHome, "pixmaps");
   l.systemLaunchers = l.underRoot("/usr/share/applications");
   l.packageDatabase = l.underRoot("/var/lib/dpkg");
 

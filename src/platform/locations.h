@@ -66,6 +66,10 @@ struct Locations {
   std::string pnpmStore, yarnBerryCache;
   std::vector<std::string> pipxCaches, steamShaderCaches;
   std::string snaps;
+  // Those of the download caches above (npmCache to bunCache) that a tool's variable put
+  // somewhere else than the tool's own default: a cache there is offered only when its contents
+  // look like that tool's (the tool caches of pnpm, Yarn, pipx and Steam always are checked so).
+  std::vector<std::string> placedByVariables;
   // The user's folders. On Linux they are the XDG user folders (localised names included);
   // `movies` is the videos folder there. The texts that name them say their own names
   // (pagetexts::folderNames).
@@ -91,6 +95,7 @@ struct Locations {
   std::vector<std::string> appImageFolders;  // ~/Applications, ~/.local/bin
   std::string launchers;                     // $XDG_DATA_HOME/applications
   std::string icons;                         // $XDG_DATA_HOME/icons
+  std::string pixmaps;                       // $XDG_DATA_HOME/pixmaps
   std::string systemLaunchers;               // /usr/share/applications
   std::string packageDatabase;               // /var/lib/dpkg
 

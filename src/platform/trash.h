@@ -8,6 +8,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "base/core.h"
 
@@ -85,5 +86,14 @@ int makeFolders(const Placement& original);
 // this program wrote then). True when such a record was dropped.
 bool dropStaleRecord(const std::string& trashPath, const std::string& originalPath,
                      TimePoint notBefore);
+
+// The [Trash Info] group of a .trashinfo file's text: Path= with its URI escapes undone (the
+// bytes of the original path, absolute or relative to the Trash's top folder) and DeletionDate=
+// when it reads as a local date. nullopt without a Path= that decodes.
+struct TrashInfo {
+  std::string path;
+  std::optional<TimePoint> deleted;
+};
+std::optional<TrashInfo> parseTrashInfo(std::string_view text);
 
 }  // namespace dw::platform

@@ -79,15 +79,31 @@ struct Reading {
   std::vector<Entry> entries;  // oldest first, the journal's finished moves included
   int unreadable = 0;          // records kept as they are because they could not be read
   std::string problem;         // why the log itself could not be read ("" when it could)
+  // One sentence for each journal that could not be read (whole) and is kept beside the log.
+  std::vector<std::string> journalNotes;
 };
 Reading read(const Locations& places);
+
+// The text forms as the files are read, for checking any input against the readers: how many
+// of a log's records are entries (the log read record by record), and how many of a journal's
+// lines are records (a line cut short read as far as it goes).
+struct TextReading {
+  int records = 0;
+  int unreadable = 0;
+};
+TextReading readLogText(std::string_view text);
+TextReading readJournalText(std::string_view text);
 // Newest first; records that cannot be read are left out.
 std::vector<Entry> load(const Locations& places);
 
 // Finishes the bookkeeping of moves and Put Backs that a process did not finish (killed, power
 // lost): a moved item gets its record, a put-back item its putBackAt, a .trashinfo this program
-// wrote for a move that never happened goes. Then merges the journal into the log and empties
-// it. Throws std::system_error when the log cannot be written; the journal then stays.
+// wrote for a move that never happened goes. Then merges the journal into the log and removes
+// it; a journal that cannot be read whole is kept beside the log (cleared.journal.damaged-<UTC
+// date-time>, or cleared.journal.unread-<UTC date-time> while it cannot be read at all, merged
+// by a later recovery that can read it), never dropped. Copies of the log a killed process left
+// behind (.cleared.json.XXXXXX) are removed. Throws std::system_error when the log cannot be
+// written; the journal then stays.
 void recover(const Locations& places);
 
 // One move or Put Back in progress: holds the log's lock so that no recovery runs meanwhile, and

@@ -12,6 +12,8 @@ namespace dw::Clearing {
 
 namespace {
 
+constexpr std::string_view kSharedWithAnotherApp = "another installed app uses it";
+
 std::string noLongerAllowed(std::string_view name) {
   return std::string(name) + " (" + std::string(kNoLongerAllowed) + ")";
 }
@@ -19,7 +21,7 @@ std::string noLongerAllowed(std::string_view name) {
 // The bundle at the listed path is still the one listed: same item on disk, same identifier.
 bool stillTheListedBundle(const AppUninstaller::AppRecord& app, const Locations& places) {
   if (AppUninstaller::removedWithSoftwareManager(app)) return false;  // never ours to move
-  auto now = AppUninstaller::describe(app.bundlePath, places, {});
+  auto now = AppUninstaller::identify(app.bundlePath, places);
   return now && now->kind == app.kind && now->ino == app.ino && now->bundleID == app.bundleID &&
          AppUninstaller::isInApplications(app.bundlePath, places);
 }
@@ -46,6 +48,11 @@ UninstallOutcome uninstallApp(const AppUninstaller::AppRecord& app, const Locati
     result.stayed.push_back(noLongerAllowed(app.name));
     return result;
   }
+  // Data named after the identifier stays with another copy or another app that carries it,
+  // installed since the listing; asked while this bundle is still in place.
+  const bool ownData =
+      app.kind != AppUninstaller::AppRecord::Kind::bundle ||
+      AppUninstaller::ownsItsData(app, {.claims = AppUninstaller::identifierClaims(places)});
   auto failure = moveOne({app.bundlePath, app.bundleBytes, "app", app.name, identityOf(bundle), {}},
                          places, result.moves);
   progressed(1, app.name);
@@ -71,8 +78,10 @@ UninstallOutcome uninstallApp(const AppUninstaller::AppRecord& app, const Locati
     std::string name(paths::lastComponent(path));
     // What moves now, not what the listing saw, and only the item measured.
     std::optional<Measured> now;
-    if (AppUninstaller::stillRelatedTo(path, app, places)) now = measureForMove(path);
-    if (!now) {
+    if (ownData && AppUninstaller::stillRelatedTo(path, app, places)) now = measureForMove(path);
+    if (!ownData) {
+      result.stayed.push_back(name + " (" + std::string(kSharedWithAnotherApp) + ")");
+    } else if (!now) {
       result.stayed.push_back(noLongerAllowed(name));
     } else if (auto f = moveOne({path, now->bytes, "app-data", name, now->identity, {}}, places,
                                 result.moves)) {

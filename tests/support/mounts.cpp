@@ -33,8 +33,9 @@ int changeImmutable(const std::string& path, bool on) {
 
 }  // namespace
 
-ScopedTmpfs::ScopedTmpfs(std::string mountPoint) : point_(std::move(mountPoint)) {
-  if (::mount("tmpfs", point_.c_str(), "tmpfs", 0, "size=16m,mode=0755") != 0) {
+ScopedTmpfs::ScopedTmpfs(std::string mountPoint, unsigned long flags)
+    : point_(std::move(mountPoint)) {
+  if (::mount("tmpfs", point_.c_str(), "tmpfs", flags, "size=16m,mode=0755") != 0) {
     error_ = std::string("cannot mount a tmpfs here: ") + std::strerror(errno);
   }
 }
@@ -126,7 +127,7 @@ ScopedImmutable::~ScopedImmutable() {
 
 namespace dw::test {
 
-ScopedTmpfs::ScopedTmpfs(std::string mountPoint)
+ScopedTmpfs::ScopedTmpfs(std::string mountPoint, unsigned long)
     : point_(std::move(mountPoint)), error_("tmpfs mounts are a Linux test fixture") {}
 ScopedTmpfs::~ScopedTmpfs() = default;
 ScopedBindMount::ScopedBindMount(const std::string&, std::string at)

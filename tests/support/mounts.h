@@ -9,10 +9,11 @@
 
 namespace dw::test {
 
-// A small tmpfs mounted on an existing folder for the life of the object.
+// A small tmpfs mounted on an existing folder for the life of the object. flags are mount(2)'s
+// (MS_STRICTATIME: every read of a file sets its access time).
 class ScopedTmpfs {
  public:
-  explicit ScopedTmpfs(std::string mountPoint);
+  explicit ScopedTmpfs(std::string mountPoint, unsigned long flags = 0);
   ~ScopedTmpfs();
   ScopedTmpfs(const ScopedTmpfs&) = delete;
   ScopedTmpfs& operator=(const ScopedTmpfs&) = delete;

@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "base/paths.h"
+#include "base/time.h"
 #include "platform/linux/syscalls.h"
 #include "platform/locations.h"
 #include "platform/ownership.h"
@@ -393,20 +394,18 @@ std::optional<Trash> trashHolding(const std::string& resolvedPath) {
   return rootName == uid ? sharedTrash(top, topdir, false) : ownTrash(top, topdir, false, error);
 }
 
-struct InfoRecord {
-  std::string path;  // the decoded Path=, as written (absolute or relative)
-  std::optional<TimePoint> deleted;
-};
+using InfoRecord = TrashInfo;
 
 std::optional<TimePoint> parseDeletionDate(std::string_view text) {
   std::tm parts{};
   std::string value(text);
   const char* end = ::strptime(value.c_str(), "%Y-%m-%dT%H:%M:%S", &parts);
-  if (!end) return std::nullopt;
+  // A year no deletion was made in is no date of a record (and could not be held).
+  if (!end || parts.tm_year < 70 || parts.tm_year > 300) return std::nullopt;
   parts.tm_isdst = -1;
   std::time_t when = std::mktime(&parts);
   if (when == -1) return std::nullopt;
-  return Clock::from_time_t(when);
+  return timefmt::fromUnixSeconds(when);
 }
 
 // The [Trash Info] group of an item's record.
@@ -423,22 +422,7 @@ std::optional<InfoRecord> infoRecord(const Trash& trash, const std::string& name
   ssize_t n = ::pread(fd, text.data(), text.size(), 0);
   if (n < 0) return std::nullopt;
   text.resize(static_cast<size_t>(n));
-  bool inGroup = false;
-  std::optional<std::string> path;
-  std::optional<TimePoint> deleted;
-  for (std::string_view line : paths::split(text, '\n')) {
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-    if (!line.empty() && line.front() == '[') {
-      inGroup = line == "[Trash Info]";
-      continue;
-    }
-    if (inGroup && line.substr(0, 5) == "Path=" && !path) path = percentDecode(line.substr(5));
-    if (inGroup && line.substr(0, 13) == "DeletionDate=" && !deleted) {
-      deleted = parseDeletionDate(line.substr(13));
-    }
-  }
-  if (!path) return std::nullopt;
-  return InfoRecord{*path, deleted};
+  return parseTrashInfo(text);
 }
 
 // Whether the record of name in this Trash names originalPath.
@@ -613,6 +597,25 @@ bool mayWrite(const Folder& folder) {
 }
 
 }  // namespace
+
+std::optional<TrashInfo> parseTrashInfo(std::string_view text) {
+  bool inGroup = false;
+  std::optional<std::string> path;
+  std::optional<TimePoint> deleted;
+  for (std::string_view line : paths::split(text, '\n')) {
+    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    if (!line.empty() && line.front() == '[') {
+      inGroup = line == "[Trash Info]";
+      continue;
+    }
+    if (inGroup && line.substr(0, 5) == "Path=" && !path) path = percentDecode(line.substr(5));
+    if (inGroup && line.substr(0, 13) == "DeletionDate=" && !deleted) {
+      deleted = parseDeletionDate(line.substr(13));
+    }
+  }
+  if (!path) return std::nullopt;
+  return TrashInfo{*path, deleted};
+}
 
 namespace {
 

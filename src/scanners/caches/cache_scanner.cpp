@@ -152,25 +152,41 @@ struct DeveloperCache {
   std::string Locations::*path;
   std::string_view name;
   std::string_view note;
+  bool (*looksLike)(const std::string& folder);  // the tool's own layout
 };
 const std::array<DeveloperCache, 8> kDeveloperCaches = {{
     {&Locations::npmCache, "npm cache",
-     "Downloaded packages. Project folders, including node_modules, stay."},
-    {&Locations::npxCache, "npx downloads", "Temporary npx packages. Your projects stay."},
+     "Downloaded packages. Project folders, including node_modules, stay.",
+     ToolCaches::looksLikeNpmCache},
+    {&Locations::npxCache, "npx downloads", "Temporary npx packages. Your projects stay.",
+     ToolCaches::looksLikeNpxCache},
     {&Locations::gradleCaches, "Gradle cache",
-     "Downloaded dependencies. App projects and their build folders stay."},
+     "Downloaded dependencies. App projects and their build folders stay.",
+     ToolCaches::looksLikeGradleCache},
     // Linux developers' download caches (empty places on a Mac).
     {&Locations::cargoRegistryCache, "Cargo downloads",
-     "Downloaded crates. Cargo fetches them again on the next build. Your projects stay."},
+     "Downloaded crates. Cargo fetches them again on the next build. Your projects stay.",
+     ToolCaches::looksLikeCargoSources},
     {&Locations::cargoGitDatabase, "Cargo git dependencies",
-     "Git dependencies Cargo clones again on the next build. Your projects stay."},
+     "Git dependencies Cargo clones again on the next build. Your projects stay.",
+     ToolCaches::looksLikeCargoSources},
     {&Locations::goModuleDownloads, "Go module downloads",
-     "Downloaded modules. Go fetches them again when a build needs them. Your projects stay."},
+     "Downloaded modules. Go fetches them again when a build needs them. Your projects stay.",
+     ToolCaches::looksLikeGoDownloads},
     {&Locations::nugetPackages, "NuGet packages",
-     "Downloaded packages. dotnet restore fetches them again. Your projects stay."},
+     "Downloaded packages. dotnet restore fetches them again. Your projects stay.",
+     ToolCaches::looksLikeNugetPackages},
     {&Locations::bunCache, "Bun cache",
-     "Downloaded packages. Bun fetches them again on the next install. Your projects stay."},
+     "Downloaded packages. Bun fetches them again on the next install. Your projects stay.",
+     ToolCaches::looksLikeBunCache},
 }};
+
+// A row's place is the tool's cache: its default, or a folder a variable named that looks like
+// the tool's own.
+bool isToolsOwn(const DeveloperCache& row, const std::string& path, const Locations& places) {
+  const auto& placed = places.placedByVariables;
+  return std::find(placed.begin(), placed.end(), path) == placed.end() || row.looksLike(path);
+}
 
 using scanners::FolderEntry;
 
@@ -357,7 +373,8 @@ bool isSafeCacheLocation(const std::string& path, const Locations& places) {
   for (const DeveloperCache& row : kDeveloperCaches) {
     const std::string& cache = places.*row.path;
     if (cache.empty()) continue;  // no such place in this layout
-    inside = inside || paths::isWithin(resolved, underResolvedHome(cache, places, resolvedHome));
+    if (paths::isWithin(resolved, underResolvedHome(cache, places, resolvedHome)))
+      inside = inside || isToolsOwn(row, cache, places);
   }
   // Only the user's own: another user's cache would land in this user's Trash.
   return inside && !isRefusedPlace(resolved, places, resolvedHome) &&
@@ -398,7 +415,9 @@ std::optional<std::string> heldOpenBy(const std::string& path,
   if (held.empty()) return std::nullopt;
   std::string resolved = paths::resolveSymlinks(path);
   for (const platform::HeldFile& file : held) {
-    if (paths::isWithin(file.path, resolved)) return file.program;
+    if (paths::isWithin(file.path, resolved) ||
+        (file.wholeFolder && paths::isWithin(resolved, file.path)))
+      return file.program;
   }
   return std::nullopt;
 }
@@ -499,7 +518,9 @@ std::vector<CacheFinding> scanDeveloperCaches(const Locations& places,
   std::vector<std::string> paths;
   for (const DeveloperCache& row : kDeveloperCaches) {
     const std::string& path = places.*row.path;
-    if (path.empty() || !isRealFolder(path) || !isSafeCacheLocation(path, places)) continue;
+    if (path.empty() || !isRealFolder(path) || !isToolsOwn(row, path, places) ||
+        !isSafeCacheLocation(path, places))
+      continue;
     // A tool's cache moved into the cache folder by its variable is already a part of one of
     // that folder's children, listed there: counted once.
     if (!places.caches.empty() && paths::isWithin(path, places.caches)) continue;
@@ -621,6 +642,27 @@ std::vector<std::string> heldOpenFolders(const Locations& places) {
   }
   std::erase_if(folders, [](const std::string& f) { return f.empty(); });
   return folders;
+}
+
+std::vector<platform::HeldFile> cachesInUse(const Locations& places) {
+  std::vector<platform::HeldFile> held = platform::filesHeldOpen(heldOpenFolders(places));
+  auto useWhole = [&](const std::string& folder, std::string_view program) {
+    struct stat s {};
+    if (!folder.empty() && ::lstat(folder.c_str(), &s) == 0)
+      held.push_back({paths::resolveSymlinks(folder), std::string(program), true});
+  };
+  for (const platform::KnownProgram* program : platform::runningKnownPrograms()) {
+    for (std::string_view folder : program->cacheFolders) {
+      if (!places.caches.empty()) useWhole(paths::join(places.caches, folder), program->name);
+    }
+    // Its folders in the home (~/.config/Slack, ~/.local/share/Steam), where its tool caches
+    // lie, on the layout that has them.
+    if (isLinux(places)) {
+      for (std::string_view folder : program->homeFolders)
+        useWhole(paths::join(places.home, folder), program->name);
+    }
+  }
+  return held;
 }
 
 std::vector<CacheFinding> scan(const Locations& places, const platform::Workspace& workspace,

@@ -40,6 +40,10 @@ std::vector<CacheFinding> scanToolCaches(const Locations& places,
 // The folders whose open files the held-open rule needs: the cache folder and the developer
 // caches of this layout.
 std::vector<std::string> heldOpenFolders(const Locations& places);
+// What running programs of this user are using now, read once for a scan: every file they hold
+// open in heldOpenFolders, and the cache folders of every known program that runs (its folder
+// in the cache folder counts as held by it, open files or not).
+std::vector<platform::HeldFile> cachesInUse(const Locations& places);
 // The program (from held) that holds a file at or below path open, if any.
 std::optional<std::string> heldOpenBy(const std::string& path,
                                       const std::vector<platform::HeldFile>& held);

@@ -50,6 +50,14 @@ bool allFit(const std::string& folder, const std::function<bool(const FolderEntr
   return any;
 }
 
+// At least one entry but hidden ones passes marks: the tool's own mark among them.
+bool anyIs(const std::string& folder, const std::function<bool(const FolderEntry&)>& marks) {
+  for (const FolderEntry& e : entriesOf(folder)) {
+    if (!e.name.starts_with('.') && marks(e)) return true;
+  }
+  return false;
+}
+
 // Chromium's disk caches: the block-file layout (an "index" beside data_0 ... data_3), or the
 // simple one ("index-dir" beside the entries), possibly one folder down in "Cache_Data".
 bool looksLikeChromiumDiskCache(const std::string& folder) {
@@ -107,6 +115,108 @@ std::string resolved(const std::string& path) {
 }
 
 }  // namespace
+
+// The download caches a tool's variable may move (NUGET_PACKAGES=~/work names any folder): the
+// folder is the tool's only while every entry in it is of the tool's making and one is its mark.
+
+bool looksLikeNpmCache(const std::string& folder) {
+  return allFit(folder,
+                [](const FolderEntry& e) {
+                  return e.isFolder() &&
+                         (e.name == "content-v2" || e.name == "index-v5" || e.name == "tmp");
+                }) &&
+         anyIs(folder, [](const FolderEntry& e) { return e.name != "tmp"; });
+}
+
+bool looksLikeNpxCache(const std::string& folder) {
+  return allFit(folder, [](const FolderEntry& e) { return e.isFolder() && isHex(e.name, 16); });
+}
+
+bool looksLikeGradleCache(const std::string& folder) {
+  static constexpr std::array<std::string_view, 8> kFamilies = {
+      "modules-", "jars-",        "transforms-", "build-cache-",
+      "journal-", "file-changes", "kotlin-dsl",  "md-"};
+  return allFit(folder,
+                [](const FolderEntry& e) {
+                  if (e.isFolder()) {
+                    // A family of Gradle's own, or a Gradle version's folder ("8.5").
+                    return !e.name.empty() &&
+                           ((e.name.front() >= '0' && e.name.front() <= '9') ||
+                            std::any_of(kFamilies.begin(), kFamilies.end(),
+                                        [&](auto f) { return e.name.starts_with(f); }));
+                  }
+                  return e.type == S_IFREG &&
+                         (e.name.ends_with(".lock") || e.name.ends_with(".bin"));
+                }) &&
+         anyIs(folder,
+               [](const FolderEntry& e) { return e.isFolder() && e.name.starts_with("modules-"); });
+}
+
+bool looksLikeCargoSources(const std::string& folder) {
+  // "<source>-<16 hex digits>": one registry, or one git dependency.
+  return allFit(folder, [](const FolderEntry& e) {
+    size_t dash = e.name.rfind('-');
+    return e.isFolder() && dash != std::string::npos && dash > 0 &&
+           isHex(std::string_view(e.name).substr(dash + 1), 16);
+  });
+}
+
+bool looksLikeGoDownloads(const std::string& folder) {
+  if (!allFit(folder, [](const FolderEntry& e) { return e.isFolder(); })) return false;
+  // Module paths of folders, each module's versions in an "@v" folder a few levels down
+  // (github.com/user/module/@v), looked for in at most a couple of hundred folders.
+  std::vector<std::pair<std::string, int>> queue{{folder, 0}};
+  for (size_t i = 0; i < queue.size() && i < 200; ++i) {
+    auto [path, depth] = queue[i];
+    for (const FolderEntry& e : entriesOf(path)) {
+      if (!e.isFolder()) continue;
+      if (e.name == "@v") return true;
+      if (depth < 5) queue.emplace_back(paths::join(path, e.name), depth + 1);
+    }
+  }
+  return false;
+}
+
+bool looksLikeNugetPackages(const std::string& folder) {
+  // A folder per package id (in lower case), a folder per version in it, and in a version the
+  // package's own files (.nupkg.metadata, <id>.<version>.nupkg).
+  auto isVersion = [](const FolderEntry& e) {
+    return e.isFolder() && !e.name.empty() && e.name.front() >= '0' && e.name.front() <= '9';
+  };
+  return allFit(folder,
+                [&](const FolderEntry& e) {
+                  if (!e.isFolder() || e.name != paths::asciiLower(e.name)) return false;
+                  auto versions = scanners::listFolder(paths::join(folder, e.name));
+                  return versions && std::all_of(versions->begin(), versions->end(), isVersion);
+                }) &&
+         anyIs(folder, [&](const FolderEntry& e) {
+           std::string package = paths::join(folder, e.name);
+           for (const FolderEntry& v : entriesOf(package)) {
+             std::string version = paths::join(package, v.name);
+             if (hasEntry(version, ".nupkg.metadata", S_IFREG) ||
+                 hasEntry(version, e.name + "." + v.name + ".nupkg", S_IFREG))
+               return true;
+           }
+           return false;
+         });
+}
+
+bool looksLikeBunCache(const std::string& folder) {
+  // "<name>@<version>@@@<n>" folders, scoped ones inside "@scope" folders, and the registry's
+  // manifests as "<hash>.npm" files.
+  auto isPackage = [](const FolderEntry& e) {
+    return e.isFolder() && e.name.find("@@@") != std::string::npos;
+  };
+  return allFit(folder,
+                [&](const FolderEntry& e) {
+                  if (isPackage(e)) return true;
+                  if (e.type == S_IFREG) return e.name.ends_with(".npm");
+                  if (!e.isFolder() || !e.name.starts_with('@')) return false;
+                  auto scoped = scanners::listFolder(paths::join(folder, e.name));
+                  return scoped && std::all_of(scoped->begin(), scoped->end(), isPackage);
+                }) &&
+         anyIs(folder, isPackage);
+}
 
 bool looksLikePnpmStore(const std::string& folder) {
   // One folder per store version ("v3", "v10"), its files in "files".

@@ -31,6 +31,16 @@ std::vector<Place> list(const Locations& places);
 // The folders whose open files make one of these caches "in use": each place of list().
 std::vector<std::string> heldOpenFolders(const Locations& places);
 
+// The developer download caches whose place a tool's variable may choose: whether a folder is
+// laid out as that tool's cache (every entry of its making, one its mark).
+bool looksLikeNpmCache(const std::string& folder);
+bool looksLikeNpxCache(const std::string& folder);
+bool looksLikeGradleCache(const std::string& folder);
+bool looksLikeCargoSources(const std::string& folder);  // registry/cache and git/db alike
+bool looksLikeGoDownloads(const std::string& folder);
+bool looksLikeNugetPackages(const std::string& folder);
+bool looksLikeBunCache(const std::string& folder);
+
 // Layout checks, one per tool (exposed for the tests).
 bool looksLikePnpmStore(const std::string& folder);
 bool looksLikeYarnCache(const std::string& folder);

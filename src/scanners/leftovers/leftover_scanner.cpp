@@ -99,17 +99,9 @@ void addBundleID(const std::string& bundle, std::set<std::string>& ids) {
   if (auto id = info->string("CFBundleIdentifier"); id && !id->empty()) ids.insert(*id);
 }
 
-// The helpers, plug-ins and extensions one folder inside an app bundle.
 void addNestedBundles(const std::string& bundle, std::set<std::string>& ids) {
-  for (std::string_view inner : kNestedBundleFolders) {
-    std::string folder = paths::join(bundle, inner);
-    auto entries = listFolder(folder);
-    if (!entries) continue;
-    for (const Entry& e : *entries) {
-      std::string nested = paths::join(folder, e.name);
-      if (isFolderOrLinkToOne(nested)) addBundleID(nested, ids);
-    }
-  }
+  for (const std::string& nested : nestedBundles(bundle))
+    addBundleID(nested, ids);
 }
 
 bool endsWith(std::string_view text, std::string_view suffix) {
@@ -260,6 +252,20 @@ bool hasShapeFor(std::string_view candidate, EntryRule rule) {
 }
 
 }  // namespace
+
+std::vector<std::string> nestedBundles(const std::string& bundle) {
+  std::vector<std::string> found;
+  for (std::string_view inner : kNestedBundleFolders) {
+    std::string folder = paths::join(bundle, inner);
+    auto entries = listFolder(folder);
+    if (!entries) continue;
+    for (const Entry& e : *entries) {
+      std::string nested = paths::join(folder, e.name);
+      if (isFolderOrLinkToOne(nested)) found.push_back(std::move(nested));
+    }
+  }
+  return found;
+}
 
 std::string flatpakAppName(std::string_view id) {
   // Words an identifier ends with that name no app: com.spotify.Client, org.telegram.desktop.

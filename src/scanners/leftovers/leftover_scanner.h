@@ -47,6 +47,9 @@ Result scan(const Locations& places, const platform::Workspace& workspace,
 // of every installation, with the running apps and this program itself.
 std::set<std::string> installedBundleIDs(const Locations& places,
                                          const platform::Workspace& workspace);
+// The helpers, plug-ins and extensions one folder inside an app bundle (Contents/PlugIns,
+// Contents/Helpers, ...), each a folder or a link to one.
+std::vector<std::string> nestedBundles(const std::string& bundle);
 // The identifier or one of its shorter forms (trailing components dropped) is installed.
 bool isAccountedFor(const std::string& bundleID, const std::set<std::string>& installed);
 bool hasBundleIDShape(std::string_view candidate);

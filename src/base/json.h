@@ -70,6 +70,8 @@ struct WriteOptions {
 
 std::string write(const Value& value, const WriteOptions& options = {});
 void writeString(std::string& out, std::string_view bytes, bool escapeSlashes = false);
+// The UTF-8 bytes of one code point.
+void appendUtf8(std::string& out, char32_t codePoint);
 
 // nullopt for anything that is not exactly one JSON value (trailing white space allowed).
 std::optional<Value> parse(std::string_view text);

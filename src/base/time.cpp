@@ -1,5 +1,6 @@
 #include "base/time.h"
 
+#include <algorithm>
 #include <cmath>
 #include <ctime>
 
@@ -45,7 +46,11 @@ TimePoint fromReferenceSeconds(double seconds) {
 }
 
 TimePoint fromUnixSeconds(std::int64_t seconds) {
-  return TimePoint(std::chrono::seconds(seconds));
+  // A file's date may be set to anything (the year 30000); past what a time point holds it reads
+  // as the farthest one it can hold.
+  constexpr std::int64_t kLimit =
+      std::chrono::duration_cast<std::chrono::seconds>(Clock::duration::max()).count() - 1;
+  return TimePoint(std::chrono::seconds(std::clamp(seconds, -kLimit, kLimit)));
 }
 
 std::string localDateTime(TimePoint when) {

@@ -19,7 +19,9 @@
 #include "base/json.h"
 #include "base/paths.h"
 #include "base/time.h"
+#include "platform/ownership.h"
 #include "platform/trash.h"
+#include "scanners/folder_listing.h"
 #ifdef __linux__
 #include "platform/linux/syscalls.h"
 #endif
@@ -80,6 +82,17 @@ json::Value toJson(const Entry& e) {
   object.set("name", e.name);
   object.set("date", timefmt::referenceSeconds(e.date));
   if (e.putBackAt) object.set("putBackAt", timefmt::referenceSeconds(*e.putBackAt));
+  // An extra key: a reader that knows only the fields above reads the record all the same.
+  if (!e.shared.empty()) {
+    json::Array copies;
+    for (const SharedCopy& c : e.shared) {
+      json::Value copy{json::Object{}};
+      copy.set("path", c.path);
+      copy.set("keptPath", c.keptPath);
+      copies.push_back(std::move(copy));
+    }
+    object.set("shared", std::move(copies));
+  }
   return object;
 }
 
@@ -134,6 +147,16 @@ std::optional<Entry> fromJson(const json::Value& v) {
     std::optional<double> at = dateMember(v, "putBackAt");
     if (!at) return std::nullopt;
     e.putBackAt = timefmt::fromReferenceSeconds(*at);
+  }
+  if (const json::Value* shared = v.find("shared"); shared && !shared->isNull()) {
+    // Malformed, the record is kept as it is rather than rewritten without its copies.
+    if (!shared->isArray()) return std::nullopt;
+    for (const json::Value& item : shared->array()) {
+      const std::string* path = item.isObject() ? stringMember(item, "path") : nullptr;
+      const std::string* kept = item.isObject() ? stringMember(item, "keptPath") : nullptr;
+      if (!path || !kept) return std::nullopt;
+      e.shared.push_back({*path, *kept});
+    }
   }
   return e;
 }
@@ -225,6 +248,21 @@ class LogLock {
   int fd_ = -1;
 };
 
+// Reads fd to its end into text; 0, or the errno of a read that failed. Closes fd.
+int readToEnd(int fd, std::string& text) {
+  char buffer[65536];
+  int error = 0;
+  while (true) {
+    ssize_t n = ::read(fd, buffer, sizeof buffer);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) error = errno;
+    if (n <= 0) break;
+    text.append(buffer, static_cast<size_t>(n));
+  }
+  ::close(fd);
+  return error;
+}
+
 bool readWhole(const std::string& path, std::string& text, bool& isFolder) {
   int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) return false;
@@ -234,14 +272,7 @@ bool readWhole(const std::string& path, std::string& text, bool& isFolder) {
     ::close(fd);
     return false;
   }
-  char buffer[65536];
-  while (true) {
-    ssize_t n = ::read(fd, buffer, sizeof buffer);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) break;
-    text.append(buffer, static_cast<size_t>(n));
-  }
-  ::close(fd);
+  readToEnd(fd, text);
   return true;
 }
 
@@ -266,6 +297,19 @@ bool isSpace(char c) {
 
 // The top-level values of a JSON array, each as its own text, read as far as the text goes:
 // one bad record, or a file cut short, leaves the others readable.
+// Where the JSON string opening at text[at] ends (just past its closing quote); npos when the
+// text ends inside it.
+size_t pastString(std::string_view text, size_t at) {
+  for (size_t i = at + 1; i < text.size(); ++i) {
+    if (text[i] == '\\') {
+      ++i;
+    } else if (text[i] == '"') {
+      return i + 1;
+    }
+  }
+  return std::string_view::npos;
+}
+
 std::vector<std::string_view> splitArray(std::string_view text, bool& whole) {
   std::vector<std::string_view> items;
   size_t i = 0;
@@ -291,17 +335,10 @@ std::vector<std::string_view> splitArray(std::string_view text, bool& whole) {
     }
     size_t start = i;
     int depth = 0;
-    bool inString = false;
     for (; i < text.size(); ++i) {
       char c = text[i];
-      if (inString) {
-        if (c == '\\') {
-          ++i;
-        } else if (c == '"') {
-          inString = false;
-        }
-      } else if (c == '"') {
-        inString = true;
+      if (c == '"') {
+        i = std::min(pastString(text, i), text.size()) - 1;  // the loop steps past it
       } else if (c == '[' || c == '{') {
         ++depth;
       } else if (c == ']' || c == '}') {
@@ -328,10 +365,8 @@ std::vector<std::string_view> splitArray(std::string_view text, bool& whole) {
   return items;
 }
 
-LogFile readLog(const std::string& logFile) {
-  LogFile log;
-  log.exists = readWhole(logFile, log.bytes, log.isFolder);
-  if (!log.exists) return log;
+// The records of log.bytes.
+void readRecords(LogFile& log) {
   for (std::string_view item : splitArray(log.bytes, log.whole)) {
     Record record;
     std::optional<json::Value> value = json::parse(item);
@@ -344,6 +379,12 @@ LogFile readLog(const std::string& logFile) {
     }
     log.records.push_back(std::move(record));
   }
+}
+
+LogFile readLog(const std::string& logFile) {
+  LogFile log;
+  log.exists = readWhole(logFile, log.bytes, log.isFolder);
+  if (log.exists) readRecords(log);
   return log;
 }
 
@@ -447,30 +488,120 @@ struct JournalRecord {
   TimePoint at{};              // for "putBack"
 };
 
-std::vector<JournalRecord> readJournal(const std::string& path) {
-  std::string text;
-  bool isFolder = false;
-  std::vector<JournalRecord> records;
-  if (!readWhole(path, text, isFolder)) return records;
-  // A line cut short by a crash does not parse and is passed over; it was written last.
-  for (std::string_view line : paths::split(text, '\n')) {
-    std::optional<json::Value> v = json::parse(line);
-    if (!v || !v->isObject()) continue;
-    const std::string* op = stringMember(*v, "op");
-    const std::string* id = stringMember(*v, "id");
-    if (!op || !id) continue;
-    JournalRecord r{*op, upper(*id), std::nullopt, {}};
-    if (*op == "move") {
-      const json::Value* e = v->find("entry");
-      if (!e || !(r.entry = fromJson(*e))) continue;
-    } else if (*op == "putBack") {
-      std::optional<double> at = dateMember(*v, "at");
-      if (!at) continue;
-      r.at = timefmt::fromReferenceSeconds(*at);
+// A line cut short (its end lost with the power, or a full disk) read as far as it goes: the
+// text up to one of its last complete members, with the brackets left open closed. A cut never
+// falls after a bare number or word, which may itself be cut ("bytes":12 of 1234).
+std::optional<json::Value> readCutLine(std::string_view line) {
+  struct Cut {
+    size_t at;
+    std::string closers;
+  };
+  std::vector<Cut> cuts;
+  std::string open;  // the brackets still open, innermost last
+  auto closers = [&] {
+    std::string out;
+    for (auto it = open.rbegin(); it != open.rend(); ++it)
+      out += *it == '{' ? '}' : ']';
+    return out;
+  };
+  bool inString = false;
+  for (size_t i = 0; i < line.size(); ++i) {
+    char c = line[i];
+    if (c == '"') {
+      size_t end = pastString(line, i);
+      inString = end == std::string_view::npos;
+      if (inString) break;
+      i = end - 1;  // the loop steps past it
+    } else if (c == '{' || c == '[') {
+      open.push_back(c);
+    } else if (c == '}' || c == ']') {
+      if (open.empty()) return std::nullopt;
+      open.pop_back();
+      if (!open.empty()) cuts.push_back({i + 1, closers()});
+    } else if (c == ',' && !open.empty()) {
+      cuts.push_back({i, closers()});
     }
-    records.push_back(std::move(r));
   }
-  return records;
+  size_t end = line.find_last_not_of(" \t\r");
+  if (!inString && !open.empty() && end != std::string_view::npos && line[end] == '"') {
+    cuts.push_back({end + 1, closers()});
+  }
+  // The last few places only: a record is a few hundred bytes.
+  for (size_t tried = 0; tried < 8 && !cuts.empty(); ++tried) {
+    Cut cut = std::move(cuts.back());
+    cuts.pop_back();
+    if (auto v = json::parse(std::string(line.substr(0, cut.at)) + cut.closers)) return v;
+  }
+  return std::nullopt;
+}
+
+std::optional<JournalRecord> journalRecord(const json::Value& v) {
+  if (!v.isObject()) return std::nullopt;
+  const std::string* op = stringMember(v, "op");
+  const std::string* id = stringMember(v, "id");
+  if (!op || !id) return std::nullopt;
+  JournalRecord r{*op, upper(*id), std::nullopt, {}};
+  if (*op == "move") {
+    const json::Value* e = v.find("entry");
+    if (!e || !(r.entry = fromJson(*e))) return std::nullopt;
+  } else if (*op == "putBack") {
+    std::optional<double> at = dateMember(v, "at");
+    if (!at) return std::nullopt;
+    r.at = timefmt::fromReferenceSeconds(*at);
+  }
+  return r;
+}
+
+struct JournalText {
+  std::vector<JournalRecord> records;
+  int damaged = 0;  // lines that could not be read whole
+};
+
+JournalText parseJournal(std::string_view text) {
+  JournalText out;
+  for (std::string_view line : paths::split(text, '\n')) {
+    if (line.find_first_not_of(" \t\r") == std::string_view::npos) continue;
+    std::optional<json::Value> v = json::parse(line);
+    std::optional<JournalRecord> record = v ? journalRecord(*v) : std::nullopt;
+    if (!record) {
+      ++out.damaged;
+      // A record whose every needed member came before the cut is still used.
+      if (!v) {
+        if (std::optional<json::Value> cut = readCutLine(line)) record = journalRecord(*cut);
+      }
+    }
+    if (record) out.records.push_back(std::move(*record));
+  }
+  return out;
+}
+
+// The journal as found: absent, unreadable (another user's, not a file), or its records.
+struct JournalFile {
+  bool exists = false;
+  int error = 0;  // why it could not be read
+  std::string bytes;
+  JournalText text;
+  bool readable() const { return exists && error == 0; }
+};
+
+JournalFile readJournalFile(const std::string& path) {
+  JournalFile journal;
+  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
+  if (fd < 0) {
+    journal.exists = errno != ENOENT;
+    journal.error = errno;
+    return journal;
+  }
+  journal.exists = true;
+  struct stat s {};
+  if (::fstat(fd, &s) != 0 || !S_ISREG(s.st_mode)) {
+    journal.error = S_ISDIR(s.st_mode) ? EISDIR : EINVAL;
+    ::close(fd);
+    return journal;
+  }
+  journal.error = readToEnd(fd, journal.bytes);
+  if (journal.error == 0) journal.text = parseJournal(journal.bytes);
+  return journal;
 }
 
 bool existsAt(const std::string& path) {
@@ -565,12 +696,114 @@ std::vector<Entry> entriesOf(const LogFile& log) {
   return entries;
 }
 
-// Adds the settled journal and the given entries to the log, writes it when anything changed,
-// and then empties the journal. Runs under the log's lock.
+constexpr std::string_view kUnreadJournal = "cleared.journal.unread-";
+constexpr std::string_view kDamagedJournal = "cleared.journal.damaged-";
+
+std::vector<std::string> namesIn(const std::string& folder) {
+  std::vector<std::string> names;
+  for (const scanners::FolderEntry& e :
+       scanners::listFolder(folder).value_or(std::vector<scanners::FolderEntry>{}))
+    names.push_back(e.name);
+  return names;
+}
+
+// mkostemp's names for the log's temporary copies: ".cleared.json." and six letters or digits.
+bool isTemporaryLogName(std::string_view name, const std::string& logFile) {
+  std::string prefix = "." + std::string(paths::lastComponent(logFile)) + ".";
+  if (name.size() != prefix.size() + 6 || !name.starts_with(prefix)) return false;
+  return std::all_of(name.begin() + static_cast<std::ptrdiff_t>(prefix.size()), name.end(),
+                     [](char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0; });
+}
+
+// Copies of the log a process left when it was killed between writing one and renaming it over
+// the log. Runs under the log's lock, which every writer of such a copy holds from creating it
+// to renaming it: any copy there now belongs to no one.
+void removeTemporaryLogs(const Locations& places) {
+  const std::string folder = folderOf(places);
+  for (const std::string& name : namesIn(folder)) {
+    if (!isTemporaryLogName(name, places.logFile)) continue;
+    std::string path = paths::join(folder, name);
+    struct stat s {};
+    if (::lstat(path.c_str(), &s) != 0 || !S_ISREG(s.st_mode) || s.st_uid != ::geteuid()) continue;
+    // Removing our own half-written copy of cleared.json: the name is mkostemp's pattern for
+    // it, the file is ours, and the lock proves no process is writing it.
+    ::unlink(path.c_str());
+  }
+}
+
+// Renames one of our journals to prefix + the time, beside the log, never over another file.
+void keepAside(const std::string& path, std::string_view prefix) {
+  const std::string folder(paths::parent(path));
+  const std::string base = std::string(prefix) + utcStamp();
+  int dir = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (dir < 0) throw systemError(errno, "Cannot keep " + path);
+  int error = EEXIST;
+  for (int n = 1; n < 1000 && error == EEXIST; ++n) {
+    std::string name = n == 1 ? base : base + "-" + std::to_string(n);
+#ifdef __linux__
+    error = platform::sys::renameNoReplace(dir, std::string(paths::lastComponent(path)), dir, name,
+                                           path) == 0
+                ? 0
+                : errno;
+#else
+    struct stat s {};
+    error = ::fstatat(dir, name.c_str(), &s, AT_SYMLINK_NOFOLLOW) == 0 ? EEXIST : 0;
+    if (error == 0 &&
+        ::renameat(dir, std::string(paths::lastComponent(path)).c_str(), dir, name.c_str()) != 0)
+      error = errno;
+#endif
+  }
+  if (error == 0) ::fsync(dir);
+  ::close(dir);
+  if (error != 0) throw systemError(error, "Cannot keep " + path + " beside the log");
+}
+
+// What becomes of a journal once its records are in the log: it goes when every line was read;
+// one that could not be read whole keeps its bytes beside the log, and one that could not be
+// read at all (its permissions taken away, another owner's, not a file) is set aside, to be merged
+// when it can be.
+void finishJournal(const std::string& path, const JournalFile& journal, bool setAside) {
+  if (!journal.exists) return;
+  if (!journal.readable()) {
+    if (!setAside) keepAside(path, kUnreadJournal);
+    return;
+  }
+  if (journal.text.damaged > 0) {
+    keepAside(path, kDamagedJournal);
+    return;
+  }
+  // Removing a journal of ours whose every record is now in the log. The log's lock is held:
+  // no move is writing to it.
+  if (::unlink(path.c_str()) != 0 && errno != ENOENT) {
+    throw systemError(errno, "Cannot empty " + path);
+  }
+}
+
+// Journals set aside earlier because they could not be read, now readable: their paths and
+// contents, oldest first.
+std::vector<std::pair<std::string, JournalFile>> readableSetAside(const Locations& places) {
+  std::vector<std::pair<std::string, JournalFile>> found;
+  const std::string folder = folderOf(places);
+  for (const std::string& name : namesIn(folder)) {
+    if (!name.starts_with(kUnreadJournal)) continue;
+    std::string path = paths::join(folder, name);
+    JournalFile journal = readJournalFile(path);
+    if (journal.readable()) found.emplace_back(std::move(path), std::move(journal));
+  }
+  return found;
+}
+
+// Adds the settled journals and the given entries to the log, writes it when anything changed,
+// and then settles the journals (finishJournal). Runs under the log's lock.
 void mergeLocked(const Locations& places, const std::vector<Entry>& extra, bool replaceAll) {
   LogFile log = readLog(places.logFile);
   const std::string journalPath = journalFile(places);
-  std::vector<JournalRecord> journal = readJournal(journalPath);
+  JournalFile current = readJournalFile(journalPath);
+  std::vector<std::pair<std::string, JournalFile>> aside = readableSetAside(places);
+  std::vector<JournalRecord> journal;
+  for (const auto& [path, file] : aside)
+    journal.insert(journal.end(), file.text.records.begin(), file.text.records.end());
+  journal.insert(journal.end(), current.text.records.begin(), current.text.records.end());
   bool changed = false;
   if (replaceAll) {
     log.records.clear();
@@ -600,23 +833,63 @@ void mergeLocked(const Locations& places, const std::vector<Entry>& extra, bool 
     }
   }
   if (changed) writeLog(places.logFile, log, encodeRecords(log.records));
-  // Removing cleared.journal, this program's own file, whose every record is now in the log.
-  // The log's lock is held: no move is writing to it.
-  if (::unlink(journalPath.c_str()) != 0 && errno != ENOENT) {
-    throw systemError(errno, "Cannot empty " + journalPath);
+  for (const auto& [path, file] : aside)
+    finishJournal(path, file, true);
+  finishJournal(journalPath, current, false);
+}
+
+// What recovery has to do: a journal, a temporary copy of the log, or a set-aside journal.
+bool needsRecovery(const Locations& places) {
+  if (existsAt(journalFile(places))) return true;
+  for (const std::string& name : namesIn(folderOf(places))) {
+    if (isTemporaryLogName(name, places.logFile) || name.starts_with(kUnreadJournal)) return true;
   }
+  return false;
 }
 
 // --- Put Back ----------------------------------------------------------------------------------
 
-bool allowedResolved(const std::string& trash, const std::string& original,
-                     const std::string& home) {
-  if (original.rfind(home + "/", 0) != 0) return false;
-  return platform::isInTrashFolder(trash, home);
-}
-
 bool absolute(const std::string& path) {
   return !path.empty() && path.front() == '/';
+}
+
+// A record's two places as Put Back takes them.
+struct Accepted {
+  std::string trash;             // links resolved
+  platform::Placement original;  // the place a move accepted, and the path below it
+};
+
+// The location rule of Put Back: the Trash path names an item of one of this user's real Trash
+// folders, and the original place is one that a move accepts (in the home or a place of the
+// user's that may be used, Ownership::placeOf), with no link in the folders below that place:
+// one put there since the move would send the item elsewhere.
+std::optional<Accepted> acceptedPlaces(const Entry& entry, const Locations& places) {
+  if (!absolute(entry.trashPath) || !absolute(entry.originalPath) || !absolute(places.home)) {
+    return std::nullopt;
+  }
+  // From here on only the resolved Trash path is used, so the item moved is the one checked,
+  // whatever links or ".." the record holds.
+  Accepted accepted{paths::resolveParentSymlinks(entry.trashPath), {}};
+  if (!platform::isInTrashFolder(accepted.trash, paths::resolveSymlinks(places.home))) {
+    return std::nullopt;
+  }
+  Ownership::Place place = Ownership::placeOf(entry.originalPath, places);
+  if (place.where != Ownership::Where::usable) return std::nullopt;
+  accepted.original = place.placement;
+  std::string folder = accepted.original.folder;
+  std::vector<std::string_view> parts = paths::split(accepted.original.relative, '/');
+  parts.pop_back();  // the item's own name: whatever stands there is checked as occupying it
+  for (std::string_view part : parts) {
+    folder = paths::join(folder, part);
+    struct stat s {};
+    if (::lstat(folder.c_str(), &s) != 0) break;  // made again by Put Back
+    if (S_ISLNK(s.st_mode)) return std::nullopt;
+  }
+  return accepted;
+}
+
+std::string originalPathOf(const platform::Placement& original) {
+  return paths::join(original.folder, original.relative);
 }
 
 }  // namespace
@@ -721,8 +994,10 @@ void Journal::merge() {
 }
 
 void recover(const Locations& places) {
-  if (!existsAt(journalFile(places))) return;
+  // Another user's log is never written: its journal waits for that user.
+  if (!needsRecovery(places) || Ownership::refusalToMove(places)) return;
   LogLock lock(places.logFile);
+  removeTemporaryLogs(places);
   mergeLocked(places, {}, false);
 }
 
@@ -741,6 +1016,22 @@ void save(const std::vector<Entry>& entries, const Locations& places) {
   mergeLocked(places, entries, true);
 }
 
+TextReading readLogText(std::string_view text) {
+  LogFile log;
+  log.exists = true;
+  log.bytes = std::string(text);
+  readRecords(log);
+  TextReading reading;
+  reading.records = static_cast<int>(entriesOf(log).size());
+  reading.unreadable = log.unreadable;
+  return reading;
+}
+
+TextReading readJournalText(std::string_view text) {
+  JournalText journal = parseJournal(text);
+  return {static_cast<int>(journal.records.size()), journal.damaged};
+}
+
 Reading read(const Locations& places) {
   Reading reading;
   LogFile log = readLog(places.logFile);
@@ -753,7 +1044,28 @@ Reading read(const Locations& places) {
   }
   // Moves and Put Backs not yet merged (another process is merging, or the log cannot be
   // written) are shown as they will be recorded.
-  std::vector<JournalRecord> journal = readJournal(journalFile(places));
+  const std::string journalPath = journalFile(places);
+  JournalFile current = readJournalFile(journalPath);
+  std::vector<JournalRecord> journal = current.text.records;
+  if (current.exists && !current.readable()) {
+    reading.journalNotes.push_back(
+        journalPath + " could not be read (" +
+        std::error_code(current.error, std::generic_category()).message() +
+        "); it stays as it is until it can be merged.");
+  }
+  for (const std::string& name : namesIn(folderOf(places))) {
+    std::string path = paths::join(folderOf(places), name);
+    if (name.starts_with(kUnreadJournal)) {
+      reading.journalNotes.push_back(
+          "A journal of moves that could not be read is kept beside the log as " + path +
+          "; it is merged once it can be read.");
+    } else if (name.starts_with(kDamagedJournal)) {
+      reading.journalNotes.push_back(
+          "Part of a journal of moves could not be read; its bytes are "
+          "kept beside the log as " +
+          path + ".");
+    }
+  }
   if (!journal.empty()) {
     Settled settled = settle(journal, reading.entries, false);
     for (const Entry& e : settled.moved) {
@@ -776,28 +1088,33 @@ std::vector<Entry> load(const Locations& places) {
   return entries;
 }
 
-Status status(const Entry& entry) {
+bool isAllowed(const Entry& entry, const Locations& places) {
+  return acceptedPlaces(entry, places).has_value();
+}
+
+Status status(const Entry& entry, const Locations& places) {
   if (entry.putBackAt) return Status::putBack;
-  return platform::trashItemMatches(entry.trashPath, entry.originalPath) ? Status::inTrash
-                                                                         : Status::trashEmptied;
+  if (isShare(entry)) return Status::shared;
+  if (!platform::trashItemMatches(entry.trashPath, entry.originalPath)) return Status::trashEmptied;
+  return isAllowed(entry, places) ? Status::inTrash : Status::putBackByHand;
 }
 
 Entry putBack(const Entry& entry, const Locations& places) {
   if (entry.putBackAt) throw PutBackError(Kind::alreadyPutBack);
-  if (!absolute(entry.trashPath) || !absolute(entry.originalPath) || !absolute(places.home)) {
-    throw PutBackError(Kind::refusedLocation);
+  if (isShare(entry)) throw PutBackError(Kind::moveFailed, std::string(kNothingToPutBack));
+  // Nothing goes back into a home of another user (root with that user's HOME).
+  if (std::optional<std::string> refusal = Ownership::refusalToMove(places)) {
+    throw PutBackError(Kind::moveFailed, *refusal);
   }
-  // From here on only the resolved paths are used, so the item moved is the one that was
-  // checked, whatever links or ".." the record holds.
-  const std::string home = paths::resolveSymlinks(places.home);
-  const std::string trash = paths::resolveParentSymlinks(entry.trashPath);
-  const std::string original = paths::resolveParentSymlinks(entry.originalPath);
-  if (!allowedResolved(trash, original, home)) throw PutBackError(Kind::refusedLocation);
+  std::optional<Accepted> accepted = acceptedPlaces(entry, places);
+  if (!accepted) throw PutBackError(Kind::refusedLocation);
+  const std::string& trash = accepted->trash;
+  const std::string original = originalPathOf(accepted->original);
 
   if (!platform::trashItemMatches(trash, entry.originalPath)) throw PutBackError(Kind::notInTrash);
   if (existsAt(original)) throw PutBackError(Kind::originalOccupied);
 
-  if (int e = platform::makeFolders(std::string(paths::parent(original)))) {
+  if (int e = platform::makeFolders(accepted->original)) {
     throw systemError(e, "Cannot create " + std::string(paths::parent(original)));
   }
 
@@ -808,7 +1125,7 @@ Entry putBack(const Entry& entry, const Locations& places) {
   if (int e = journal.intendPutBack(updated.id, *updated.putBackAt)) {
     throw systemError(e, "Cannot write " + journalFile(places));
   }
-  std::string failure = platform::moveOutOfTrash(trash, original);
+  std::string failure = platform::moveOutOfTrash(trash, accepted->original);
   if (!failure.empty()) {
     journal.recordPutBack(updated.id, false);
     try {

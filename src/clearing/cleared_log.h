@@ -12,12 +12,22 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/core.h"
 #include "platform/locations.h"
 
 namespace dw::ClearedLog {
+
+// A share: extra copies made to use their kept copy's blocks. Nothing moved, so its record has no
+// Trash path and nothing to put back; its bytes are what the file system's free space grew by.
+inline constexpr std::string_view kShareKind = "share";
+struct SharedCopy {
+  std::string path;      // the copy, still in its place
+  std::string keptPath;  // the file whose blocks it now uses
+  bool operator==(const SharedCopy&) const = default;
+};
 
 struct Entry {
   std::string id;         // UUID, upper-case
@@ -29,8 +39,16 @@ struct Entry {
   std::string name;
   TimePoint date;
   std::optional<TimePoint> putBackAt;
+  std::vector<SharedCopy> shared;  // a share's copies; written only when there are some
   bool operator==(const Entry&) const = default;
 };
+
+inline bool isShare(const Entry& entry) {
+  return entry.kind == kShareKind;
+}
+// What Recently Cleared says of shares, and Put Back's answer for one.
+inline constexpr std::string_view kNothingToPutBack =
+    "Shared copies stay where they are: there is nothing to put back.";
 
 class PutBackError : public std::runtime_error {
  public:
@@ -61,15 +79,31 @@ struct Reading {
   std::vector<Entry> entries;  // oldest first, the journal's finished moves included
   int unreadable = 0;          // records kept as they are because they could not be read
   std::string problem;         // why the log itself could not be read ("" when it could)
+  // One sentence for each journal that could not be read (whole) and is kept beside the log.
+  std::vector<std::string> journalNotes;
 };
 Reading read(const Locations& places);
+
+// The text forms as the files are read, for checking any input against the readers: how many
+// of a log's records are entries (the log read record by record), and how many of a journal's
+// lines are records (a line cut short read as far as it goes).
+struct TextReading {
+  int records = 0;
+  int unreadable = 0;
+};
+TextReading readLogText(std::string_view text);
+TextReading readJournalText(std::string_view text);
 // Newest first; records that cannot be read are left out.
 std::vector<Entry> load(const Locations& places);
 
 // Finishes the bookkeeping of moves and Put Backs that a process did not finish (killed, power
 // lost): a moved item gets its record, a put-back item its putBackAt, a .trashinfo this program
-// wrote for a move that never happened goes. Then merges the journal into the log and empties
-// it. Throws std::system_error when the log cannot be written; the journal then stays.
+// wrote for a move that never happened goes. Then merges the journal into the log and removes
+// it; a journal that cannot be read whole is kept beside the log (cleared.journal.damaged-<UTC
+// date-time>, or cleared.journal.unread-<UTC date-time> while it cannot be read at all, merged
+// by a later recovery that can read it), never dropped. Copies of the log a killed process left
+// behind (.cleared.json.XXXXXX) are removed. Throws std::system_error when the log cannot be
+// written; the journal then stays.
 void recover(const Locations& places);
 
 // One move or Put Back in progress: holds the log's lock so that no recovery runs meanwhile, and
@@ -94,13 +128,26 @@ class Journal {
   std::unique_ptr<State> state_;
 };
 
-// Where an entry's item is now. "In the Trash" is the very test Put Back makes, so the two
-// never disagree.
-enum class Status { inTrash, putBack, trashEmptied };
-Status status(const Entry& entry);
+// The location rule of Put Back: the Trash path names an item of one of this user's real Trash
+// folders, and the original place is one a move accepts (Ownership::placeOf: in the home, or in
+// a place of the user's that may be used, such as a Downloads that is a link to a folder of
+// theirs elsewhere), with no link below that place.
+bool isAllowed(const Entry& entry, const Locations& places);
+// Where an entry's item is now. "In the Trash" and the location rule are the very tests Put Back
+// makes, so the two never disagree.
+enum class Status {
+  inTrash,        // in the Trash, and Put Back can take it back
+  putBack,        // put back (putBackAt)
+  trashEmptied,   // no longer in the Trash
+  putBackByHand,  // in the Trash, but its original place is not one Put Back accepts (an app
+                  // from /Applications)
+  shared,         // a share: never in the Trash, nothing to put back
+};
+Status status(const Entry& entry, const Locations& places);
 
 // Moves the item back and records when; throws PutBackError (or std::system_error when the
-// parent folder cannot be made or the log cannot be written after the move).
+// parent folder cannot be made or the log cannot be written after the move). Refuses
+// (moveFailed, with Ownership::refusalToMove's text) in a home of another user.
 Entry putBack(const Entry& entry, const Locations& places);
 
 }  // namespace dw::ClearedLog

@@ -1,5 +1,7 @@
 #include "clearing/clearing.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <climits>
@@ -12,6 +14,7 @@
 #include "base/uuid.h"
 #include "measure/disk_sizer.h"
 #include "platform/own_ground.h"
+#include "platform/ownership.h"
 #include "platform/trash.h"
 #include "scanners/caches/cache_scanner.h"
 #include "scanners/duplicates/duplicate_scanner.h"
@@ -38,6 +41,14 @@ std::string absolutePath(const std::string& path) {
   return paths::standardize(paths::join(cwd, path));
 }
 
+// A large file at the move: still a regular file meeting the listing's size rule, measured now
+// through the descriptor it moves from, and logged at that size.
+bool stillLarge(const platform::ItemAt& item, std::int64_t& bytes) {
+  if (!S_ISREG(item.stat.st_mode) || item.stat.st_size < DiskSizer::kLargeFileMinimum) return false;
+  bytes = static_cast<std::int64_t>(item.stat.st_size);
+  return true;
+}
+
 // A cache or a large file: one path, re-checked against the scanner's own listing rules.
 void clearPathItem(const Finding& item, const Locations& places,
                    const platform::Workspace& workspace, Outcome& outcome) {
@@ -54,7 +65,8 @@ void clearPathItem(const Finding& item, const Locations& places,
     outcome.failures.push_back({item.name, std::string(kChromeIsOpen)});
     return;
   }
-  MoveRequest request{path, item.bytes, isFile ? "file" : "cache", item.name};
+  MoveRequest request{path, item.bytes, isFile ? "file" : "cache", item.name, item.identity, {}};
+  if (isFile) request.verify = stillLarge;
   if (std::optional<MoveFailure> failure = moveOne(request, places, outcome)) {
     outcome.failures.push_back({item.name, failure->reason});
     return;
@@ -79,13 +91,13 @@ void clearLeftover(const Finding& item, const Locations& places,
       outcome.stopped = true;
       break;
     }
-    std::int64_t bytes = DiskSizer::measure(path).bytes;
-    if (!LeftoverScanner::stillBelongsTo(path, bundleID, places)) {
+    std::optional<Measured> now = measureForMove(path);
+    if (!now || !LeftoverScanner::stillBelongsTo(path, bundleID, places)) {
       ++notAllowed;
       continue;
     }
-    if (std::optional<MoveFailure> failure =
-            moveOne({path, bytes, "leftover", item.name}, places, outcome)) {
+    if (std::optional<MoveFailure> failure = moveOne(
+            {path, now->bytes, "leftover", item.name, now->identity, {}}, places, outcome)) {
       outcome.failures.push_back({item.name, failure->reason});
       continue;
     }
@@ -104,7 +116,14 @@ void clearLeftover(const Finding& item, const Locations& places,
 
 std::optional<MoveFailure> moveOne(const MoveRequest& request, const Locations& places,
                                    Outcome& outcome) {
-  if (OwnGround::excludes(request.path, places)) return MoveFailure{std::string(kNoLongerAllowed)};
+  const MoveFailure noLongerAllowed{std::string(kNoLongerAllowed)};
+  if (OwnGround::excludes(request.path, places)) return noLongerAllowed;
+  // Nothing moves that was not listed or measured as itself.
+  if (!request.identity.known()) return noLongerAllowed;
+  // Nor anything at all while the home (or the Trash's) is another user's.
+  if (std::optional<std::string> refusal = Ownership::refusalToMove(places)) {
+    return MoveFailure{*refusal};
+  }
   ClearedLog::Entry planned;
   planned.id = newUuid();
   planned.sessionID = outcome.sessionID.empty() ? newUuid() : outcome.sessionID;
@@ -113,16 +132,30 @@ std::optional<MoveFailure> moveOne(const MoveRequest& request, const Locations& 
   planned.kind = request.kind;
   planned.name = request.name;
   planned.date = Clock::now();
+
+  // Where Put Back will look for it: the same place, reached the same way.
+  Ownership::Place place = Ownership::placeOf(planned.originalPath, places);
+  // Another user's place (or one that others may write): a matter of rights.
+  if (place.where == Ownership::Where::refused) return MoveFailure{noLongerAllowed.reason, true};
+  platform::MoveChecks checks;
+  if (place.where == Ownership::Where::usable) checks.placement = place.placement;
+  checks.identity = request.identity;
+  if (request.verify) {
+    checks.verify = [&](const platform::ItemAt& item) {
+      return request.verify(item, planned.bytes);
+    };
+  }
   try {
     // Holds the log's lock for this one move: no other process's recovery runs meanwhile.
     ClearedLog::Journal journal(places);
     platform::TrashMove move =
-        platform::moveToTrash(request.path, [&](const std::string& trashPath) {
+        platform::moveToTrash(planned.originalPath, checks, [&](const std::string& trashPath) {
           planned.trashPath = trashPath;
           return journal.intendMove(planned);  // nothing moves without its intent on disk
         });
     // The result is a shortcut for the next start; without it the Trash itself tells.
     journal.recordMove(planned.id, move.ok());
+    if (move.notAsListed) return noLongerAllowed;
     if (!move.ok()) return MoveFailure{move.error, move.permissionDenied};
     planned.trashPath = move.trashPath;
   } catch (const std::system_error& e) {
@@ -133,29 +166,87 @@ std::optional<MoveFailure> moveOne(const MoveRequest& request, const Locations& 
   }
   if (outcome.sessionID.empty()) outcome.sessionID = planned.sessionID;
   outcome.entries.push_back(planned);
-  outcome.movedBytes = addBytes(outcome.movedBytes, request.bytes);
+  outcome.movedBytes = addBytes(outcome.movedBytes, planned.bytes);
   return std::nullopt;
+}
+
+std::optional<Measured> measureForMove(const std::string& path) {
+  auto identity = [&]() -> std::optional<FileIdentity> {
+    struct stat s {};
+    if (::lstat(path.c_str(), &s) != 0) return std::nullopt;
+    return identityOf(s);
+  };
+  std::optional<FileIdentity> before = identity();
+  if (!before) return std::nullopt;
+  std::int64_t bytes = DiskSizer::measure(path).bytes;
+  // Measured as itself: the same item before and after the walk.
+  if (identity() != before) return std::nullopt;
+  return Measured{*before, bytes};
 }
 
 namespace {
 
-// Whether the copy may still go: a copy the search would list, with the group's content, while
-// the kept copy is still in place with that same content (checked once per group and clear).
-bool copyMayMove(const DuplicateCopy& copy, const Locations& places, DuplicateScanner::Scope scope,
-                 std::stop_token stop, std::map<std::string, bool>& keptHolds) {
+// An open file, closed with the object.
+struct OpenFile {
+  int fd = -1;
+  ~OpenFile() {
+    if (fd >= 0) ::close(fd);
+  }
+};
+
+// The kept copies this clear has read in full, with what their stat said then: a file whose
+// identity, size, modification and change times are the same since holds the same bytes (any
+// write changes the change time, which no user can set).
+struct KeptRead {
+  FileIdentity identity;
+  off_t size = 0;
+  timespec modified{}, changed{};
+  bool sameAs(const struct stat& s) const {
+    return identity == identityOf(s) && size == s.st_size && modified.tv_sec == s.st_mtim.tv_sec &&
+           modified.tv_nsec == s.st_mtim.tv_nsec && changed.tv_sec == s.st_ctim.tv_sec &&
+           changed.tv_nsec == s.st_ctim.tv_nsec;
+  }
+};
+using KeptReads = std::map<std::string, KeptRead>;
+
+// The copy that stays, checked before every move of its group: still there, a regular file of
+// the group's size, another file than the one about to move, the one the search listed, and of
+// the group's content. Throws Cancelled and std::system_error (a read that failed).
+bool keptCopyHolds(const DuplicateCopy& copy, FileIdentity moving, std::stop_token stop,
+                   KeptReads& read) {
+  OpenFile kept{::open(copy.keptPath.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK)};
+  struct stat s {};
+  if (kept.fd < 0 || ::fstat(kept.fd, &s) != 0 || !S_ISREG(s.st_mode) || s.st_size != copy.bytes)
+    return false;
+  if (identityOf(s) == moving) return false;  // one file under two names: no copy at all
+  if (copy.keptIdentity.known() && identityOf(s) != copy.keptIdentity) return false;
+  auto known = read.find(copy.keptPath);
+  if (known != read.end() && known->second.sameAs(s)) return true;
+  if (DuplicateScanner::fullDigest(kept.fd, stop) != copy.hashHex) return false;
+  read[copy.keptPath] = {identityOf(s), s.st_size, s.st_mtim, s.st_ctim};
+  return true;
+}
+
+// The copy about to move, read through the descriptor of the folder it moves from: the group's
+// size and content, and then the kept copy.
+bool copyHolds(const DuplicateCopy& copy, const platform::ItemAt& item, std::stop_token stop,
+               KeptReads& read) {
+  if (!S_ISREG(item.stat.st_mode) || item.stat.st_size != copy.bytes) return false;
+  OpenFile file{
+      ::openat(item.folder, item.name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK)};
+  struct stat s {};
+  if (file.fd < 0 || ::fstat(file.fd, &s) != 0 || identityOf(s) != identityOf(item.stat))
+    return false;
+  if (DuplicateScanner::fullDigest(file.fd, stop) != copy.hashHex) return false;
+  return keptCopyHolds(copy, identityOf(item.stat), stop, read);
+}
+
+// Whether the copy may still go by its paths: both still copies the search would list.
+bool copyIsListable(const DuplicateCopy& copy, const Locations& places,
+                    DuplicateScanner::Scope scope) {
   if (paths::standardize(copy.path) == paths::standardize(copy.keptPath)) return false;
-  auto matches = [&](const std::string& path) {
-    if (!DuplicateScanner::isListableCopy(path, copy.bytes, places, scope)) return false;
-    try {
-      return DuplicateScanner::fullDigest(path, stop) == copy.hashHex;
-    } catch (const std::system_error&) {
-      return false;
-    }
-  };
-  auto kept = keptHolds.find(copy.keptPath);
-  if (kept == keptHolds.end())
-    kept = keptHolds.emplace(copy.keptPath, matches(copy.keptPath)).first;
-  return kept->second && matches(copy.path);
+  return DuplicateScanner::isListableCopy(copy.keptPath, copy.bytes, places, scope) &&
+         DuplicateScanner::isListableCopy(copy.path, copy.bytes, places, scope);
 }
 
 }  // namespace
@@ -165,7 +256,7 @@ Outcome clearDuplicates(const std::vector<DuplicateCopy>& copies, const Location
                         const std::function<void(const Progress&)>& onProgress) {
   Outcome outcome;
   outcome.sessionID = newUuid();
-  std::map<std::string, bool> keptHolds;
+  KeptReads keptReads;
   int total = static_cast<int>(copies.size());
   for (int i = 0; i < total; ++i) {
     if (stop.stop_requested()) {
@@ -174,18 +265,27 @@ Outcome clearDuplicates(const std::vector<DuplicateCopy>& copies, const Location
     }
     const DuplicateCopy& copy = copies[static_cast<size_t>(i)];
     std::string name(paths::lastComponent(copy.path));
-    bool mayMove = false;
-    try {
-      mayMove = copyMayMove(copy, places, scope, stop, keptHolds);
-    } catch (const Cancelled&) {
-      // Stopped while reading, before anything of this copy moved.
+    std::optional<MoveFailure> failure = MoveFailure{std::string(kNoLongerAllowed)};
+    bool cancelled = false;
+    if (copyIsListable(copy, places, scope)) {
+      MoveRequest request{copy.path, copy.bytes, "duplicate", name, copy.identity, {}};
+      request.verify = [&](const platform::ItemAt& item, std::int64_t&) {
+        try {
+          return copyHolds(copy, item, stop, keptReads);
+        } catch (const Cancelled&) {
+          cancelled = true;  // stopped while reading, before anything of this copy moved
+        } catch (const std::system_error&) {
+          // A copy that cannot be read through is no copy the clear can vouch for.
+        }
+        return false;
+      };
+      failure = moveOne(request, places, outcome);
+    }
+    if (cancelled) {
       outcome.stopped = true;
       break;
     }
-    if (!mayMove) {
-      outcome.failures.push_back({name, std::string(kNoLongerAllowed)});
-    } else if (auto failure =
-                   moveOne({copy.path, copy.bytes, "duplicate", name}, places, outcome)) {
+    if (failure) {
       outcome.failures.push_back({name, failure->reason});
     } else {
       outcome.movedIds.push_back(copy.path);

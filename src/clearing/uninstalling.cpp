@@ -4,13 +4,14 @@
 
 #include "base/paths.h"
 #include "base/uuid.h"
-#include "measure/disk_sizer.h"
 #include "platform/desktop.h"
 #include "scanners/uninstaller/app_uninstaller.h"
 
 namespace dw::Clearing {
 
 namespace {
+
+constexpr std::string_view kSharedWithAnotherApp = "another installed app uses it";
 
 std::string noLongerAllowed(std::string_view name) {
   return std::string(name) + " (" + std::string(kNoLongerAllowed) + ")";
@@ -19,7 +20,7 @@ std::string noLongerAllowed(std::string_view name) {
 // The bundle at the listed path is still the one listed: same item on disk, same identifier.
 bool stillTheListedBundle(const AppUninstaller::AppRecord& app, const Locations& places) {
   if (AppUninstaller::removedWithSoftwareManager(app)) return false;  // never ours to move
-  auto now = AppUninstaller::describe(app.bundlePath, places, {});
+  auto now = AppUninstaller::identify(app.bundlePath, places);
   return now && now->kind == app.kind && now->ino == app.ino && now->bundleID == app.bundleID &&
          AppUninstaller::isInApplications(app.bundlePath, places);
 }
@@ -40,11 +41,19 @@ UninstallOutcome uninstallApp(const AppUninstaller::AppRecord& app, const Locati
     result.stopped = true;
     return result;
   }
-  if (!stillTheListedBundle(app, places)) {
+  struct stat bundle {};
+  if (!stillTheListedBundle(app, places) || ::lstat(app.bundlePath.c_str(), &bundle) != 0 ||
+      bundle.st_ino != app.ino) {
     result.stayed.push_back(noLongerAllowed(app.name));
     return result;
   }
-  auto failure = moveOne({app.bundlePath, app.bundleBytes, "app", app.name}, places, result.moves);
+  // Data named after the identifier stays with another copy or another app that carries it,
+  // installed since the listing; asked while this bundle is still in place.
+  const bool ownData =
+      app.kind != AppUninstaller::AppRecord::Kind::bundle ||
+      AppUninstaller::ownsItsData(app, {.claims = AppUninstaller::identifierClaims(places)});
+  auto failure = moveOne({app.bundlePath, app.bundleBytes, "app", app.name, identityOf(bundle), {}},
+                         places, result.moves);
   progressed(1, app.name);
   if (failure) {
     // The app stays installed, so its data stays with it.
@@ -66,14 +75,16 @@ UninstallOutcome uninstallApp(const AppUninstaller::AppRecord& app, const Locati
       break;
     }
     std::string name(paths::lastComponent(path));
-    if (!AppUninstaller::stillRelatedTo(path, app, places)) {
+    // What moves now, not what the listing saw, and only the item measured.
+    std::optional<Measured> now;
+    if (ownData && AppUninstaller::stillRelatedTo(path, app, places)) now = measureForMove(path);
+    if (!ownData) {
+      result.stayed.push_back(name + " (" + std::string(kSharedWithAnotherApp) + ")");
+    } else if (!now) {
       result.stayed.push_back(noLongerAllowed(name));
-    } else {
-      // What moves now, not what the listing saw.
-      std::int64_t bytes = DiskSizer::measure(path).bytes;
-      if (auto f = moveOne({path, bytes, "app-data", name}, places, result.moves)) {
-        result.stayed.push_back(name + " (" + f->reason + ")");
-      }
+    } else if (auto f = moveOne({path, now->bytes, "app-data", name, now->identity, {}}, places,
+                                result.moves)) {
+      result.stayed.push_back(name + " (" + f->reason + ")");
     }
     progressed(++done, name);
   }

@@ -46,6 +46,11 @@ json::Value appJson(const AppRecord& app) {
     related.emplace_back(path);
   out.set("related", json::Value(std::move(related)));
   out.set("relatedBytes", app.relatedBytes);
+  json::Array userFolders;
+  for (const std::string& path : app.userFolders)
+    userFolders.emplace_back(path);
+  out.set("userFolders", json::Value(std::move(userFolders)));
+  out.set("userFolderBytes", app.userFolderBytes);
   out.set("lastUsed", isoOrNull(app.lastUsed));
   out.set("running", app.running);
   out.set("apple", app.apple);
@@ -60,7 +65,7 @@ json::Value appJson(const AppRecord& app) {
 
 std::string appLine(const AppRecord& app, const std::set<std::string>& needingAdmin) {
   std::string line = displayText(app.name) + " · " + sizeText(app.bundleBytes) + " app · " +
-                     sizeText(app.relatedBytes) + " data · " +
+                     sizeText(AppUninstaller::dataBytes(app)) + " data · " +
                      sizeText(AppUninstaller::totalBytes(app)) + " in all · last used " +
                      (app.lastUsed ? timefmt::localDate(*app.lastUsed) : "unknown");
   std::string row = AppUninstaller::rowText(app);
@@ -145,15 +150,22 @@ Runner addUninstall(CLI::App& app) {
   cmd->add_flag("--yes", options->yes, "Do not ask (needed without a terminal)");
 
   return [options] {
-    Session session(options->places.locations());
+    Locations places = options->places.locations();
+    if (!options->dryRun) {
+      if (auto refused = refuseInAnotherUsersHome(places)) return *refused;
+    }
+    Session session(std::move(places));
     ScanModel& model = session.model();
     listApps(session);
 
     std::optional<AppRecord> target;
     if (looksLikePath(options->target)) {
       std::string path = absolutePath(options->target);
+      // A link to an app is the app it points to, as the listing has it.
+      std::string resolved = paths::resolveSymlinks(path);
       for (const AppRecord& a : model.installedApps()) {
-        if (paths::standardize(a.bundlePath) == path) target = a;
+        std::string listed = paths::standardize(a.bundlePath);
+        if (listed == path || listed == resolved) target = a;
       }
       if (!target) {
         // Not in the Applications folders: described anyway, so that it is refused by name.
@@ -162,6 +174,11 @@ Runner addUninstall(CLI::App& app) {
         target = AppUninstaller::recordFor(path, model.places(), *workspace, measurer);
       }
       if (!target) {
+        // Only an app is uninstalled; anything else is named for what it is.
+        if (auto what = AppUninstaller::notAnApp(path, model.places())) {
+          std::cerr << displayText(*what) << '\n';
+          return 1;
+        }
         std::cerr << "dustwhale: no app at " << displayText(path) << '\n';
         return 2;
       }
@@ -186,18 +203,18 @@ Runner addUninstall(CLI::App& app) {
     }
 
     const AppRecord& a = *target;
-    // Nothing of it is ours to move: say so before listing anything as if it were.
-    if (AppUninstaller::removedWithSoftwareManager(a)) {
-      std::cerr << *AppUninstaller::refusal(a, a.running, model.places()) << '\n';
+    // Refused (not ours to move, running, Apple's, this app): the refusal alone, before anything
+    // is listed as if it would move.
+    if (auto refused = AppUninstaller::refusal(a, a.running, model.places())) {
+      std::cerr << displayText(*refused) << '\n';
       return 1;
     }
     model.setUninstallTarget(a);
     model.requestConfirm(ConfirmScope::app);
     printLines(texts::toMoveApp(displayItems(model.moves().items()), model.moves().bytes()));
-    if (auto refused = AppUninstaller::refusal(a, a.running, model.places())) {
-      std::cerr << *refused << '\n';
-      return 1;
-    }
+    // The app's folders in the home stay where they are; shown so that nothing is a surprise.
+    for (const std::string& line : texts::apps::staysLines(a, model.places()))
+      std::cout << displayText(line) << '\n';
     if (auto ended = session.confirmMove(options->dryRun, options->yes)) return *ended;
     // Refused after all when it started running meanwhile. Ctrl-C stops it after the item in
     // hand, as it stops a clear; what moved stays logged.

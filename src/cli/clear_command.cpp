@@ -42,11 +42,15 @@ Runner addClear(CLI::App& app) {
   });
 
   return [options] {
-    Session session(options->places.locations());
+    Locations places = options->places.locations();
+    if (!options->dryRun) {
+      if (auto refused = refuseInAnotherUsersHome(places)) return *refused;
+    }
+    Session session(std::move(places));
     ScanModel& model = session.model();
     if (!session.scan()) {
-      std::cerr << model.message() << '\n';
-      return 130;
+      std::cerr << displayText(model.message()) << '\n';
+      return session.unfinishedStatus();
     }
 
     if (!options->ids.empty()) {

@@ -4,10 +4,18 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <stdexcept>
 
 namespace dw::cli {
 
 using Runner = std::function<int()>;
+
+// A mistake on the command line that only shows once it is read (a home folder that does not
+// exist, an id that names nothing): the program says so and exits with status 2, as it does
+// for an unknown option.
+struct UsageError : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
 
 Runner addMeasure(CLI::App& app);
 Runner addScan(CLI::App& app);

@@ -7,6 +7,7 @@
 #include "cli/session.h"
 #include "findings/size_text.h"
 #include "texts/moves.h"
+#include "texts/sharing.h"
 #include "texts/wording.h"
 
 namespace dw::cli {
@@ -71,6 +72,35 @@ void printGroups(const ScanModel& model) {
     std::cout << "Skipped (not allowed to read): " << displayText(path) << '\n';
 }
 
+// A share: the review (each group's kept copy, then each extra copy that will share or stays,
+// with why, and what sharing can free), the model's question, and the share through the move
+// runner.
+int shareCopies(Session& session, bool dryRun, bool yes) {
+  ScanModel& model = session.model();
+  if (!model.canShareDuplicates()) {
+    std::cerr << "dustwhale: nothing can be shared: no two copies are on one file system that "
+                 "shares blocks between files (such as Btrfs, or XFS with reflink). --clear "
+                 "moves extra copies to the Trash instead.\n";
+    return 1;
+  }
+  model.requestConfirm(ConfirmScope::sharing);
+  const Sharing::Plan plan = model.sharePlan();
+  // Paths are the only outside text in the lines: each line is shown escaped as a whole.
+  for (const std::string& line : texts::sharing::review(plan))
+    std::cout << displayText(line) << '\n';
+  if (plan.sharing == 0) {
+    std::cout << texts::sharing::planSummary(plan) << '\n';
+    return 0;
+  }
+  if (auto ended = session.confirmMove(dryRun, yes)) return *ended;
+  if (!session.runMove()) return 1;
+  // Shared copies leave the selection: one that was to share and is still there did not.
+  for (const auto& p : plan.copies) {
+    if (p.reason.empty() && model.duplicateSelected().count(p.copy.path)) return 1;
+  }
+  return 0;
+}
+
 }  // namespace
 
 Runner addDuplicates(CLI::App& app) {
@@ -79,6 +109,7 @@ Runner addDuplicates(CLI::App& app) {
     std::vector<std::string> scope;
     bool json = false;
     bool clear = false;
+    bool share = false;
     bool keepOldest = false;
     bool dryRun = false;
     bool yes = false;
@@ -99,14 +130,28 @@ Runner addDuplicates(CLI::App& app) {
   auto* clear = cmd->add_flag(
       "--clear", options->clear,
       "Move every extra copy to the Trash (one copy of each file stays; never deletes)");
-  cmd->add_flag("--keep-oldest", options->keepOldest, "Keep the oldest copy instead of the newest")
-      ->needs(clear);
-  cmd->add_flag("--dry-run", options->dryRun, "List what would move; move nothing")->needs(clear);
-  cmd->add_flag("--yes", options->yes, "Do not ask (needed without a terminal)")->needs(clear);
+  auto* share = cmd->add_flag("--share", options->share,
+                              "Make every extra copy use its kept copy's blocks, on file systems "
+                              "that share them (Btrfs, XFS with reflink): every file stays where "
+                              "it is and the space comes back at once")
+                    ->excludes(clear);
+  cmd->add_flag("--keep-oldest", options->keepOldest, "Keep the oldest copy instead of the newest");
+  cmd->add_flag("--dry-run", options->dryRun, "List what would move or share; change nothing");
+  cmd->add_flag("--yes", options->yes, "Do not ask (needed without a terminal)");
   json->excludes(clear);
+  json->excludes(share);
 
   return [options] {
-    Session session(options->places.locations());
+    if ((options->keepOldest || options->dryRun || options->yes) && !options->clear &&
+        !options->share) {
+      std::cerr << "dustwhale: --keep-oldest, --dry-run and --yes go with --clear or --share\n";
+      return 2;
+    }
+    Locations places = options->places.locations();
+    if ((options->clear || options->share) && !options->dryRun) {
+      if (auto refused = refuseInAnotherUsersHome(places)) return *refused;
+    }
+    Session session(std::move(places));
     ScanModel& model = session.model();
     if (!options->scope.empty()) model.setDuplicateScope(scopeNamed(options->scope));
 
@@ -122,16 +167,16 @@ Runner addDuplicates(CLI::App& app) {
                      [&model] { model.cancelDuplicates(); });
     if (progress) std::cerr << "\r\033[K" << std::flush;
     if (!finished) {
-      std::cerr << model.message() << '\n';
-      return 130;
+      std::cerr << displayText(model.message()) << '\n';
+      return session.unfinishedStatus();
     }
 
-    if (!options->clear) {
+    if (!options->clear && !options->share) {
       if (options->json) {
         printJson(resultJson(model));
       } else {
         printGroups(model);
-        std::cout << model.message() << '\n';
+        std::cout << displayText(model.message()) << '\n';
       }
       return 0;
     }
@@ -141,8 +186,9 @@ Runner addDuplicates(CLI::App& app) {
         model.keepCopy(group.hashHex, group.files.back().path);
     }
     model.selectExtraCopies();
+    if (options->share) return shareCopies(session, options->dryRun, options->yes);
     if (model.duplicateSelected().empty()) {
-      std::cout << model.message() << '\n';
+      std::cout << displayText(model.message()) << '\n';
       return 0;
     }
     model.requestConfirm(ConfirmScope::duplicates);

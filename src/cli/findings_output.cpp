@@ -83,10 +83,12 @@ void printScanText(const ScanModel& model) {
                 << "      " << displayText(f.path);
       if (kind == Finding::Kind::leftover) std::cout << "  (" << displayText(f.id) << ')';
       std::cout << '\n';
+      if (std::string largest = notes::largestFilesText(f); !largest.empty())
+        std::cout << "      Largest files: " << displayText(largest) << '\n';
     }
     std::cout << '\n';
   }
-  std::cout << model.message() << '\n';
+  std::cout << displayText(model.message()) << '\n';
 }
 
 }  // namespace dw::cli

@@ -15,12 +15,12 @@ namespace dw::cli {
 
 namespace {
 
-std::string statusText(const ClearedLog::Entry& e) {
-  return texts::cleared::statusText(ClearedLog::status(e),
+std::string statusText(const ClearedLog::Entry& e, const Locations& places) {
+  return texts::cleared::statusText(ClearedLog::status(e, places),
                                     e.putBackAt ? timefmt::localDateTime(*e.putBackAt) : "");
 }
 
-json::Value entryJson(const ClearedLog::Entry& e) {
+json::Value entryJson(const ClearedLog::Entry& e, const Locations& places) {
   json::Value out{json::Object{}};
   out.set("id", e.id);
   out.set("sessionID", e.sessionID);
@@ -31,7 +31,7 @@ json::Value entryJson(const ClearedLog::Entry& e) {
   out.set("name", e.name);
   out.set("date", timefmt::isoUtc(e.date));
   out.set("putBackAt", isoOrNull(e.putBackAt));
-  out.set("status", statusText(e));
+  out.set("status", statusText(e, places));
   return out;
 }
 
@@ -58,11 +58,13 @@ Runner addHistory(CLI::App& app) {
       note << countNoun(reading.unreadable, "record") << " of Recently Cleared could not be read; "
            << (reading.unreadable == 1 ? "it is" : "they are") << " kept in the log unchanged.\n";
     }
-    if (!reading.problem.empty()) note << reading.problem << '\n';
+    if (!reading.problem.empty()) note << displayText(reading.problem) << '\n';
+    for (const std::string& kept : reading.journalNotes)
+      note << displayText(kept) << '\n';
     if (options->json) {
       json::Array rows;
       for (const auto& e : entries)
-        rows.push_back(entryJson(e));
+        rows.push_back(entryJson(e, places));
       printJson(json::Value(std::move(rows)));
       return 0;
     }
@@ -77,7 +79,7 @@ Runner addHistory(CLI::App& app) {
                                                group.bytes)
                 << '\n';
       for (const auto& e : group.entries) {
-        std::cout << "  " << statusText(e) << " · " << displayText(e.name) << " · "
+        std::cout << "  " << statusText(e, places) << " · " << displayText(e.name) << " · "
                   << sizeText(e.bytes) << " · " << e.kind << '\n'
                   << "      " << displayText(e.originalPath) << '\n'
                   << "      id " << e.id << '\n';
@@ -100,22 +102,35 @@ Runner addPutBack(CLI::App& app) {
   cmd->add_option("ids", options->ids, "Entry ids, as `dustwhale history` shows them")->required();
 
   return [options] {
-    Session session(options->places.locations());
+    Locations places = options->places.locations();
+    if (auto refused = refuseInAnotherUsersHome(places)) return *refused;
+    Session session(std::move(places));
     ScanModel& model = session.model();
-    int status = 0;
-    for (const std::string& wanted : options->ids) {
-      std::vector<ClearedLog::Entry> entries = ClearedLog::load(model.places());
+    auto find = [](const std::vector<ClearedLog::Entry>& entries, const std::string& id) {
       const ClearedLog::Entry* match = nullptr;
       for (const auto& e : entries) {
-        if (paths::asciiLower(e.id) == paths::asciiLower(wanted)) match = &e;
+        if (paths::asciiLower(e.id) == paths::asciiLower(id)) match = &e;
       }
+      return match;
+    };
+    // A mistyped id puts nothing back, not the items before it.
+    std::vector<ClearedLog::Entry> known = ClearedLog::load(model.places());
+    for (const std::string& wanted : options->ids) {
+      if (!find(known, wanted))
+        throw UsageError("no cleared item with id " + wanted + " (see dustwhale history)");
+    }
+    int status = 0;
+    for (const std::string& wanted : options->ids) {
+      // Read again each time: the put-back before this one changed the log.
+      std::vector<ClearedLog::Entry> entries = ClearedLog::load(model.places());
+      const ClearedLog::Entry* match = find(entries, wanted);
       if (!match) {
         std::cerr << "dustwhale: no cleared item with id " << displayText(wanted) << '\n';
         status = 1;
         continue;
       }
       bool ok = model.putBack(*match);
-      (ok ? std::cout : std::cerr) << model.message() << '\n';
+      (ok ? std::cout : std::cerr) << displayText(model.message()) << '\n';
       if (!ok) status = 1;
     }
     return status;

@@ -6,7 +6,10 @@
 #include <map>
 
 #include "cli/commands.h"
+#include "cli/output.h"
 
+// Exit status: 0 done, 1 refused or failed, 2 a mistake on the command line, 130 stopped by
+// Ctrl-C. The man page lists them.
 int main(int argc, char** argv) {
   CLI::App app{"dustwhale: gets disk space back safely. Nothing is ever deleted.", "dustwhale"};
   app.set_version_flag("--version", std::string("dustwhale ") + DUSTWHALE_VERSION);
@@ -35,7 +38,7 @@ int main(int argc, char** argv) {
     return app.exit(e);
   } catch (const CLI::ParseError& e) {
     // One line, never a crash; --help says the rest.
-    std::cerr << "dustwhale: " << e.what() << " (see dustwhale --help)\n";
+    std::cerr << "dustwhale: " << dw::cli::displayText(e.what()) << " (see dustwhale --help)\n";
     return 2;
   }
   if (app.get_subcommands().empty()) {
@@ -47,8 +50,11 @@ int main(int argc, char** argv) {
     if (it != runners.end()) {
       try {
         return it->second();
+      } catch (const dw::cli::UsageError& e) {
+        std::cerr << "dustwhale: " << dw::cli::displayText(e.what()) << '\n';
+        return 2;
       } catch (const std::exception& e) {
-        std::cerr << "dustwhale: " << e.what() << '\n';
+        std::cerr << "dustwhale: " << dw::cli::displayText(e.what()) << '\n';
         return 1;
       }
     }

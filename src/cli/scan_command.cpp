@@ -22,8 +22,8 @@ Runner addScan(CLI::App& app) {
     Session session(options->places.locations());
     bool finished = session.scan();
     if (!finished) {
-      std::cerr << session.model().message() << '\n';
-      return 130;
+      std::cerr << displayText(session.model().message()) << '\n';
+      return session.unfinishedStatus();
     }
     if (options->json) {
       printJson(scanJson(session.model()));

@@ -9,7 +9,9 @@
 
 #include "base/paths.h"
 #include "clearing/cleared_log.h"
+#include "cli/commands.h"
 #include "cli/output.h"
+#include "platform/ownership.h"
 #include "texts/moves.h"
 
 namespace dw::cli {
@@ -44,15 +46,26 @@ void PlaceOptions::addTo(CLI::App& command) {
 }
 
 Locations PlaceOptions::locations() const {
-  return Locations::resolve(root, home, layout);
+  try {
+    return Locations::resolve(root, home, layout);
+  } catch (const std::invalid_argument& e) {
+    throw UsageError(e.what());
+  }
+}
+
+std::optional<int> refuseInAnotherUsersHome(const Locations& places) {
+  std::optional<std::string> refusal = Ownership::refusalToMove(places);
+  if (!refusal) return std::nullopt;
+  std::cerr << "dustwhale: " << displayText(*refusal) << '\n';
+  return 1;
 }
 
 void recoverClearedLog(const Locations& places) {
   try {
     ClearedLog::recover(places);
   } catch (const std::exception& e) {
-    std::cerr << "dustwhale: Recently Cleared could not be brought up to date: " << e.what()
-              << '\n';
+    std::cerr << "dustwhale: Recently Cleared could not be brought up to date: "
+              << displayText(e.what()) << '\n';
   }
 }
 
@@ -100,6 +113,7 @@ Session::Session(Locations places)
       [[maybe_unused]] ssize_t ignored = ::write(STDERR_FILENO, "\n", 1);
       ::_exit(130);
     }
+    interrupted_ = true;
     dispatcher_.post([this] {
       if (interruptAction_) interruptAction_();
     });
@@ -122,7 +136,7 @@ bool Session::scan() {
   if (progress) {
     model_->addObserver([this](ScanModel::Field field) {
       if (field == ScanModel::Field::message && model_->phase() == ScanModel::Phase::scanning())
-        std::cerr << "\r\033[K" << model_->message() << std::flush;
+        std::cerr << "\r\033[K" << displayText(model_->message()) << std::flush;
     });
   }
   model_->scan();
@@ -133,21 +147,23 @@ bool Session::scan() {
 }
 
 std::optional<int> Session::confirmMove(bool dryRun, bool yes) {
+  const texts::QuestionWords declined =
+      texts::questionWords(model_->moves().kind(), model_->wording());
   if (dryRun) {
-    std::cout << "Dry run: nothing was moved.\n";
+    std::cout << declined.dryRun << '\n';
     return 0;
   }
   if (yes) return std::nullopt;
   if (!stdinIsTerminal()) {
-    std::cerr << "dustwhale: nothing was moved; confirm with --yes when there is no terminal to "
-                 "ask on\n";
+    std::cerr << "dustwhale: " << declined.noTerminal
+              << "; confirm with --yes when there is no terminal to ask on\n";
     return 1;
   }
   setQuitOnInterrupt(true);
   bool confirmed = askToMove(displayText(model_->moves().title()));
   setQuitOnInterrupt(false);
   if (confirmed) return std::nullopt;
-  std::cout << "Nothing was moved to the Trash.\n";
+  std::cout << declined.answeredNo << '\n';
   return 0;
 }
 
@@ -160,17 +176,17 @@ bool Session::runMove() {
         std::cerr << "\r\033[K" << texts::progressLine(p->done, p->total, displayText(p->current))
                   << std::flush;
       if (field == ScanModel::Field::message && model_->isClearRunning())
-        std::cerr << "\r\033[K" << model_->message() << std::flush;
+        std::cerr << "\r\033[K" << displayText(model_->message()) << std::flush;
     });
   }
   model_->clearSelected();
   if (!model_->isClearRunning()) {
-    std::cerr << model_->message() << '\n';
+    std::cerr << displayText(model_->message()) << '\n';
     return false;
   }
   runUntil([this] { return !model_->isClearRunning(); }, [this] { model_->stopClearing(); });
   if (progress) std::cerr << "\r\033[K" << std::flush;
-  std::cout << model_->moves().outcome() << '\n';
+  std::cout << displayText(model_->message()) << '\n';
   return true;
 }
 

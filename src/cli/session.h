@@ -26,7 +26,7 @@ struct PlaceOptions {
   std::string layout;
 
   void addTo(CLI::App& command);
-  // Throws CLI::ValidationError-like std::invalid_argument with a one-line reason.
+  // Throws UsageError with a one-line reason (a home folder that does not exist).
   Locations locations() const;
 };
 
@@ -56,6 +56,9 @@ class Session {
   // Runs the main scan to its end, reporting each area on standard error when it is a
   // terminal; Ctrl-C cancels it. True when the scan finished with results.
   bool scan();
+  // The exit status of work that ended without its result: 130 when Ctrl-C stopped it (as a
+  // shell reports a program ended by SIGINT), 1 when it failed.
+  int unfinishedStatus() const { return interrupted_ ? 130 : 1; }
   // Runs the model's loop until done() holds; Ctrl-C runs onInterrupt on the model's thread.
   void runUntil(const std::function<bool()>& done, std::function<void()> onInterrupt);
   // While set (a question waits for an answer and nothing is moving), Ctrl-C ends the program
@@ -83,6 +86,7 @@ class Session {
   std::unique_ptr<ScanModel> model_;
   std::function<void()> interruptAction_;
   std::atomic<bool> quitOnInterrupt_{false};
+  std::atomic<bool> interrupted_{false};
 };
 
 // The question ("Move 3 items to the Trash?") and " [y/N] " on standard output; true only for
@@ -90,6 +94,10 @@ class Session {
 bool askToMove(std::string_view question);
 // Prints lines on standard output, one a line.
 void printLines(const std::vector<std::string>& lines);
+// The first step of every command that moves (clear, duplicates --clear and --share, uninstall,
+// put-back): in a home of another user (root with that user's HOME or --home) nothing is
+// touched, not even made; the refusal says whom to run it as. The exit code when it refuses.
+std::optional<int> refuseInAnotherUsersHome(const Locations& places);
 // Finishes the bookkeeping of an interrupted clear or Put Back before a command reads the log
 // (the model does the same when it is made); a failure is reported on standard error.
 void recoverClearedLog(const Locations& places);

@@ -69,23 +69,19 @@ Runner addSpaceMap(CLI::App& app) {
   return [options] {
     Session session(options->places.locations());
     ScanModel& model = session.model();
-    bool interrupted = false;
     model.buildSpaceMap();
     session.runUntil([&] { return !model.isSpaceMapRunning(); },
-                     [&] {
-                       interrupted = true;
-                       model.cancelSpaceMap();
-                     });
+                     [&model] { model.cancelSpaceMap(); });
     if (!model.spaceRoot()) {
-      std::cerr << model.message() << '\n';
-      return interrupted ? 130 : 1;
+      std::cerr << displayText(model.message()) << '\n';
+      return session.unfinishedStatus();
     }
     const std::string& home = model.places().home;
     if (options->json) {
       printJson(nodeJson(*model.spaceRoot(), home, options->depth));
     } else {
       printNode(*model.spaceRoot(), model.spaceRoot()->bytes, home, 0, options->depth);
-      std::cerr << model.message() << '\n';
+      std::cerr << displayText(model.message()) << '\n';
     }
     return 0;
   };

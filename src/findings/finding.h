@@ -35,6 +35,9 @@ struct Finding {
   std::optional<TimePoint> leftoverLastUsed;
   std::vector<LeftoverFilePeek> leftoverLargestFiles;
   std::optional<TimePoint> contentModified;
+  // The cache's or file's own, as listed: a clear moves only that item. (A leftover's paths are
+  // measured again when it is cleared.)
+  FileIdentity identity;
 
   bool operator==(const Finding&) const = default;
 };

@@ -1,10 +1,12 @@
 #include "findings/notes.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
 #include "base/paths.h"
 #include "base/time.h"
+#include "findings/size_text.h"
 
 namespace dw::notes {
 
@@ -24,6 +26,53 @@ bool pathOrNameContains(const Finding& f, const std::array<std::string_view, N>&
 
 bool contains(const std::string& text, std::string_view word) {
   return text.find(word) != std::string::npos;
+}
+
+// The cache folders an Electron app keeps beside its settings in ~/.config/<app>, lower-cased.
+bool isElectronAppCache(const std::string& path) {
+  static constexpr std::array<std::string_view, 9> kFolders = {
+      "cache",           "code cache",    "gpucache",   "dawncache",           "dawngraphitecache",
+      "dawnwebgpucache", "grshadercache", "cacheddata", "cachedextensionvsixs"};
+  constexpr std::string_view kConfig = "~/.config/";
+  if (!path.starts_with(kConfig)) return false;
+  std::string_view rest = std::string_view(path).substr(kConfig.size());
+  size_t slash = rest.find('/');
+  if (slash == 0 || slash == std::string_view::npos) return false;
+  std::string_view folder = rest.substr(slash + 1);
+  return std::find(kFolders.begin(), kFolders.end(), folder) != kFolders.end();
+}
+
+// The explanations of the caches Linux tools and apps write, if this is one of them.
+std::optional<std::string> linuxCacheExplanation(const std::string& path, const std::string& name) {
+  if (contains(path, "/pnpm/store") || name == "pnpm store")
+    return "pnpm downloads these packages again the next time a project installs them. Files "
+           "your projects still link to stay on disk with them, so they are not counted. Your "
+           "projects stay.";
+  if (contains(path, "/.yarn/berry/cache") || name.starts_with("yarn cache"))
+    return "Yarn downloads these packages again on the next install. A project that runs "
+           "straight from this cache (Plug'n'Play) needs yarn install before it runs again. Your "
+           "projects stay.";
+  if (contains(path, "pipx"))
+    return "pipx makes these environments again the next time you run a tool with pipx run. The "
+           "tools you installed with pipx stay.";
+  if (path.ends_with("/.cache/pip") || name.starts_with("pip downloads"))
+    return "pip downloads these packages again when an install needs them. Your projects and "
+           "their virtual environments stay.";
+  if (contains(path, "/steamapps/shadercache"))
+    return "Steam builds these shaders again when a game starts, so its first minutes may "
+           "stutter. Your games and saves stay.";
+  if (contains(path, "/jetbrains/") && path.ends_with("/index"))
+    return "The IDE indexes your projects again when it opens them, which takes a while. Your "
+           "projects, settings and local history stay.";
+  if (!isElectronAppCache(path)) return std::nullopt;
+  if (contains(path, "discord"))
+    return "Discord downloads messages, images and files again when you open them. Your account "
+           "and servers stay.";
+  if (path.starts_with("~/.config/code"))
+    return "VS Code rebuilds this when it next starts, and downloads extensions again when it "
+           "needs them. Your projects, settings and extensions stay.";
+  return "The app rebuilds this cache when it next starts. Its settings, your sign-in and your "
+         "files stay.";
 }
 
 }  // namespace
@@ -98,6 +147,7 @@ std::string cacheExplanation(const Finding& f) {
     return "Spotify downloads this cache again when you play something. Your library stays.";
   if (contains(path, "slack") || contains(name, "slack"))
     return "Slack downloads messages and files again when you open them. Your account stays.";
+  if (auto linux = linuxCacheExplanation(path, name)) return *linux;
   if (isDeveloperTools(f))
     return "Xcode rebuilds this the next time you build. Your projects stay.";
   if (isBrowser(f))
@@ -117,10 +167,31 @@ std::string whySafe(const Finding& f) {
       return "This is a file you chose to review. It is not recreated automatically, and it stays "
              "until you move it.";
     case Finding::Kind::leftover:
+      if (isFlatpakData(f))
+        return "The Flatpak app that kept this folder is no longer installed. The folder holds "
+               "all it kept: its data and settings, and possibly things you made in it, such as "
+               "notes, mail or saved games. Look at its largest files before you move it.";
       return "The app that created this is no longer installed. Your documents are not in this "
              "folder.";
   }
   return {};
+}
+
+bool isFlatpakData(const Finding& f) {
+  constexpr std::string_view kFlatpakData = "/.var/app";
+  return f.kind == Finding::Kind::leftover &&
+         std::any_of(f.leftoverPaths.begin(), f.leftoverPaths.end(), [&](const std::string& p) {
+           return paths::parent(p).ends_with(kFlatpakData);
+         });
+}
+
+std::string largestFilesText(const Finding& f) {
+  std::string text;
+  for (const LeftoverFilePeek& file : f.leftoverLargestFiles) {
+    if (!text.empty()) text += ", ";
+    text += file.name + " (" + sizeText(file.bytes) + ")";
+  }
+  return text;
 }
 
 std::string cacheDisplayName(std::string_view folderName) {
@@ -150,6 +221,7 @@ std::string linuxCacheDisplayName(std::string_view relativePath) {
       {"epiphany", "GNOME Web cache"},
       {"falkon", "Falkon cache"},
       {"pip", "pip downloads"},
+      {"pipx", "pipx run environments"},
       {"pypoetry/cache", "Poetry downloads"},
       {"pypoetry/artifacts", "Poetry built packages"},
       {"uv", "uv cache"},
@@ -174,7 +246,6 @@ std::string linuxCacheDisplayName(std::string_view relativePath) {
       {"sccache", "sccache compiler cache"},
       {"clangd", "clangd index"},
       {"vscode-cpptools", "VS Code C/C++ index"},
-      {"JetBrains", "JetBrains IDE caches"},
       {"coursier", "Coursier downloads"},
       {"composer", "Composer cache"},
       {"huggingface", "Hugging Face downloads"},
@@ -203,6 +274,14 @@ std::string linuxCacheDisplayName(std::string_view relativePath) {
   }};
   for (const auto& [folder, name] : kNames) {
     if (folder == relativePath) return std::string(name);
+  }
+  // JetBrains/<product and version>/index: "PyCharm2024.1 indexes".
+  constexpr std::string_view kJetBrains = "JetBrains/", kIndex = "/index";
+  if (relativePath.starts_with(kJetBrains) && relativePath.ends_with(kIndex) &&
+      relativePath.size() > kJetBrains.size() + kIndex.size()) {
+    std::string_view product = relativePath.substr(
+        kJetBrains.size(), relativePath.size() - kJetBrains.size() - kIndex.size());
+    if (product.find('/') == std::string_view::npos) return std::string(product) + " indexes";
   }
   return cacheDisplayName(paths::lastComponent(relativePath));
 }

@@ -13,6 +13,10 @@ namespace dw::notes {
 bool isLoginItem(const Finding& finding);
 bool isDeveloperTools(const Finding& finding);
 bool isBrowser(const Finding& finding);
+// A leftover that is a Flatpak app's data folder (~/.var/app/<id>): all the app kept.
+bool isFlatpakData(const Finding& finding);
+// A leftover's largest files, "brushes.db (46 MB), mail.db (12 MB)"; "" when none are known.
+std::string largestFilesText(const Finding& finding);
 
 // What a cache keeps when it is cleared ("Web page cache. Bookmarks, ... stay."), if known.
 std::optional<std::string> whatStays(const Finding& finding);

@@ -4,9 +4,11 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "base/paths.h"
+#include "base/time.h"
 #include "measure/project_folders.h"
 #include "measure/tree_walker.h"
 #include "platform/package.h"
@@ -63,7 +65,7 @@ class SizeVisitor : public TreeWalker::Visitor {
 
   SizeReading reading() const {
     SizeReading r{total, std::nullopt};
-    if (anyFile) r.newest = TimePoint(std::chrono::seconds(newest));
+    if (anyFile) r.newest = timefmt::fromUnixSeconds(newest);
     return r;
   }
 
@@ -101,7 +103,7 @@ class LargestVisitor final : public SizeVisitor {
     if (item.kind == TreeWalker::Kind::file && item.level > 0 && s.st_size >= 1 &&
         !item.parentTag && wouldKeep(s.st_size)) {
       offer({item.path(), static_cast<std::int64_t>(s.st_size),
-             TimePoint(std::chrono::seconds(s.st_mtim.tv_sec))});
+             timefmt::fromUnixSeconds(s.st_mtim.tv_sec)});
     }
     SizeVisitor::entry(item);
   }
@@ -135,7 +137,55 @@ class LargestVisitor final : public SizeVisitor {
   std::vector<std::pair<std::string, int>> mounts_;
 };
 
+// The blocks that leave the volume's use only once the tree goes: a file with links outside the
+// tree (a package store whose files projects link to) keeps its blocks after the tree is moved.
+class UnsharedVisitor final : public TreeWalker::Visitor {
+ public:
+  bool directory(const TreeWalker::Item& item, std::uint64_t&) override {
+    total_ += TreeWalker::allocated(*item.stat);
+    return true;
+  }
+
+  void entry(const TreeWalker::Item& item) override {
+    const struct stat& s = *item.stat;
+    if (item.kind != TreeWalker::Kind::symlink && s.st_nlink >= 2) {
+      // Counted once every one of its links has been met inside the tree.
+      Linked& linked = linked_[{static_cast<std::int32_t>(s.st_dev), s.st_ino}];
+      if (++linked.seen == s.st_nlink) total_ += TreeWalker::allocated(s);
+    } else {
+      total_ += TreeWalker::allocated(s);
+    }
+    if (item.kind != TreeWalker::Kind::symlink) {
+      anyFile_ = true;
+      newest_ = std::max<std::int64_t>(newest_, s.st_mtim.tv_sec);
+    }
+  }
+
+  SizeReading reading() const {
+    SizeReading r{total_, std::nullopt};
+    if (anyFile_) r.newest = TimePoint(std::chrono::seconds(newest_));
+    return r;
+  }
+
+ private:
+  struct Linked {
+    nlink_t seen = 0;
+  };
+  std::unordered_map<InodeKey, Linked, InodeKeyHash> linked_;
+  std::int64_t total_ = 0;
+  std::int64_t newest_ = 0;
+  bool anyFile_ = false;
+};
+
 }  // namespace
+
+SizeReading measureUnshared(const std::string& path, std::stop_token stop) {
+  UnsharedVisitor visitor;
+  TreeWalker::Options options;
+  options.threads = 1;  // one table of links
+  TreeWalker::walk(path, {&visitor}, options, stop);
+  return visitor.reading();
+}
 
 SizeReading measure(const std::string& path, std::stop_token stop) {
   TreeWalker::LinkSet links;
@@ -185,7 +235,7 @@ std::vector<LargeFile> listLargeFiles(const std::string& folder, std::int64_t mi
         if (s->st_size >= minimumBytes) {
           found.push_back({std::string(e->fts_path, e->fts_pathlen),
                            static_cast<std::int64_t>(s->st_size),
-                           TimePoint(std::chrono::seconds(s->st_mtim.tv_sec))});
+                           timefmt::fromUnixSeconds(s->st_mtim.tv_sec)});
         }
         break;
       }

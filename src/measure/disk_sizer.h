@@ -40,6 +40,10 @@ struct LargeFile {
 // Throws Cancelled (checked every 1000 entries) and nothing else.
 SizeReading measure(const std::string& path, std::stop_token stop = {});
 
+// What moving the tree at path gives back: as measure, but a file with links outside the tree
+// counts nothing, since its blocks stay in use through them. Throws Cancelled and nothing else.
+SizeReading measureUnshared(const std::string& path, std::stop_token stop = {});
+
 // The reading of the tree at path and, from the same walk, the largest regular files that
 // listLargeFiles(path, 1, maxDepth) lists for a real folder: at most count, largest first, ties
 // in walk order. A scan that needs both walks once. Throws Cancelled and nothing else.

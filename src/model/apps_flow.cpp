@@ -63,7 +63,7 @@ MoveRunner::Plan AppsFlow::plan() {
                           std::string(texts::kAppDataKindWord),
                           {}});
   }
-  plan.bytes = AppUninstaller::totalBytes(app);
+  plan.bytes = AppUninstaller::movedBytes(app);  // the app's folders in the home stay
   plan.title = texts::uninstallTitle(app.name, static_cast<std::int64_t>(app.related.size()));
   plan.moving = texts::movingApp(app.name);
   plan.refusal = [app, &context = context_] {

@@ -3,6 +3,7 @@
 #include "base/paths.h"
 #include "scanners/duplicates/duplicate_scanner.h"
 #include "texts/duplicates.h"
+#include "texts/sharing.h"
 
 namespace dw {
 
@@ -68,8 +69,11 @@ bool DuplicateFlow::find() {
     };
     try {
       DuplicateScanner::Result result = DuplicateScanner::scan(places, scope, stop, progress);
-      post([this, result = std::move(result), scope, search]() mutable {
-        finish(std::move(result), scope, search);
+      // What the groups' file systems can share, known before the groups are shown.
+      Sharing::Survey survey = Sharing::survey(result.groups, stop);
+      throwIfCancelled(stop);
+      post([this, result = std::move(result), survey = std::move(survey), scope, search]() mutable {
+        finish(std::move(result), std::move(survey), scope, search);
       });
     } catch (const Cancelled&) {
       post([this, search] { endWithError(true, search); });
@@ -84,10 +88,12 @@ void DuplicateFlow::cancel() {
   task_.cancel();
 }
 
-void DuplicateFlow::finish(DuplicateScanner::Result result, DuplicateScanner::Scope scope,
-                           std::uint64_t search) {
+void DuplicateFlow::finish(DuplicateScanner::Result result, Sharing::Survey survey,
+                           DuplicateScanner::Scope scope, std::uint64_t search) {
   if (!task_.isNewest(search)) return;
   task_.ended();
+  survey_ = std::move(survey);
+  context_.notify(ModelField::duplicateSharing);
   // The folders these groups came from: a move of their copies checks against them.
   searchedScope_ = scope;
   groups_ = std::move(result.groups);
@@ -156,7 +162,7 @@ void DuplicateFlow::selectNone() {
   context_.notify(ModelField::duplicateSelected);
 }
 
-MoveRunner::Plan DuplicateFlow::plan() {
+std::vector<Clearing::DuplicateCopy> DuplicateFlow::selectedCopyList() const {
   // In the order the groups are shown; a selected path no group holds any more is refused.
   std::vector<Clearing::DuplicateCopy> copies;
   std::set<std::string> placed;
@@ -164,14 +170,25 @@ MoveRunner::Plan DuplicateFlow::plan() {
     auto kept = keepPath_.find(group.hashHex);
     for (const auto& file : group.files) {
       if (!selected_.count(file.path) || !placed.insert(file.path).second) continue;
-      copies.push_back({file.path, file.bytes, group.hashHex,
-                        kept == keepPath_.end() ? file.path : kept->second});
+      Clearing::DuplicateCopy copy{file.path, file.bytes,    group.hashHex,
+                                   file.path, file.identity, file.identity};
+      for (const auto& other : group.files) {
+        if (kept != keepPath_.end() && other.path == kept->second) {
+          copy.keptPath = other.path;
+          copy.keptIdentity = other.identity;
+        }
+      }
+      copies.push_back(std::move(copy));
     }
   }
   for (const auto& path : selected_) {
-    if (!placed.count(path)) copies.push_back({path, 0, {}, path});
+    if (!placed.count(path)) copies.push_back({path, 0, {}, path, {}, {}});
   }
+  return copies;
+}
 
+MoveRunner::Plan DuplicateFlow::plan() {
+  std::vector<Clearing::DuplicateCopy> copies = selectedCopyList();
   MoveRunner::Plan plan;
   for (const auto& copy : copies) {
     plan.items.push_back({std::string(paths::lastComponent(copy.path)), copy.path, copy.bytes,
@@ -192,6 +209,72 @@ MoveRunner::Plan DuplicateFlow::plan() {
     };
   };
   return plan;
+}
+
+bool DuplicateFlow::canShare() const {
+  return Sharing::canShareAny(groups_, survey_);
+}
+
+Sharing::Plan DuplicateFlow::sharePlan() const {
+  return Sharing::plan(selectedCopyList(), survey_);
+}
+
+MoveRunner::Plan DuplicateFlow::sharing() {
+  std::vector<Clearing::DuplicateCopy> copies = selectedCopyList();
+  const Sharing::Plan shares = Sharing::plan(copies, survey_);
+  MoveRunner::Plan plan;
+  plan.kind = texts::MoveKind::share;
+  // The question lists the copies that will share, each with what it gives back.
+  for (const auto& planned : shares.copies) {
+    if (!planned.reason.empty()) continue;
+    plan.items.push_back({std::string(paths::lastComponent(planned.copy.path)), planned.copy.path,
+                          planned.freeable, std::string(texts::sharing::kKindWord),
+                          planned.copy.keptPath});
+  }
+  plan.bytes = shares.freeable;
+  plan.title = texts::sharing::question(shares.sharing);
+  plan.staysLine = texts::sharing::staysLine(shares);
+  plan.steps = static_cast<int>(copies.size());
+  plan.moving = texts::sharing::kSharing;
+  plan.nothing = selected_.empty() ? std::string(texts::sharing::kNoCopiesSelected)
+                                   : texts::sharing::planSummary(shares);
+  // The files a share can change, read again afterwards; the rest of the survey stands.
+  std::vector<std::string> files;
+  for (const auto& copy : copies) {
+    files.push_back(copy.path);
+    files.push_back(copy.keptPath);
+  }
+  plan.work = [this, copies = std::move(copies), files = std::move(files), places = context_.places,
+               scope = searchedScope_, before = survey_](
+                  std::stop_token stop,
+                  const MoveRunner::ReportProgress& report) -> std::function<MoveRunner::Ending()> {
+    Sharing::Outcome outcome = Sharing::share(copies, places, scope, stop, report);
+    // The groups' files as they are now, for the next review.
+    Sharing::Survey survey = before;
+    for (auto& [path, facts] : Sharing::survey(files).files)
+      survey.files[path] = std::move(facts);
+    return [this, outcome = std::move(outcome), survey = std::move(survey)]() mutable {
+      endShare(outcome, std::move(survey));
+      std::string message = texts::sharing::message(outcome);
+      return MoveRunner::Ending{std::move(outcome), std::move(message)};
+    };
+  };
+  return plan;
+}
+
+void DuplicateFlow::endShare(const Sharing::Outcome& outcome, Sharing::Survey survey) {
+  // Every file stays in its group: a shared copy is still a copy, it only holds no space of its
+  // own. What is done leaves the selection: shared now, or sharing already.
+  bool deselected = false;
+  for (const auto& path : outcome.sharedPaths)
+    deselected = selected_.erase(path) > 0 || deselected;
+  for (const auto& planned : Sharing::plan(selectedCopyList(), survey).copies) {
+    if (planned.reason == Sharing::kAlreadySharing)
+      deselected = selected_.erase(planned.copy.path) > 0 || deselected;
+  }
+  if (deselected) context_.notify(ModelField::duplicateSelected);
+  survey_ = std::move(survey);
+  context_.notify(ModelField::duplicateSharing);
 }
 
 void DuplicateFlow::removeMoved(const Clearing::Outcome& outcome) {

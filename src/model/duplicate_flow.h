@@ -1,7 +1,9 @@
 #pragma once
 // The duplicate search: the folders it searches, its progress, the groups it found with the
-// copy kept of each and the extra copies chosen, and the move of those copies. The search runs
-// off the model's thread; a new one replaces a running one, whose results never appear.
+// copy kept of each and the extra copies chosen, and the two ways to get their space back: the
+// move of those copies to the Trash, and, on file systems that can, a share, where each copy
+// uses its kept copy's blocks and stays where it is. The search runs off the model's thread; a
+// new one replaces a running one, whose results never appear.
 
 #include <cstdint>
 #include <map>
@@ -11,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "clearing/sharing.h"
 #include "model/flow_context.h"
 #include "model/move_runner.h"
 #include "scanners/duplicates/duplicate_types.h"
@@ -55,10 +58,24 @@ class DuplicateFlow {
   // The move of the selected copies; the kept copy of a group never moves.
   MoveRunner::Plan plan();
 
+  // What the search's files can share, read with each search: whether some group can share
+  // (the share is offered only then), and what sharing the selected copies would do and free.
+  const Sharing::Survey& survey() const { return survey_; }
+  bool canShare() const;
+  Sharing::Plan sharePlan() const;
+  // The share of the selected copies, a move of its own kind: nothing goes to the Trash (a Mac:
+  // the files the clones replace do). Copies shared, or sharing already, leave the selection.
+  MoveRunner::Plan sharing();
+
  private:
-  void finish(DuplicateScanner::Result result, DuplicateScanner::Scope scope, std::uint64_t search);
+  // The selected copies in the order the groups are shown, each with its group's kept copy and
+  // both identities as the search listed them.
+  std::vector<Clearing::DuplicateCopy> selectedCopyList() const;
+  void finish(DuplicateScanner::Result result, Sharing::Survey survey,
+              DuplicateScanner::Scope scope, std::uint64_t search);
   void endWithError(bool cancelled, std::uint64_t search);
   void removeMoved(const Clearing::Outcome& outcome);
+  void endShare(const Sharing::Outcome& outcome, Sharing::Survey survey);
 
   FlowContext& context_;
   std::vector<DuplicateScanner::Group> groups_;
@@ -68,6 +85,7 @@ class DuplicateFlow {
   std::optional<std::string> progress_;
   bool scanning_ = false;
   std::vector<std::string> skipped_;
+  Sharing::Survey survey_;
   // The folders the shown groups came from, which a move of their copies re-checks against.
   DuplicateScanner::Scope searchedScope_;
   LatestTask task_;

@@ -44,6 +44,7 @@ enum class ModelField {
   duplicateProgress,
   duplicatesScanning,
   duplicateSkipped,
+  duplicateSharing,
   spaceRoot,
   spacePath,
   spaceSelected,

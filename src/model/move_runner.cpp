@@ -1,6 +1,7 @@
 #include "model/move_runner.h"
 
 #include "clearing/cleared_log.h"
+#include "platform/ownership.h"
 
 namespace dw {
 
@@ -14,6 +15,7 @@ std::optional<Finding::Kind> findingKind(ConfirmScope scope) {
       return Finding::Kind::file;
     case ConfirmScope::duplicates:
     case ConfirmScope::app:
+    case ConfirmScope::sharing:
       return std::nullopt;
   }
   return std::nullopt;
@@ -81,18 +83,26 @@ bool MoveRunner::run(Planner planner) {
 }
 
 bool MoveRunner::start(Plan plan, bool asked) {
+  // A refusal takes the question down with its reason.
+  auto refuse = [&](std::string reason) {
+    if (asked) setStage(Stage::idle);
+    context_.say(std::move(reason));
+    return false;
+  };
   if (plan.refusal) {
-    if (std::optional<std::string> refused = plan.refusal()) {
-      if (asked) setStage(Stage::idle);
-      context_.say(std::move(*refused));
-      return false;
-    }
+    if (std::optional<std::string> refused = plan.refusal()) return refuse(std::move(*refused));
   }
   if (plan.items.empty()) {
     if (!plan.nothing.empty()) context_.say(plan.nothing);
     return false;
   }
-  const int total = static_cast<int>(plan.items.size());  // counted before the work takes them
+  // Nothing moves from, or into the Trash of, a home of another user: refused before anything
+  // is touched.
+  if (std::optional<std::string> refused = Ownership::refusalToMove(context_.places)) {
+    return refuse(std::move(*refused));
+  }
+  // Counted before the work takes them.
+  const int total = plan.steps.value_or(static_cast<int>(plan.items.size()));
   Work work = std::move(plan.work);
   std::string moving = plan.moving;
   plan_ = std::move(plan);

@@ -22,8 +22,9 @@
 namespace dw {
 
 // Which list a confirmation clears: a clean list's findings, the selected extra copies, or the
-// Uninstaller's chosen app with its data.
-enum class ConfirmScope { caches, leftovers, files, duplicates, app };
+// Uninstaller's chosen app with its data; sharing: the selected extra copies, to share their
+// kept copy's blocks instead of moving.
+enum class ConfirmScope { caches, leftovers, files, duplicates, app, sharing };
 // The findings' kind a scope clears; nothing for copies and apps.
 std::optional<Finding::Kind> findingKind(ConfirmScope scope);
 ConfirmScope scopeOf(Finding::Kind kind);
@@ -51,9 +52,15 @@ class MoveRunner {
   using Work = std::function<std::function<Ending()>(std::stop_token, const ReportProgress&)>;
   // One move, as the flow that owns its list plans it from what is selected now.
   struct Plan {
-    std::vector<texts::MoveItem> items;  // what would move, in order
-    std::int64_t bytes = 0;
-    std::string title;    // the question
+    // Moved to the Trash, or shared in place (the question's words follow from it).
+    texts::MoveKind kind = texts::MoveKind::toTrash;
+    std::vector<texts::MoveItem> items;  // what would move (or share), in order
+    std::int64_t bytes = 0;              // what they take (what a share gives back)
+    std::string title;                   // the question
+    std::string staysLine;               // what stays as it is, and why; "" when nothing does
+    // The steps the progress counts, when not one per listed item (a share re-checks the copies
+    // that stay as well).
+    std::optional<int> steps;
     std::string moving;   // the status line while it moves
     std::string nothing;  // the status line when nothing would move
     // Why it may not start at all, asked only when it would start.
@@ -79,6 +86,8 @@ class MoveRunner {
   const std::vector<texts::MoveItem>& items() const { return plan_.items; }
   std::int64_t bytes() const { return plan_.bytes; }
   const std::string& title() const { return plan_.title; }
+  texts::MoveKind kind() const { return plan_.kind; }
+  const std::string& staysLine() const { return plan_.staysLine; }
   const std::optional<Progress>& progress() const { return progress_; }
   // Bytes moved since the session began (every main scan begins one).
   std::int64_t trashedBytesThisSession() const { return trashedBytes_; }
@@ -93,7 +102,8 @@ class MoveRunner {
   // While asking, plans again (the selection changed).
   void refresh();
   // The answer: moves what the question's planner plans now. Refused (the stage goes back to
-  // idle) or with nothing to move (the question stays), it says why and returns false.
+  // idle) or with nothing to move (the question stays), it says why and returns false. Nothing
+  // moves from, or into the Trash of, a home of another user (Ownership::refusalToMove).
   bool run();
   // Moves what planner plans now, without a question first (nothing changes when it cannot).
   bool run(Planner planner);

@@ -39,8 +39,7 @@ ScanFlow::Result ScanFlow::runPipeline(const Locations& places,
   result.volume = VolumePicture::read(places.home);
   bool chromeRunning = CacheScanner::isChromeRunning(workspace);
   // Which running program holds which cache file open: one look at the processes for the scan.
-  std::vector<platform::HeldFile> held =
-      platform::filesHeldOpen(CacheScanner::heldOpenFolders(places));
+  std::vector<platform::HeldFile> held = CacheScanner::cachesInUse(places);
 
   announce(std::string(kAreaLibraryCaches));
   std::vector<Finding> caches =

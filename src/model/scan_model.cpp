@@ -21,6 +21,7 @@ ScanModel::ScanModel(Dispatcher& dispatcher, Locations places, platform::Workspa
       case Field::duplicateGroups:
       case Field::duplicateKeepPath:
       case Field::duplicateSelected:
+      case Field::duplicateSharing:
       case Field::uninstallTarget:
         moves_.refresh();
         break;
@@ -48,6 +49,7 @@ std::vector<Finding> ScanModel::itemsToClear(std::optional<ConfirmScope> scope) 
 
 MoveRunner::Planner ScanModel::planner(std::optional<ConfirmScope> scope) {
   if (scope == ConfirmScope::duplicates) return [this] { return duplicates_.plan(); };
+  if (scope == ConfirmScope::sharing) return [this] { return duplicates_.sharing(); };
   if (scope == ConfirmScope::app) return [this] { return apps_.plan(); };
   std::optional<Finding::Kind> kind = scope ? findingKind(*scope) : std::nullopt;
   return [this, kind] { return scan_.plan(kind); };
@@ -70,6 +72,10 @@ void ScanModel::clearFindings(std::optional<ConfirmScope> scope) {
 
 void ScanModel::clearDuplicates() {
   moves_.run(planner(ConfirmScope::duplicates));
+}
+
+void ScanModel::shareDuplicates() {
+  moves_.run(planner(ConfirmScope::sharing));
 }
 
 void ScanModel::uninstall() {

@@ -87,9 +87,9 @@ class ScanModel {
   std::int64_t trashedBytesThisSession() const { return moves_.trashedBytesThisSession(); }
   bool offerRecentlyCleared() const { return moves_.offerRecentlyCleared(); }
   bool isClearRunning() const { return moves_.moving(); }
-  // The question of a scope: its list's selected findings, the selected extra copies, or
-  // uninstallTarget with its data. None is the command line's whole clear: the selected
-  // findings of every kind under one session.
+  // The question of a scope: its list's selected findings, the selected extra copies (to move,
+  // or to share), or uninstallTarget with its data. None is the command line's whole clear: the
+  // selected findings of every kind under one session.
   void requestConfirm(std::optional<ConfirmScope> scope);
   // The question's answer: moves what it lists now.
   void clearSelected() { moves_.run(); }
@@ -103,6 +103,10 @@ class ScanModel {
   void clearFindings(std::optional<ConfirmScope> scope);
   void clearDuplicates();
   void uninstall();
+  // Makes the selected copies use their kept copy's blocks, without asking: the question of
+  // ConfirmScope::sharing answered. Nothing moves (a Mac: the files the clones replace go to the
+  // Trash); shared copies, and those already sharing, leave the selection.
+  void shareDuplicates();
 
   // ---- Recently Cleared ----
   const std::vector<ClearedLog::Entry>& clearedEntries() const { return clearedEntries_; }
@@ -132,6 +136,11 @@ class ScanModel {
   void setDuplicateSelected(const std::string& path, bool on) { duplicates_.setSelected(path, on); }
   void selectExtraCopies() { duplicates_.selectExtraCopies(); }
   void selectNoCopies() { duplicates_.selectNone(); }
+  // Sharing instead of moving: what the search's files can do, read with each search (the share
+  // is offered only where some group can), and what sharing the selected copies would do.
+  const Sharing::Survey& duplicateSurvey() const { return duplicates_.survey(); }
+  bool canShareDuplicates() const { return duplicates_.canShare(); }
+  Sharing::Plan sharePlan() const { return duplicates_.sharePlan(); }
 
   // ---- The space map ----
   const std::optional<SpaceMap::Node>& spaceRoot() const { return space_.root(); }

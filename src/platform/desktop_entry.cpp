@@ -1,8 +1,7 @@
 #include "platform/desktop_entry.h"
 
-#include <fstream>
-
 #include "base/paths.h"
+#include "platform/file_reading.h"
 
 namespace dw::platform {
 
@@ -96,6 +95,8 @@ std::optional<DesktopEntry> parseDesktopEntry(std::string_view text) {
       entry.exec = value;
     } else if (key == "Icon" && entry.icon.empty()) {
       entry.icon = value;
+    } else if (key == "StartupWMClass" && entry.windowClass.empty()) {
+      entry.windowClass = value;
     } else if (key == "NoDisplay") {
       entry.noDisplay = value == "true";
     } else if (key == "Hidden") {
@@ -107,12 +108,9 @@ std::optional<DesktopEntry> parseDesktopEntry(std::string_view text) {
 }
 
 std::optional<DesktopEntry> readDesktopEntry(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) return std::nullopt;
-  std::string text(kMaxLauncherBytes, '\0');
-  in.read(text.data(), static_cast<std::streamsize>(text.size()));
-  text.resize(static_cast<size_t>(in.gcount()));
-  return parseDesktopEntry(text);
+  std::optional<std::string> text = readFileHead(path, kMaxLauncherBytes);
+  if (!text) return std::nullopt;
+  return parseDesktopEntry(*text);
 }
 
 std::optional<std::vector<std::string>> execArguments(std::string_view exec) {

@@ -10,10 +10,11 @@
 namespace dw::platform {
 
 struct DesktopEntry {
-  std::string type;  // "Application", "Link", ...; "" when missing
-  std::string name;  // Name= (the untranslated one)
-  std::string exec;  // Exec= with the file format's escapes (\s, \n, \t, \r, \\) undone
-  std::string icon;  // Icon=: an absolute path or an icon name
+  std::string type;         // "Application", "Link", ...; "" when missing
+  std::string name;         // Name= (the untranslated one)
+  std::string exec;         // Exec= with the file format's escapes (\s, \n, \t, \r, \\) undone
+  std::string icon;         // Icon=: an absolute path or an icon name
+  std::string windowClass;  // StartupWMClass=: the class its windows carry, "" when missing
   bool noDisplay = false;
   bool hidden = false;
 };
@@ -21,7 +22,8 @@ struct DesktopEntry {
 // The "[Desktop Entry]" group of a launcher's text; keys of other groups ("[Desktop Action x]")
 // and translated keys ("Name[de]") are passed over. nullopt when the text has no such group.
 std::optional<DesktopEntry> parseDesktopEntry(std::string_view text);
-// The launcher file at path (at most 256 KiB read); nullopt when unreadable or not a launcher.
+// The launcher file at path (at most 256 KiB read, its access time left as it was where the user
+// owns it); nullopt when unreadable, not a regular file or not a launcher.
 std::optional<DesktopEntry> readDesktopEntry(const std::string& path);
 
 // The arguments of an Exec value: words split at unquoted blanks, double quotes removed with

@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include "base/paths.h"
+#include "platform/ownership.h"
 
 namespace dw {
 
@@ -189,8 +190,12 @@ Locations Locations::linux(std::string root, std::string home, std::string bundl
   const std::string& h = l.home;
 
   l.cacheHome = xdgFolder("XDG_CACHE_HOME", h, ".cache");
+  // Its children are moved: followed only inside the home or to a folder of the user's own,
+  // never to a shared or system folder (XDG_CACHE_HOME=/usr as root).
+  if (!Ownership::isUsablePlace(l.cacheHome, h)) l.cacheHome = paths::join(h, ".cache");
   l.configHome = xdgFolder("XDG_CONFIG_HOME", h, ".config");
   l.dataHome = xdgFolder("XDG_DATA_HOME", h, ".local/share");
+  l.stateHome = xdgFolder("XDG_STATE_HOME", h, ".local/state");
   l.caches = l.cacheHome;
   l.chromeProfiles = {paths::join(l.configHome, "google-chrome"),
                       paths::join(l.configHome, "chromium")};
@@ -211,6 +216,27 @@ Locations Locations::linux(std::string root, std::string home, std::string bundl
   l.bunCache =
       toolFolder("BUN_INSTALL_CACHE_DIR", h,
                  paths::join(toolFolder("BUN_INSTALL", h, inHome(".bun")), "install/cache"));
+  l.pnpmStore =
+      toolFolder("npm_config_store_dir", h,
+                 paths::join(toolFolder("PNPM_HOME", h, paths::join(l.dataHome, "pnpm")), "store"));
+  l.yarnBerryCache =
+      paths::join(toolFolder("YARN_GLOBAL_FOLDER", h, inHome(".yarn/berry")), "cache");
+  l.pipxCaches = {paths::join(toolFolder("PIPX_HOME", h, inHome(".local/pipx")), ".cache"),
+                  paths::join(l.dataHome, "pipx/.cache")};
+  l.steamShaderCaches = {paths::join(l.dataHome, "Steam/steamapps/shadercache"),
+                         inHome(".steam/steam/steamapps/shadercache"),
+                         inHome(".steam/debian-installation/steamapps/shadercache")};
+  l.snaps = inHome("snap");
+  for (auto [place, fallback] : {std::pair{&l.npmCache, ".npm/_cacache"},
+                                 {&l.npxCache, ".npm/_npx"},
+                                 {&l.gradleCaches, ".gradle/caches"},
+                                 {&l.cargoRegistryCache, ".cargo/registry/cache"},
+                                 {&l.cargoGitDatabase, ".cargo/git/db"},
+                                 {&l.goModuleDownloads, "go/pkg/mod/cache/download"},
+                                 {&l.nugetPackages, ".nuget/packages"},
+                                 {&l.bunCache, ".bun/install/cache"}}) {
+    if (*place != inHome(fallback)) l.placedByVariables.push_back(*place);
+  }
 
   // English names first, then what the user's own table says.
   l.downloads = paths::join(h, "Downloads");
@@ -245,6 +271,7 @@ Locations Locations::linux(std::string root, std::string home, std::string bundl
   l.appImageFolders = {paths::join(h, "Applications"), paths::join(h, ".local/bin")};
   l.launchers = paths::join(l.dataHome, "applications");
   l.icons = paths::join(l.dataHome, "icons");
+  l.pixmaps = paths::join(l.dataHome, "pixmaps");
   l.systemLaunchers = l.underRoot("/usr/share/applications");
   l.packageDatabase = l.underRoot("/var/lib/dpkg");
 

@@ -56,6 +56,20 @@ struct Locations {
   // BUN_INSTALL_CACHE_DIR, BUN_INSTALL, npm_config_cache, GRADLE_USER_HOME) for the user's own
   // home, and only where they point inside it.
   std::string cargoRegistryCache, cargoGitDatabase, goModuleDownloads, nugetPackages, bunCache;
+  // Caches Linux tools and apps keep outside ~/.cache (empty or none on a Mac): pnpm's store
+  // ($npm_config_store_dir, else $PNPM_HOME/store, else $XDG_DATA_HOME/pnpm/store), Yarn's
+  // global cache ($YARN_GLOBAL_FOLDER/cache, else ~/.yarn/berry/cache), the environments of
+  // `pipx run` ($PIPX_HOME/.cache, else ~/.local/pipx/.cache, and
+  // $XDG_DATA_HOME/pipx/.cache), Steam's shader caches (~/.local/share/Steam,
+  // ~/.steam/steam and ~/.steam/debian-installation), and where snaps keep their users' data
+  // (~/snap/<snap>/common/.cache is a snap's ~/.cache). Variables as for the rows above.
+  std::string pnpmStore, yarnBerryCache;
+  std::vector<std::string> pipxCaches, steamShaderCaches;
+  std::string snaps;
+  // Those of the download caches above (npmCache to bunCache) that a tool's variable put
+  // somewhere else than the tool's own default: a cache there is offered only when its contents
+  // look like that tool's (the tool caches of pnpm, Yarn, pipx and Steam always are checked so).
+  std::vector<std::string> placedByVariables;
   // The user's folders. On Linux they are the XDG user folders (localised names included);
   // `movies` is the videos folder there. The texts that name them say their own names
   // (folderNames, findings/folder_names.h).
@@ -63,6 +77,7 @@ struct Locations {
   std::string cacheHome;   // ~/Library/Caches on a Mac, $XDG_CACHE_HOME (~/.cache) on Linux
   std::string configHome;  // ~/Library/Preferences on a Mac, $XDG_CONFIG_HOME (~/.config) on Linux
   std::string dataHome;    // ~/Library/Application Support, $XDG_DATA_HOME (~/.local/share)
+  std::string stateHome;   // Linux: $XDG_STATE_HOME (~/.local/state); none on a Mac
 
   std::vector<LeftoverLocation> leftoverLocations;
   // /Applications, /Applications/Utilities, ~/Applications: bundles and vendor folders of them.
@@ -80,6 +95,7 @@ struct Locations {
   std::vector<std::string> appImageFolders;  // ~/Applications, ~/.local/bin
   std::string launchers;                     // $XDG_DATA_HOME/applications
   std::string icons;                         // $XDG_DATA_HOME/icons
+  std::string pixmaps;                       // $XDG_DATA_HOME/pixmaps
   std::string systemLaunchers;               // /usr/share/applications
   std::string packageDatabase;               // /var/lib/dpkg
 

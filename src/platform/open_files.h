@@ -10,6 +10,9 @@ namespace dw::platform {
 struct HeldFile {
   std::string path;     // as the kernel names it: links resolved
   std::string program;  // the name the user knows the program by ("Firefox", "sleep")
+  // A folder the running program uses whole (its own cache folder): everything in it is in use
+  // too, whether or not a file of it is open right now.
+  bool wholeFolder = false;
 };
 
 // Every file or folder inside one of `folders` (links in them resolved first) that a process of

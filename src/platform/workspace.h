@@ -8,8 +8,10 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/core.h"
+#include "platform/known_programs.h"
 
 namespace dw::platform {
 
@@ -34,13 +36,16 @@ class Workspace {
 std::string flatpakAppOfInfo(std::string_view flatpakInfo);
 std::string flatpakAppOfCgroup(std::string_view cgroup);
 
+// The known programs (known_programs.h) with a process of this user's running now, each once.
+std::vector<const KnownProgram*> runningKnownPrograms();
+
 // The executables of the processes running now, for programs that have no identifier to be
 // asked by (an AppImage runs as its own file). Linux reads the links /proc/<pid>/exe of the
 // processes it may see; a program replaced since it started is named as it was.
 std::set<std::string> runningExecutables();
 
-// The system's workspace (Linux: processes under /proc; a running Flatpak app counts under its
-// application identifier).
+// The system's workspace (Linux: processes of this user under /proc, a known program under the
+// identifiers it counts as, a running Flatpak app under its application identifier).
 std::unique_ptr<Workspace> systemWorkspace();
 
 // When the application bundle at bundlePath was last opened, where the system records it.

@@ -5,10 +5,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <fstream>
+#include <optional>
 #include <set>
 
 #include "base/paths.h"
+#include "platform/file_reading.h"
 #include "platform/own_ground.h"
 #include "scanners/folder_listing.h"
 
@@ -31,7 +32,8 @@ bool isFolderOrLinkToOne(const std::string& path) {
 }  // namespace
 
 bool isAppBundle(const std::string& path) {
-  return hasAppExtension(paths::lastComponent(path)) && isFolderOrLinkToOne(path);
+  return hasAppExtension(paths::lastComponent(path)) && isFolderOrLinkToOne(path) &&
+         isFolderOrLinkToOne(paths::join(path, "Contents"));
 }
 
 std::vector<std::string> listApplicationBundles(const Locations& places) {
@@ -43,6 +45,14 @@ std::vector<std::string> listApplicationBundles(const Locations& places) {
   };
 
   std::vector<std::string> bundles;
+  std::set<std::string> seen;  // each bundle once, however many links lead to it
+  auto add = [&](const std::string& path, bool isLink) {
+    if (!isAppBundle(path) || OwnGround::excludes(path, places)) return;
+    std::string resolved = paths::resolveSymlinks(path);
+    // A link to a bundle is the bundle it points to, under that bundle's own name.
+    if (isLink && !hasAppExtension(paths::lastComponent(resolved))) return;
+    if (seen.insert(resolved).second) bundles.push_back(isLink ? resolved : path);
+  };
   for (const std::string& folder : folders) {
     auto entries = listFolder(folder);
     if (!entries) continue;
@@ -50,15 +60,14 @@ std::vector<std::string> listApplicationBundles(const Locations& places) {
       std::string path = paths::join(folder, e.name);
       if (OwnGround::excludes(path, places)) continue;  // a Trash kept among the apps
       if (hasAppExtension(e.name)) {
-        if (isFolderOrLinkToOne(path)) bundles.push_back(path);
+        add(path, e.type == S_IFLNK);
         continue;
       }
       if (isApplicationFolder(path) || !isFolderOrLinkToOne(path)) continue;
       auto inner = listFolder(path);
       if (!inner) continue;
       for (const FolderEntry& x : *inner) {
-        std::string bundle = paths::join(path, x.name);
-        if (isAppBundle(bundle) && !OwnGround::excludes(bundle, places)) bundles.push_back(bundle);
+        if (hasAppExtension(x.name)) add(paths::join(path, x.name), x.type == S_IFLNK);
       }
     }
   }
@@ -96,18 +105,25 @@ std::vector<std::string> flatpakInstallations(const Locations& places) {
   if (!entries) return installations;
   for (const FolderEntry& e : *entries) {
     if (!e.name.ends_with(".conf")) continue;
-    std::ifstream in(paths::join(places.flatpakInstallationConfigs, e.name));
-    std::string line;
-    while (std::getline(in, line)) {
-      if (!line.empty() && line.back() == '\r') line.pop_back();
-      if (line.starts_with("Path=") && line.size() > 6 && line[5] == '/') {
-        std::string path = places.underRoot(paths::standardize(line.substr(5)));
-        if (std::find(installations.begin(), installations.end(), path) == installations.end())
-          installations.push_back(path);
-      }
+    std::optional<std::string> text =
+        platform::readFileHead(paths::join(places.flatpakInstallationConfigs, e.name), 64 * 1024);
+    for (const std::string& folder : flatpakInstallationPaths(text.value_or(""))) {
+      std::string path = places.underRoot(folder);
+      if (std::find(installations.begin(), installations.end(), path) == installations.end())
+        installations.push_back(path);
     }
   }
   return installations;
+}
+
+std::vector<std::string> flatpakInstallationPaths(std::string_view conf) {
+  std::vector<std::string> folders;
+  for (std::string_view line : paths::split(conf, '\n')) {
+    if (line.back() == '\r') line.remove_suffix(1);
+    if (line.starts_with("Path=") && line.size() > 6 && line[5] == '/')
+      folders.push_back(paths::standardize(line.substr(5)));
+  }
+  return folders;
 }
 
 std::vector<std::string> unreadableFlatpakInstallations(const Locations& places) {
@@ -139,23 +155,29 @@ std::vector<FlatpakApp> listFlatpakApps(const Locations& places) {
   return apps;
 }
 
-bool isAppImage(const std::string& path) {
-  struct stat s {};
-  if (::lstat(path.c_str(), &s) != 0 || !S_ISREG(s.st_mode)) return false;
-  int fd = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
-  if (fd < 0) return false;
+std::optional<struct stat> inspectAppImage(const std::string& path) {
+  // The status first: reading the file may change its access time, which is its last use.
+  struct stat before {};
+  if (::lstat(path.c_str(), &before) != 0 || !S_ISREG(before.st_mode)) return std::nullopt;
+  int fd = platform::openUntouched(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+  if (fd < 0) return std::nullopt;
   unsigned char head[16] = {};
   ssize_t n = ::read(fd, head, sizeof head);
   ::close(fd);
-  if (n < 11 || head[0] != 0x7f || head[1] != 'E' || head[2] != 'L' || head[3] != 'F') {
-    return false;
+  // An ELF program with the AppImage mark at offset 8: "AI" and the type (1 or 2).
+  if (n < 11 || head[0] != 0x7f || head[1] != 'E' || head[2] != 'L' || head[3] != 'F' ||
+      head[8] != 'A' || head[9] != 'I' || (head[10] != 0x01 && head[10] != 0x02)) {
+    return std::nullopt;
   }
-  bool marked = head[8] == 'A' && head[9] == 'I' && head[10] == 0x02;
-  return marked || paths::asciiLower(paths::lastComponent(path)).ends_with(".appimage");
+  return before;
 }
 
-std::vector<std::string> listAppImages(const Locations& places) {
-  std::vector<std::string> found;
+bool isAppImage(const std::string& path) {
+  return inspectAppImage(path).has_value();
+}
+
+std::vector<AppImageFile> listAppImages(const Locations& places) {
+  std::vector<AppImageFile> found;
   for (const std::string& folder : places.appImageFolders) {
     if (folder.empty()) continue;
     auto entries = listFolder(folder);
@@ -163,7 +185,8 @@ std::vector<std::string> listAppImages(const Locations& places) {
     for (const FolderEntry& e : *entries) {
       if (e.type != S_IFREG) continue;
       std::string path = paths::join(folder, e.name);
-      if (!OwnGround::excludes(path, places) && isAppImage(path)) found.push_back(path);
+      if (OwnGround::excludes(path, places)) continue;
+      if (auto before = inspectAppImage(path)) found.push_back({std::move(path), *before});
     }
   }
   return found;

@@ -2,6 +2,7 @@
 
 #include "base/paths.h"
 #include "findings/size_text.h"
+#include "scanners/uninstaller/app_uninstaller.h"
 
 namespace dw::texts::apps {
 
@@ -23,7 +24,18 @@ std::string_view itemsHeading(bool softwareManager) {
 }
 
 std::string sizesLine(const AppUninstaller::AppRecord& app) {
-  return "App " + sizeText(app.bundleBytes) + " · related " + sizeText(app.relatedBytes);
+  return "App " + sizeText(app.bundleBytes) + " · related " +
+         sizeText(AppUninstaller::dataBytes(app));
+}
+
+std::vector<std::string> staysLines(const AppUninstaller::AppRecord& app, const Locations& places) {
+  std::vector<std::string> lines;
+  for (size_t i = 0; i < app.userFolders.size(); ++i) {
+    std::int64_t bytes = i < app.userFolderSizes.size() ? app.userFolderSizes[i] : 0;
+    lines.push_back("Stays: " + paths::tilde(app.userFolders[i], places.home) + " · " +
+                    sizeText(bytes));
+  }
+  return lines;
 }
 
 std::string lastUsedLine(std::string_view date) {

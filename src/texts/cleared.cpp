@@ -1,5 +1,7 @@
 #include "texts/cleared.h"
 
+#include <algorithm>
+
 #include "clearing/clearing.h"
 #include "findings/size_text.h"
 
@@ -13,6 +15,10 @@ std::string statusText(ClearedLog::Status status, std::string_view putBackWhen) 
       return "Put back " + std::string(putBackWhen);
     case ClearedLog::Status::trashEmptied:
       return "Trash emptied";
+    case ClearedLog::Status::putBackByHand:
+      return std::string(kPutBackByHand);
+    case ClearedLog::Status::shared:
+      return "Shared in place";
   }
   return {};
 }
@@ -25,10 +31,29 @@ std::string groupHeader(std::string_view date, std::int64_t items, std::int64_t 
   return std::string(date) + " · " + countNoun(items, "item") + " · " + sizeText(bytes);
 }
 
-std::int64_t bytesInTrash(const std::vector<ClearedLog::Entry>& entries) {
+std::string cardHeader(std::string_view date, const std::vector<ClearedLog::Entry>& entries,
+                       std::int64_t bytes) {
+  const bool shares =
+      !entries.empty() && std::all_of(entries.begin(), entries.end(),
+                                      [](const auto& e) { return ClearedLog::isShare(e); });
+  if (!shares) return groupHeader(date, static_cast<std::int64_t>(entries.size()), bytes);
+  std::int64_t copies = 0;
+  for (const auto& e : entries)
+    copies += static_cast<std::int64_t>(e.shared.size());
+  return std::string(date) + " · " + countNoun(copies, "shared copy") + " · " + sizeText(bytes) +
+         " freed";
+}
+
+std::string shareNote(const std::vector<ClearedLog::Entry>& entries) {
+  bool any = std::any_of(entries.begin(), entries.end(),
+                         [](const auto& e) { return ClearedLog::isShare(e); });
+  return any ? std::string(ClearedLog::kNothingToPutBack) : std::string();
+}
+
+std::int64_t bytesInTrash(const std::vector<ClearedLog::Entry>& entries, const Locations& places) {
   std::int64_t bytes = 0;
   for (const auto& e : entries) {
-    if (ClearedLog::status(e) == ClearedLog::Status::inTrash) {
+    if (ClearedLog::status(e, places) == ClearedLog::Status::inTrash) {
       bytes = Clearing::addBytes(bytes, e.bytes);
     }
   }

@@ -12,15 +12,25 @@
 
 namespace dw::texts::cleared {
 
-// "In the Trash", "Put back <when>", "Trash emptied". putBackWhen is the entry's putBackAt as
-// the front end writes it.
+// "In the Trash", "Put back <when>", "Trash emptied", kPutBackByHand, and for a share, which
+// never was in the Trash, "Shared in place". putBackWhen is the entry's putBackAt as the front
+// end writes it.
 std::string statusText(ClearedLog::Status status, std::string_view putBackWhen);
+inline constexpr std::string_view kPutBackByHand = "In the Trash; put back by hand";
 // The status column of the app's row: empty where the row offers Put Back instead.
 std::string rowStatus(ClearedLog::Status status, std::string_view putBackWhen);
 // "Today, 14:05 · 2 items · 43 MB": one clear, dated by its newest entry.
 std::string groupHeader(std::string_view date, std::int64_t items, std::int64_t bytes);
-// What of the listed entries is still in the Trash.
-std::int64_t bytesInTrash(const std::vector<ClearedLog::Entry>& entries);
+// The app's card of one clear: groupHeader, or for a share, which moved nothing, the copies that
+// now share and what came back: "Today, 14:05 · 2 shared copies · 6 MB freed".
+std::string cardHeader(std::string_view date, const std::vector<ClearedLog::Entry>& entries,
+                       std::int64_t bytes);
+// Said where the entries hold a share: there is nothing to put back
+// (ClearedLog::kNothingToPutBack);
+// "" when they hold none.
+std::string shareNote(const std::vector<ClearedLog::Entry>& entries);
+// What of the listed entries is still in the Trash, where Put Back can take it.
+std::int64_t bytesInTrash(const std::vector<ClearedLog::Entry>& entries, const Locations& places);
 // "1.2 GB moved to the Trash"
 std::string title(std::int64_t bytesInTrash);
 inline constexpr std::string_view kNothingYet = "Nothing has been cleared yet.";

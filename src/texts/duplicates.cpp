@@ -1,6 +1,7 @@
 #include "texts/duplicates.h"
 
 #include "findings/size_text.h"
+#include "texts/sharing.h"
 
 namespace dw::texts::duplicates {
 
@@ -80,6 +81,13 @@ std::string_view skippedHeading(const Wording& wording) {
 std::string found(std::int64_t extraBytes) {
   return "Up to " + sizeText(extraBytes) +
          " in extra copies. At least one copy of each file stays.";
+}
+
+std::string footerDetail(const std::optional<Sharing::Plan>& share) {
+  std::string detail(kFooterDetail);
+  // Before anything is shared: what sharing the selection can give back.
+  if (share) detail += " " + sharing::footerText(*share);
+  return detail;
 }
 
 }  // namespace dw::texts::duplicates

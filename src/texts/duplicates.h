@@ -4,9 +4,11 @@
 // and the search's status lines.
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "clearing/sharing.h"
 #include "texts/lists.h"
 #include "texts/wording.h"
 
@@ -36,6 +38,9 @@ inline constexpr std::string_view kUnknownDate = "Unknown";
 // "Up to 7 MB selected · 3 copies"
 std::string footerSummary(std::int64_t bytes, std::int64_t copies);
 inline constexpr std::string_view kFooterDetail = texts::kFooterDetail;
+// kFooterDetail, and where the selection could share instead, what sharing it frees: "Goes to
+// the Trash. You can put anything back. Sharing frees about 40 MB at once."
+std::string footerDetail(const std::optional<Sharing::Plan>& share);
 EmptyState emptyState();
 
 // The search button, and the line under it while the search runs ("Looking for duplicates…

@@ -1,6 +1,7 @@
 #include "texts/moves.h"
 
 #include "findings/size_text.h"
+#include "texts/sharing.h"
 
 namespace dw::texts {
 
@@ -49,6 +50,29 @@ std::string showAllText(std::int64_t count) {
 
 std::string moreText(std::int64_t notListed) {
   return std::to_string(notListed) + " more";
+}
+
+QuestionWords questionWords(MoveKind kind, const Wording& wording) {
+  if (kind == MoveKind::share) {
+    return {"square.on.square",
+            std::string(sharing::kButton),
+            std::string(sharing::kStayLine),
+            std::string(sharing::spaceLine(wording)),
+            "Dry run: nothing was shared.",
+            "nothing was shared",
+            "Nothing was shared."};
+  }
+  return {"trash",
+          "Move to Trash",
+          std::string(kConfirmPutBackLine),
+          std::string(kConfirmEmptyLine),
+          "Dry run: nothing was moved.",
+          "nothing was moved",
+          "Nothing was moved to the Trash."};
+}
+
+std::string questionSize(MoveKind kind, std::int64_t bytes) {
+  return kind == MoveKind::share ? sharing::questionSize(bytes) : sizeText(bytes);
 }
 
 std::string progressText(int done, int total) {

@@ -44,6 +44,23 @@ inline constexpr std::string_view kConfirmEmptyLine =
     "Space comes back when you empty the Trash. We never empty it for you.";
 inline constexpr std::string_view kConfirmKeysHint = "Return and Esc both cancel.";
 
+// What a question's answer does with what it lists: moves it to the Trash, or (a share of extra
+// copies) makes each use its kept copy's blocks, every file staying where it is. The rest of the
+// question's words follow from it.
+enum class MoveKind { toTrash, share };
+struct QuestionWords {
+  std::string symbol;       // the question's icon: "trash", a share's "square.on.square"
+  std::string action;       // its button: "Move to Trash", "Share copies"
+  std::string putBackLine;  // its two reassurances
+  std::string emptyLine;
+  // The command line's words when nothing happens: a dry run, no terminal to ask on, a "no".
+  std::string dryRun, noTerminal, answeredNo;
+};
+QuestionWords questionWords(MoveKind kind, const Wording& wording);
+// Beside the question's title: what would move ("12 MB"), or what a share gives back ("About
+// 12 MB back").
+std::string questionSize(MoveKind kind, std::int64_t bytes);
+
 // "3 of 12"
 std::string progressText(int done, int total);
 // "3 of 12 · item", or "3 of 12" before the first item

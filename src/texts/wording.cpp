@@ -1,6 +1,7 @@
 #include "texts/wording.h"
 
 #include "platform/desktop.h"
+#include "platform/share.h"
 
 namespace dw::texts {
 
@@ -15,6 +16,7 @@ Wording Wording::of(const Locations& places) {
   w.folders = folderNames(places);
   w.fullDiskAccessSetting = platform::hasFullDiskAccessSetting();
   w.revealTitle = std::string(platform::revealActionTitle());
+  w.sharesByCloning = platform::share::kSharesByCloning;
   return w;
 }
 

@@ -22,6 +22,7 @@ struct Wording {
   // The system that runs us.
   bool fullDiskAccessSetting = true;  // reading is granted by a Full Disk Access setting
   std::string revealTitle = "Reveal in Finder";
+  bool sharesByCloning = false;  // a share makes clones, and the replaced files go to the Trash
 
   // The places' layout with this system's words.
   static Wording of(const Locations& places);

@@ -39,6 +39,12 @@ int main(int argc, char** argv) {
                                   "LAYOUT");
   QCommandLineOption appearanceOption("appearance", "light or dark.", "APPEARANCE");
   parser.addOptions({shotOption, rootOption, homeOption, layoutOption, appearanceOption});
+  // A mistake on the command line exits with 2, as the command line program's do; once the
+  // arguments parse, process() answers --help, --help-all and --version.
+  if (!parser.parse(QCoreApplication::arguments())) {
+    std::fprintf(stderr, "dustwhale-gui: %s\n", qPrintable(parser.errorText()));
+    return 2;
+  }
   parser.process(app);
 
   QString appearance = parser.value(appearanceOption);

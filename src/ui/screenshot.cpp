@@ -145,6 +145,14 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
     dw.model().selectExtraCopies();
     s.call("showPage", "duplicates");
     s.shoot("duplicates-selected");
+    // Where the copies' file system shares blocks, the question of sharing them.
+    if (dw.model().canShareDuplicates()) {
+      dw.duplicates()->requestShare();
+      s.set("forcedSheet", "confirm");
+      s.shoot("sheet-confirm-share");
+      dw.moves()->cancel();
+      s.set("forcedSheet", "");
+    }
     dw.duplicates()->selectNone();
 
     s.call("showPage", "review");

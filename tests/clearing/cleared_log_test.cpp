@@ -102,6 +102,63 @@ TEST_F(ClearedLogFiles, AppendSaveAndLoad) {
   EXPECT_EQ(readFile(folder), "in the way");
 }
 
+// A share is a record of its own kind that every reader of the log's format reads: the nine
+// fields of every record, with the copies as one more key, and no Trash path.
+TEST_F(ClearedLogFiles, AShareIsARecordEveryReaderReadsWithNothingToPutBack) {
+  Entry share = sample("film.mov and 1 other file", "A1B2C3D4-0000-4000-8000-0000000000AA");
+  share.kind = "share";
+  share.originalPath = home / "Videos";
+  share.trashPath = "";
+  share.bytes = 6299648;
+  share.shared = {{home / "Videos/old/film.mov", home / "Videos/film.mov"},
+                  {home / "Videos/b.mp4", home / "Videos/a.mp4"}};
+  const std::string text = encode({share});
+  const std::string copies = R"(,"shared":[{"path":")" + home / "Videos/old/film.mov" +
+                             R"(","keptPath":")" + home / "Videos/film.mov" + R"("},{"path":")" +
+                             home / "Videos/b.mp4" + R"(","keptPath":")" + home / "Videos/a.mp4" +
+                             R"("}])";
+  std::string escaped = copies;
+  for (size_t at = 0; (at = escaped.find('/', at)) != std::string::npos; at += 2)
+    escaped.replace(at, 1, "\\/");
+  ASSERT_NE(text.find(escaped), std::string::npos) << text;
+  EXPECT_EQ(decode(text), std::vector<Entry>{share});
+
+  // What a reader that knows only the nine fields sees: an entry like any other, whose empty
+  // Trash path is in no Trash, so it never offers to put it back.
+  std::string plain = text;
+  plain.erase(plain.find(escaped), escaped.size());
+  Entry seen = share;
+  seen.shared.clear();
+  EXPECT_EQ(decode(plain), std::vector<Entry>{seen});
+  EXPECT_FALSE(isAllowed(seen, places));
+  EXPECT_FALSE(platform::trashItemMatches(seen.trashPath, seen.originalPath));
+
+  // This reader: shared in place, and Put Back says there is nothing to put back.
+  Entry moved = sample("a");
+  append({moved, share}, places);
+  EXPECT_EQ(load(places), (std::vector<Entry>{share, moved}));
+  EXPECT_EQ(status(share, places), Status::shared);
+  try {
+    putBack(share, places);
+    ADD_FAILURE() << "a share was put back";
+  } catch (const PutBackError& e) {
+    EXPECT_EQ(std::string(e.what()), kNothingToPutBack);
+  }
+  EXPECT_EQ(load(places), (std::vector<Entry>{share, moved}));
+
+  // Copies that are not a list of paths: the record is kept byte for byte, never rewritten
+  // without them.
+  const std::string odd = R"({"id":"A1B2C3D4-0000-4000-8000-0000000000BB","sessionID":)"
+                          R"("0E984725-C51C-4BF4-9960-E1C80E27ABA0","originalPath":"\/x",)"
+                          R"("trashPath":"","bytes":1,"kind":"share","name":"x","date":1,)"
+                          R"("shared":[{"path":3}]})";
+  const std::string log = readFile(places.logFile);
+  writeFile(places.logFile, log.substr(0, log.size() - 1) + "," + odd + "]");
+  EXPECT_EQ(read(places).unreadable, 1);
+  append({sample("c")}, places);
+  EXPECT_NE(readFile(places.logFile).find(odd), std::string::npos);
+}
+
 // The files beside the log whose names begin "cleared.json.damaged-", with their contents.
 std::vector<std::string> damagedCopies(const Locations& places) {
   std::vector<std::string> copies;
@@ -203,7 +260,7 @@ struct PutBackTest : ClearedLogFiles {
 
 TEST_F(PutBackTest, RestoresTheItemAndRecordsWhen) {
   Entry notes = cleared("docs/deep/er/notes.txt", "notes");
-  EXPECT_EQ(status(notes), Status::inTrash);
+  EXPECT_EQ(status(notes, places), Status::inTrash);
   // The folders it lived in go to the Trash as well: Put Back makes the chain again.
   Entry docs = cleared("docs");
   Entry back = putBack(notes, places);
@@ -212,10 +269,10 @@ TEST_F(PutBackTest, RestoresTheItemAndRecordsWhen) {
   ASSERT_TRUE(back.putBackAt);
   // Equal as the log holds them: dates are stored to a fraction of a microsecond.
   EXPECT_EQ(encode(load(places)), encode({docs, back}));
-  EXPECT_EQ(status(back), Status::putBack);
+  EXPECT_EQ(status(back, places), Status::putBack);
   EXPECT_EQ(refused(back, Kind::alreadyPutBack), "This item was already put back.");
   // A stale copy of the record: the item is no longer in the Trash.
-  EXPECT_EQ(status(notes), Status::trashEmptied);
+  EXPECT_EQ(status(notes, places), Status::trashEmptied);
   EXPECT_EQ(refused(notes, Kind::notInTrash),
             "This item is no longer in the Trash (it may have been emptied).");
 
@@ -226,7 +283,7 @@ TEST_F(PutBackTest, RestoresTheItemAndRecordsWhen) {
       home.trashInfo() + "/moved.txt.trashinfo",
       "[Trash Info]\nPath=" + home / "elsewhere.txt" + "\nDeletionDate=2026-01-01T00:00:00\n");
   for (const Entry& e : {gone, moved}) {
-    EXPECT_EQ(status(e), Status::trashEmptied);
+    EXPECT_EQ(status(e, places), Status::trashEmptied);
     refused(e, Kind::notInTrash);
   }
 
@@ -311,7 +368,7 @@ TEST_F(PutBackTest, FailuresAfterTheChecksAreReported) {
   test::ScopedImmutable frozen(fs::path(places.logFile).parent_path());
   if (!frozen.set()) GTEST_SKIP() << frozen.error();
   EXPECT_THROW(putBack(d, places), std::system_error);
-  EXPECT_EQ(status(d), Status::inTrash);
+  EXPECT_EQ(status(d, places), Status::inTrash);
 }
 
 #endif  // __linux__

@@ -61,5 +61,27 @@ TEST(Uninstalling, AStopIsHonouredBeforeTheNextItem) {
   ASSERT_EQ(outcome.moves.entries.size(), 1u);
 }
 
+TEST(Uninstalling, DataOfAnIdentifierAnotherAppNowCarriesStays) {
+  test::TempHome trashHome;
+  test::HomeBuilder mac;
+  Locations places = mac.locations();
+  const std::string id = "com.example.notes";
+  std::string old = mac.app(mac.inHome("Applications/Notes Old.app"), id);
+  std::string support = mac.folderOfSize(mac.inHome("Library/Application Support/" + id), 1 << 20);
+  SharedMeasurer measurer{std::stop_token{}};
+  auto app = AppUninstaller::recordFor(old, places, test::TestWorkspace{}, measurer);
+  ASSERT_TRUE(app);
+  ASSERT_EQ(app->related, std::vector<std::string>{support});
+
+  // A second copy installed after the listing: the old one goes, the data stays for the new.
+  std::string current = mac.app(mac.inRoot("Applications/Notes.app"), id);
+  auto outcome = Clearing::uninstallApp(*app, places);
+  EXPECT_TRUE(outcome.bundleMoved);
+  EXPECT_FALSE(test::exists(old));
+  EXPECT_TRUE(test::exists(support));
+  EXPECT_TRUE(test::exists(current));
+  EXPECT_EQ(outcome.stayed, std::vector<std::string>{id + " (another installed app uses it)"});
+}
+
 }  // namespace
 }  // namespace dw

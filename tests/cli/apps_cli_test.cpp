@@ -107,5 +107,69 @@ TEST_F(AppsCli, UninstallRefusesAsksAndLogsEveryItem) {
   }
 }
 
+TEST_F(AppsCli, OnlyAnAppIsUninstalledAndOnlyItsOwnData) {
+  // A folder of someone's work, and a folder named like an app with nothing of one inside.
+  std::string projects = mac.folder(mac.inHome("Applications/MyProjects"));
+  test::writeFile(projects + "/thesis.tex", "\\chapter{One}");
+  std::string hollow = mac.folder(mac.inHome("Applications/Hollow.app"));
+  std::string script = mac.inHome("Applications/backup.sh");
+  test::writeFile(script, "#!/bin/sh\nrsync -a ~ /backup\n");
+  // Two copies of one app, and a link to one of them.
+  std::string notes = mac.app(mac.inRoot("Applications/Notes Pro.app"), "com.example.notes");
+  std::string old = mac.app(mac.inHome("Applications/Notes Pro Old.app"), "com.example.notes");
+  std::string data = mac.folder(mac.inHome("Library/Application Support/com.example.notes"));
+  std::string link = mac.symlink(notes, mac.inHome("Applications/Notes Link.app"));
+  auto before = test::snapshot(mac.root());
+
+  for (auto [path, what] : {std::pair{projects, "a folder"},
+                            std::pair{hollow,
+                                      "a folder named like an app but without the Contents "
+                                      "folder every app has"},
+                            std::pair{script, "a script"}}) {
+    auto refused = run("uninstall", {path, "--yes"});
+    EXPECT_EQ(refused.status, 1) << path;
+    EXPECT_EQ(refused.err,
+              "~" + path.substr(mac.home().size()) + " is " + what + ", not an app.\n");
+  }
+  EXPECT_EQ(test::snapshot(mac.root()), before);
+
+  // The link is the bundle it points to, with what the listing found for that bundle: the data
+  // another copy shares is nobody's to move.
+  auto viaLink = run("uninstall", {link, "--dry-run"});
+  EXPECT_EQ(viaLink.status, 0) << viaLink.err;
+  EXPECT_EQ(viaLink.out, "To move to the Trash: Notes Pro · 0 MB\n  " + notes +
+                             " · 0 MB\nDry run: nothing was moved.\n");
+  auto gone = run("uninstall", {old, "--yes"});
+  ASSERT_EQ(gone.status, 0) << gone.err;
+  EXPECT_FALSE(test::exists(old));
+  EXPECT_TRUE(test::exists(data));
+  EXPECT_TRUE(test::exists(notes));
+}
+
+TEST_F(AppsCli, AnInfoPlistBuiltToCrashAParserCrashesNothing) {
+  // 200,000 nested arrays, in an app's Info.plist and in a launch agent.
+  std::string deep =
+      "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>CFBundleIdentifier</key>"
+      "<string>com.example.deep</string><key>X</key>";
+  for (int i = 0; i < 200000; ++i)
+    deep += "<array>";
+  test::writeFile(mac.inRoot("Applications/Deep.app/Contents/Info.plist"), deep);
+  test::writeFile(mac.inHome("Library/LaunchAgents/com.example.deep.plist"), deep);
+  mac.folder(mac.inHome("Library/Application Support/com.example.deep"));
+
+  for (const char* command : {"scan", "apps"}) {
+    auto listed = run(command, {"--json"});
+    EXPECT_EQ(listed.status, 0) << command << listed.err;
+    EXPECT_TRUE(json::parse(listed.out)) << command;
+  }
+  auto apps = run("apps");
+  EXPECT_THAT(apps.out, HasSubstr("Deep · "));  // named after its file, with nothing related
+  auto dry = run("uninstall", {"Deep", "--dry-run"});
+  EXPECT_EQ(dry.status, 0) << dry.err;
+  EXPECT_THAT(dry.out, HasSubstr("To move to the Trash: Deep · "));
+  EXPECT_THAT(dry.out, HasSubstr("\n  " + mac.inRoot("Applications/Deep.app") + " · "));
+  EXPECT_THAT(dry.out, HasSubstr(" MB\nDry run: nothing was moved.\n")) << "nothing related";
+}
+
 }  // namespace
 }  // namespace dw

@@ -5,10 +5,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
 
 #include "base/json.h"
 #include "support/command.h"
 #include "support/home_builder.h"
+#include "support/mounts.h"
 #include "support/temp_dir.h"
 
 namespace dw {
@@ -108,6 +112,140 @@ TEST_F(DuplicatesCli, ClearLeavesOneCopyOfEachAndLogsTheRest) {
   ASSERT_EQ(history->array().size(), 3u);
   for (const auto& e : history->array())
     EXPECT_EQ(e.find("kind")->string(), "duplicate");
+}
+
+// One file reached by two paths is one file: through a Pictures that is a link to Downloads or
+// a bind mount of it, a Music folder that user-dirs.dirs puts inside Downloads, a hard link. It
+// is never listed as a copy of itself, and a clear leaves it where it is; a real copy beside it
+// makes a group of two, counted once.
+TEST(DuplicatesIdentityCli, AFileIsNeverACopyOfItself) {
+  constexpr std::int64_t kMiB = 1'048'576;
+  test::TempHome trashHome;
+  for (Locations::Layout layout : {Locations::Layout::macos, Locations::Layout::linux}) {
+    test::HomeBuilder tree(layout);
+    const bool mac = layout == Locations::Layout::macos;
+    auto run = [&](std::vector<std::string> extra) {
+      std::vector<std::string> args{
+          "duplicates",           "--root", tree.root(), "--home", tree.home(), "--layout",
+          mac ? "macos" : "linux"};
+      args.insert(args.end(), extra.begin(), extra.end());
+      return test::dustwhale(args);
+    };
+    auto groups = [&] {
+      auto out = json::parse(run({"--json"}).out);
+      return out ? out->find("groups")->array().size() : 99u;
+    };
+    const std::string downloads = tree.inHome("Downloads");
+    test::writeSized(downloads + "/only.bin", 2 * kMiB, 'o');
+    test::writeSized(downloads + "/Music/song.flac", 2 * kMiB, 's');
+    test::writeSized(downloads + "/linked.bin", 2 * kMiB, 'l');
+    ASSERT_EQ(::link((downloads + "/linked.bin").c_str(), (downloads + "/linked too.bin").c_str()),
+              0);
+    std::filesystem::remove_all(tree.inHome("Pictures"));
+    std::filesystem::remove_all(tree.inHome("Music"));
+    if (mac) {
+      tree.symlink(downloads, tree.inHome("Pictures"));
+      tree.symlink(downloads + "/Music", tree.inHome("Music"));
+    } else {
+      tree.userDirs({{"PICTURES", "$HOME/Downloads"}, {"MUSIC", "$HOME/Downloads/Music"}});
+    }
+    const auto before = test::snapshot(tree.root());
+    SCOPED_TRACE(mac ? "macos" : "linux");
+    EXPECT_EQ(groups(), 0u);
+    auto clear = run({"--clear", "--yes"});
+    EXPECT_EQ(clear.status, 0) << clear.err;
+    EXPECT_EQ(clear.out, "No duplicates found in the chosen folders.\n");
+    EXPECT_EQ(test::snapshot(tree.root()), before);
+
+    // Pictures as a bind mount of Downloads: the same folder by another path.
+    if (mac) {
+      std::filesystem::remove(tree.inHome("Pictures"));
+      tree.folder(tree.inHome("Pictures"));
+      test::ScopedBindMount bind(downloads, tree.inHome("Pictures"));
+      if (bind.mounted()) {
+        EXPECT_EQ(groups(), 0u);
+        EXPECT_EQ(run({"--clear", "--yes"}).out, "No duplicates found in the chosen folders.\n");
+        EXPECT_EQ(test::snapshot(downloads), test::snapshot(tree.inHome("Pictures")));
+      }
+    }
+
+    // A real copy beside the hard-linked file: two copies, one of them to move.
+    test::writeSized(tree.inHome("Videos/linked copy.bin"), 2 * kMiB, 'l');
+    test::writeSized(tree.inHome("Movies/linked copy.bin"), 2 * kMiB, 'l');
+    auto listed = json::parse(run({"--json"}).out);
+    ASSERT_TRUE(listed);
+    ASSERT_EQ(listed->find("groups")->array().size(), 1u);
+    EXPECT_EQ(listed->find("groups")->array()[0].find("files")->array().size(), 2u);
+    EXPECT_THAT(run({"--clear", "--dry-run"}).out,
+                HasSubstr("To move to the Trash: 1 copy · 2 MB"));
+  }
+}
+
+TEST_F(DuplicatesCli, ShareKeepsEveryFileInPlaceAndLogsOneShare) {
+  // The home on ext4: nothing there shares blocks, so nothing is offered.
+  auto none = run({"--share", "--yes"});
+  EXPECT_EQ(none.status, 1);
+  EXPECT_THAT(none.err, HasSubstr("nothing can be shared"));
+  EXPECT_EQ(test::snapshot(mac.home()), before);
+
+  // Downloads on Btrfs: three copies of one file there, and one left in Pictures.
+  test::ScopedLoopMount btrfs(test::ScopedLoopMount::Kind::btrfs, mac.inHome("Downloads"));
+  if (!btrfs.mounted()) GTEST_SKIP() << btrfs.error();
+  const std::string d1 = mac.inHome("Downloads/c.bin"), d2 = mac.inHome("Downloads/old/c.bin"),
+                    d3 = mac.inHome("Downloads/c copy.bin");
+  for (const auto& p : {d1, d2, d3})
+    test::writeSized(p, 3 * kMiB, 'c');
+  date(d1, 3000);
+  date(d2, 2000);
+  date(d3, 1000);
+  struct stat oldest {};
+  ASSERT_EQ(::stat(d3.c_str(), &oldest), 0);
+  const std::vector<std::string> files = test::snapshot(mac.home());
+
+  auto refused = run({"--share"});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_THAT(refused.err, HasSubstr("nothing was shared"));
+  auto dry = run({"--share", "--dry-run", "--scope", "downloads"});
+  EXPECT_EQ(dry.status, 0) << dry.err;
+  EXPECT_EQ(dry.out, "To share: 2 copies · about 6 MB can come back at once\n  keep   " + d1 +
+                         "\n  share  " + d2 + "\n  share  " + d3 +
+                         "\nDry run: nothing was shared.\n");
+
+  auto shared = run({"--share", "--yes"});
+  ASSERT_EQ(shared.status, 0) << shared.out << shared.err;
+  EXPECT_THAT(shared.out, HasSubstr("  stays  " + a3 + " (its file system cannot share blocks)"));
+  EXPECT_THAT(shared.out,
+              HasSubstr("Sharing freed 6 MB: 2 copies now use the blocks of an identical file, "
+                        "and every file stays where it was."));
+  // Every file is where it was, with its bytes and its date.
+  EXPECT_EQ(test::snapshot(mac.home()), files);
+  struct stat now {};
+  ASSERT_EQ(::stat(d3.c_str(), &now), 0);
+  EXPECT_EQ(now.st_mtim.tv_sec, oldest.st_mtim.tv_sec);
+  EXPECT_EQ(now.st_ino, oldest.st_ino);
+
+  // One record, of its own kind, with nothing to put back.
+  auto history = json::parse(test::dustwhale({"history", "--json"}).out);
+  ASSERT_TRUE(history && history->isArray());
+  ASSERT_EQ(history->array().size(), 1u);
+  const json::Value& e = history->array()[0];
+  EXPECT_EQ(e.find("kind")->string(), "share");
+  EXPECT_EQ(e.find("status")->string(), "Shared in place");
+  EXPECT_EQ(e.find("originalPath")->string(), mac.inHome("Downloads"));
+  EXPECT_EQ(e.find("bytes")->integer(), 2 * 3 * kMiB);
+  auto back = test::dustwhale({"put-back", "--root", mac.root(), "--home", mac.home(), "--layout",
+                               "macos", e.find("id")->string()});
+  EXPECT_EQ(back.status, 1);
+  EXPECT_THAT(back.err, HasSubstr("there is nothing to put back"));
+
+  // Shared already: nothing more to do.
+  auto again = run({"--share", "--yes", "--scope", "downloads"});
+  EXPECT_EQ(again.status, 0);
+  EXPECT_THAT(again.out, HasSubstr("stays  " + d2 + " (already shares its blocks)"));
+  EXPECT_THAT(again.out, HasSubstr("Nothing can be shared.\n"));
+  EXPECT_EQ(run({"--json", "--share"}).status, 2);
+  EXPECT_EQ(run({"--clear", "--share"}).status, 2);
+  EXPECT_EQ(run({"--yes"}).status, 2);
 }
 
 }  // namespace

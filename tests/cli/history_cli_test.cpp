@@ -1,5 +1,5 @@
 // history starts by finishing what an interrupted clear left, and says plainly when records of
-// the log could not be read.
+// the log or its journal could not be read.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -21,7 +21,10 @@ TEST(HistoryCli, FinishesAnInterruptedClearAndNamesUnreadableRecords) {
   // A clear that moved its item and was gone before writing the log: only the journal knows.
   Clearing::Outcome outcome;
   outcome.sessionID = "0E984725-C51C-4BF4-9960-E1C80E27ABA0";
-  ASSERT_FALSE(Clearing::moveOne({home / "Downloads/a.iso", 1, "file", "a.iso"}, places, outcome));
+  const std::string item = home / "Downloads/a.iso";
+  ASSERT_FALSE(Clearing::moveOne(
+      {item, 1, "file", "a.iso", Clearing::measureForMove(item).value().identity, {}}, places,
+      outcome));
   EXPECT_FALSE(test::exists(places.logFile));
 
   test::CommandResult shown = test::dustwhale({"history"});
@@ -36,6 +39,15 @@ TEST(HistoryCli, FinishesAnInterruptedClearAndNamesUnreadableRecords) {
   EXPECT_THAT(shown.out, HasSubstr("1 record of Recently Cleared could not be read; it is kept in "
                                    "the log unchanged.\n"));
   EXPECT_THAT(shown.out, HasSubstr("a.iso"));
+
+  // A journal with a line that cannot be read: merged as far as it goes, kept, and said.
+  std::string journal = std::filesystem::path(places.logFile).parent_path() / "cleared.journal";
+  test::writeFile(journal, "{\"op\":\"mo\n");
+  shown = test::dustwhale({"history"});
+  EXPECT_THAT(shown.out, HasSubstr("Part of a journal of moves could not be read; its bytes are "
+                                   "kept beside the log as " +
+                                   journal + ".damaged-"));
+  EXPECT_FALSE(test::exists(journal));
 }
 
 }  // namespace

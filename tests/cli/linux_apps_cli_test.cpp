@@ -15,14 +15,18 @@ namespace {
 
 using ::testing::HasSubstr;
 
-TEST(LinuxAppsCli, ListsEveryKindAndRefusesTheSoftwareManagersApps) {
-  test::TempHome trashHome;
-  test::HomeBuilder b{Locations::Layout::linux};
-  auto run = [&](std::vector<std::string> args) {
+class LinuxAppsCli : public ::testing::Test {
+ protected:
+  test::CommandResult run(std::vector<std::string> args) {
     std::string command = args.front();
     args.erase(args.begin());
     return test::dustwhaleOn(b, command, args);
-  };
+  }
+  test::TempHome trashHome;
+  test::HomeBuilder b{Locations::Layout::linux};
+};
+
+TEST_F(LinuxAppsCli, ListsEveryKindAndRefusesTheSoftwareManagersApps) {
   std::string image = test::appImage(b.inHome(".local/bin/Shot.AppImage"));
   std::string launcher = test::launcher(b.inHome(".local/share/applications/shot.desktop"),
                                         "Screenshot Tool", "Shot.AppImage");
@@ -56,6 +60,33 @@ TEST(LinuxAppsCli, ListsEveryKindAndRefusesTheSoftwareManagersApps) {
   ASSERT_EQ(dry.status, 0) << dry.err;
   EXPECT_THAT(dry.out, HasSubstr(launcher));
   EXPECT_TRUE(test::exists(image));
+}
+
+TEST_F(LinuxAppsCli, AScriptOrAPlainProgramGivenByPathIsRefusedForWhatItIs) {
+  std::string script = b.inHome(".local/bin/backup-photos");
+  test::writeFile(script, "#!/bin/sh\nrsync -a ~/Pictures /media/backup\n");
+  std::string program =
+      test::appImage(b.inHome("Applications/tool.AppImage"), test::AppImageShape::unmarked);
+  std::string folder = b.folder(b.inHome("Applications/MyProjects"));
+  auto before = test::snapshot(b.root());
+  for (auto [path, what] :
+       {std::pair{script, "a script"}, std::pair{program, "a program without the AppImage mark"},
+        std::pair{folder, "a folder"}}) {
+    auto refused = run({"uninstall", path, "--yes"});
+    EXPECT_EQ(refused.status, 1) << path;
+    EXPECT_EQ(refused.err, "~" + path.substr(b.home().size()) + " is " + what + ", not an app.\n");
+  }
+  EXPECT_EQ(test::snapshot(b.root()), before);
+
+  // A link is what it points to: a folder, or an AppImage taken as that AppImage.
+  auto linked = run({"uninstall", b.symlink(folder, b.inHome(".local/bin/projects")), "--yes"});
+  EXPECT_EQ(linked.err, "~/.local/bin/projects is a link to a folder, not an app.\n");
+  std::string image = test::appImage(b.inHome("Applications/Viewer.AppImage"));
+  auto viaLink = run({"uninstall", b.symlink(image, b.inHome(".local/bin/viewer")), "--dry-run"});
+  EXPECT_EQ(viaLink.status, 0) << viaLink.err;
+  EXPECT_THAT(viaLink.out, HasSubstr("To move to the Trash: Viewer · "));
+  EXPECT_THAT(viaLink.out, HasSubstr("\n  " + image + " · "));
+  EXPECT_THAT(viaLink.out, HasSubstr("\n  " + b.inHome(".local/bin/viewer") + " · "));
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include "platform/desktop.h"
 #include "scanners/uninstaller/app_uninstaller.h"
 #include "support/home_builder.h"
+#include "support/linux_apps.h"
 #include "support/model_fixture.h"
 #include "support/temp_dir.h"
 #include "support/test_workspace.h"
@@ -185,6 +186,34 @@ TEST_F(ScanModelApps, ABundleTheUserMayNotMoveNeedsAnAdministrator) {
                       "|1|0");
   EXPECT_TRUE(test::exists(foo));
   EXPECT_TRUE(test::exists(data)) << "an app that stays keeps its data";
+}
+
+TEST_F(ScanModelApps, ABundleWhoseOwnExecutableRunsIsNotUninstalled) {
+  // Nothing reports the app by its identifier; its own executable runs all the same.
+  std::string bundle = tree.app(tree.inRoot("Applications/Sleeper.app"), "com.example.sleeper");
+  std::string support = tree.folder(tree.inHome("Library/Application Support/com.example.sleeper"));
+  std::string executable = bundle + "/Contents/MacOS/Sleeper";
+  std::filesystem::copy_file("/bin/sleep", executable);
+  ::chmod(executable.c_str(), 0755);
+  {
+    test::RunningFile running(executable);
+    refresh();
+    ASSERT_TRUE(app("Sleeper"));
+    EXPECT_TRUE(app("Sleeper")->running);
+    EXPECT_EQ(AppUninstaller::rowText(*app("Sleeper")), AppUninstaller::kRunningRow);
+    EXPECT_EQ(app("Sleeper")->related, std::vector<std::string>{support}) << "its own data";
+    AppRecord later = *app("Sleeper");
+    later.running = false;  // listed before it started
+    model->setUninstallTarget(later);
+    model->uninstall();
+    EXPECT_FALSE(model->isClearRunning());
+    EXPECT_EQ(model->message(), "Quit Sleeper first, then uninstall it.");
+    EXPECT_TRUE(test::exists(bundle));
+  }
+  refresh();
+  EXPECT_FALSE(app("Sleeper")->running);
+  EXPECT_TRUE(uninstall("Sleeper"));
+  EXPECT_FALSE(test::exists(bundle));
 }
 
 }  // namespace

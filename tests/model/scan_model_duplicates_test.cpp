@@ -6,9 +6,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
+#include <memory>
+
 #include "model/scan_model.h"
+#include "platform/linux/syscalls.h"
 #include "support/home_builder.h"
 #include "support/model_fixture.h"
+#include "support/mounts.h"
 #include "support/temp_dir.h"
 #include "support/test_workspace.h"
 
@@ -194,6 +199,101 @@ TEST_F(DuplicateFlowTest, ACopyChangedOrAKeptCopyGoneSinceTheSearchIsRefused) {
   EXPECT_TRUE(test::exists(b2));
   EXPECT_EQ(model->message(), "Nothing was moved to the Trash.");
   (void)a1;
+}
+
+TEST_F(DuplicateFlowTest, TheKeptCopyIsCheckedAgainBeforeEveryMove) {
+  // Three copies; the kept one (the newest) leaves while the first extra copy moves.
+  std::string kept = copy("Downloads/a", 2 * kMiB, 'a', 3000);
+  std::string first = copy("Movies/a", 2 * kMiB, 'a', 2000);
+  std::string second = copy("Pictures/a", 2 * kMiB, 'a', 1000);
+  search();
+  ASSERT_EQ(model->duplicateGroups().size(), 1u);
+  ASSERT_EQ(model->duplicateKeepPath().begin()->second, kept);
+  model->selectExtraCopies();
+  test::TempDir elsewhere;
+  platform::sys::setFaultHook(
+      [&, done = false](platform::sys::Step step, const std::string& path) mutable {
+        if (step == platform::sys::Step::rename && path == first && !done) {
+          done = true;
+          std::filesystem::rename(kept, elsewhere / "a");
+        }
+        return 0;
+      });
+  std::shared_ptr<void> reset(nullptr, [](void*) { platform::sys::setFaultHook({}); });
+  model->clearDuplicates();
+  dispatcher.runAll();
+  // The second copy is then the only one outside the Trash: it stays.
+  EXPECT_FALSE(test::exists(first));
+  EXPECT_TRUE(test::exists(second));
+  EXPECT_EQ(model->message(),
+            "Some copies stayed in place: a (no longer allowed). Up to 2 MB moved to the Trash. "
+            "Empty the Trash to get the space back.");
+  ASSERT_EQ(model->clearedEntries().size(), 1u);
+  EXPECT_EQ(model->clearedEntries()[0].originalPath, first);
+}
+
+TEST_F(DuplicateFlowTest, SharingIsOfferedWhereTheFileSystemCanAndRunsAsAMove) {
+  // On ext4 and on tmpfs nothing shares: the option is not offered.
+  test::makeDirs(tree.inHome("Pictures"));
+  test::ScopedTmpfs tmpfs(tree.inHome("Pictures"));
+  if (!tmpfs.mounted()) GTEST_SKIP() << tmpfs.error();
+  // Dated apart, so which copy of each pair is kept (the newer) never depends on the clock.
+  auto dated = [&](const std::string& relative, char mark, std::int64_t unixSeconds) {
+    const std::string path = tree.inHome(relative);
+    test::writeSized(path, 2 * kMiB, mark);
+    struct timespec times[2] = {{unixSeconds, 0}, {unixSeconds, 0}};
+    EXPECT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+  };
+  dated("Movies/e1", 'e', 1000);
+  dated("Movies/e2", 'e', 2000);
+  dated("Pictures/t1", 't', 1000);
+  dated("Pictures/t2", 't', 2000);
+  search();
+  ASSERT_EQ(model->duplicateGroups().size(), 2u);
+  EXPECT_FALSE(model->canShareDuplicates());
+
+  // Downloads on Btrfs: a group there can share.
+  test::ScopedLoopMount btrfs(test::ScopedLoopMount::Kind::btrfs, tree.inHome("Downloads"));
+  if (!btrfs.mounted()) GTEST_SKIP() << btrfs.error();
+  test::writeSized(tree.inHome("Downloads/s1"), 3 * kMiB, 's');
+  test::writeSized(tree.inHome("Downloads/s2"), 3 * kMiB, 's');
+  const std::string s3 = tree.inHome("Downloads/s3");
+  test::writeSized(s3, 3 * kMiB, 's');
+  fields.clear();
+  search();
+  EXPECT_THAT(fields, ::testing::Contains(ScanModel::Field::duplicateSharing));
+  ASSERT_EQ(model->duplicateGroups().size(), 3u);
+  EXPECT_TRUE(model->canShareDuplicates());
+  model->selectExtraCopies();
+  Sharing::Plan plan = model->sharePlan();
+  EXPECT_EQ(plan.sharing, 2);
+  EXPECT_EQ(plan.freeable, 6 * kMiB);
+  EXPECT_EQ(plan.copies.size(), 4u);
+
+  model->shareDuplicates();
+  EXPECT_EQ(model->phase(), Phase::clearing());
+  EXPECT_EQ(model->message(), "Sharing extra copies with their kept copies.");
+  EXPECT_EQ(model->progress(), (ScanModel::Progress{0, 4, ""}));
+  dispatcher.runAll();
+  EXPECT_EQ(model->phase(), Phase::ready());
+  EXPECT_EQ(model->message(),
+            "Sharing freed 6 MB: 2 copies now use the blocks of an identical file, and every "
+            "file stays where it was. Some copies stayed as they were: e1 (its file system "
+            "cannot share blocks), t1 (its file system cannot share blocks).");
+  // Nothing moved: every file is in its group, nothing went to the Trash.
+  EXPECT_EQ(model->duplicateGroups().size(), 3u);
+  EXPECT_TRUE(test::exists(s3));
+  EXPECT_EQ(model->trashedBytesThisSession(), 0);
+  EXPECT_TRUE(model->offerRecentlyCleared());
+  ASSERT_EQ(model->clearedEntries().size(), 1u);
+  EXPECT_EQ(model->clearedEntries()[0].kind, "share");
+  EXPECT_EQ(model->clearedEntries()[0].bytes, 6 * kMiB);
+  // The shared copies leave the selection; the next review has nothing more to share there.
+  EXPECT_THAT(
+      model->duplicateSelected(),
+      ::testing::UnorderedElementsAre(tree.inHome("Movies/e1"), tree.inHome("Pictures/t1")));
+  model->selectExtraCopies();
+  EXPECT_EQ(model->sharePlan().sharing, 0);
 }
 
 }  // namespace

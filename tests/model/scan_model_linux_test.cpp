@@ -43,5 +43,24 @@ TEST(ScanModelLinux, TheScanNamesTheProgramHoldingACacheOpenAndLeavesItUnchosen)
   EXPECT_TRUE(result.findings[1].suggested);
 }
 
+TEST(ScanModelLinux, ARunningFirefoxKeepsItsCacheUnchosenThoughItHoldsNothingOpen) {
+  test::HomeBuilder b(Locations::Layout::linux);
+  std::string firefoxCache = b.cache("mozilla", 70 * MB);
+  Locations places = b.locations();
+  test::TestWorkspace workspace;
+  test::RunningProgram firefox("firefox-esr");
+  ASSERT_TRUE(test::eventually(
+      [&] {
+        auto result = ScanFlow::runPipeline(places, workspace, {}, [](const std::string&) {});
+        return !result.findings.empty() && !result.findings[0].suggested;
+      },
+      5s));
+  auto result = ScanFlow::runPipeline(places, workspace, {}, [](const std::string&) {});
+  ASSERT_EQ(result.findings.size(), 1u);
+  EXPECT_EQ(result.findings[0].id, firefoxCache);
+  EXPECT_EQ(result.findings[0].note, "In use by Firefox. Quit it before clearing this cache.");
+  EXPECT_FALSE(result.findings[0].suggested);
+}
+
 }  // namespace
 }  // namespace dw

@@ -291,6 +291,31 @@ TEST_F(ScanModelTest, ClearReportsWhatStayedAndWhy) {
   EXPECT_EQ(model->clearedEntries().size(), 4u);  // kept, and three paths of the leftover
 }
 
+TEST_F(ScanModelTest, ALargeFileIsMeasuredAgainAsItMoves) {
+  constexpr std::int64_t k200MB = 209'715'200;
+  std::string replaced = tree.sparseFile(tree.inHome("Downloads/replaced.iso"), k200MB);
+  std::string cut = tree.sparseFile(tree.inHome("Downloads/cut.iso"), k200MB);
+  std::string grown = tree.sparseFile(tree.inHome("Movies/grown.mov"), k200MB);
+  scanToEnd();
+  model->select({replaced, cut, grown});
+  // Between the scan and the clear: a 6-byte file takes one's name, another is cut to 6 bytes
+  // in place, the third grows.
+  test::writeFile(replaced + ".new", "sixsix");
+  std::filesystem::rename(replaced + ".new", replaced);
+  std::filesystem::resize_file(cut, 6);
+  std::filesystem::resize_file(grown, 300 * kMiB);
+  clearAll();
+  EXPECT_EQ(test::readFile(replaced), "sixsix");
+  EXPECT_EQ(std::filesystem::file_size(cut), 6u);
+  EXPECT_FALSE(test::exists(grown));
+  ASSERT_EQ(model->clearedEntries().size(), 1u);
+  EXPECT_EQ(model->clearedEntries()[0].bytes, 300 * kMiB);  // what moved, not what was listed
+  EXPECT_THAT(model->message(), HasSubstr("300 MB moved to the Trash. Empty the Trash to get the "
+                                          "space back. Some items stayed in place: "));
+  for (const char* name : {"replaced.iso (no longer allowed)", "cut.iso (no longer allowed)"})
+    EXPECT_THAT(model->message(), HasSubstr(name));
+}
+
 TEST_F(ScanModelTest, AMoveWaitsForItsRecordAndStandsWhenTheLogCannotBeWritten) {
   std::string cache = tree.cache("com.example.big", 52'428'800);
   // The log's folder cannot be made: nothing could record a move, so nothing moves.

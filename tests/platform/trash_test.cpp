@@ -41,6 +41,11 @@ std::string pathLine(const std::string& item) {
   return std::regex_match(info, m, shape) ? m[1].str() : "malformed: " + info;
 }
 
+// An original place as Put Back is handed it: the folder and the item's name in it.
+Placement placed(const std::string& path) {
+  return {fs::path(path).parent_path(), fs::path(path).filename()};
+}
+
 size_t entries(const std::string& folder) {
   return exists(folder) ? std::distance(fs::directory_iterator(folder), {}) : 0;
 }
@@ -60,7 +65,7 @@ TEST(Trash, HomeTrashTakesItemsWithExactRecordsAndNeverReplacesAnything) {
   TrashMove moved = moveToTrash(original);
   EXPECT_EQ(pathLine(moved.trashPath), h + "/my%20docs/a%20b%25c%2Bd%20%C3%A9%FF.txt");
   EXPECT_TRUE(trashItemMatches(moved.trashPath, original));
-  EXPECT_EQ(moveOutOfTrash(moved.trashPath, original), "");
+  EXPECT_EQ(moveOutOfTrash(moved.trashPath, placed(original)), "");
   EXPECT_EQ(readFile(original), "exact");
   EXPECT_EQ(entries(files) + entries(home.trashInfo()), 0u);
 
@@ -120,13 +125,13 @@ TEST(Trash, HomeTrashTakesItemsWithExactRecordsAndNeverReplacesAnything) {
   TrashMove shortened = moveToTrash(longName);
   EXPECT_EQ(shortened.trashPath, files + "/" + e125.substr(0, 240) + ".txt");
   EXPECT_TRUE(trashItemMatches(shortened.trashPath, longName));
-  EXPECT_EQ(moveOutOfTrash(shortened.trashPath, longName), "");
+  EXPECT_EQ(moveOutOfTrash(shortened.trashPath, placed(longName)), "");
   EXPECT_EQ(readFile(longName), "long");
 
   // Putting back onto anything that exists is refused with both untouched.
   TrashMove back = moveToTrash(put(h, "back.txt", "in trash"));
   put(h, "back.txt", "new one");
-  EXPECT_EQ(moveOutOfTrash(back.trashPath, h + "/back.txt"), "File exists");
+  EXPECT_EQ(moveOutOfTrash(back.trashPath, placed(h + "/back.txt")), "File exists");
   EXPECT_EQ(readFile(h + "/back.txt") + "|" + readFile(back.trashPath), "new one|in trash");
   EXPECT_TRUE(trashItemMatches(back.trashPath, h + "/back.txt"));
 
@@ -176,7 +181,7 @@ TEST(Trash, OtherFileSystemsUseTheirTopDirectoryTrashOrRefuse) {
   put(forged + "/info", "clip.mov.trashinfo", "[Trash Info]\nPath=clip.mov\n");
   EXPECT_FALSE(isInTrashFolder(forged + "/files/clip.mov", home.path()));
   EXPECT_FALSE(trashItemMatches(forged + "/files/clip.mov", top + "/media/clip.mov"));
-  EXPECT_NE(moveOutOfTrash(forged + "/files/clip.mov", top + "/media/clip.mov"), "");
+  EXPECT_NE(moveOutOfTrash(forged + "/files/clip.mov", placed(top + "/media/clip.mov")), "");
   fs::remove_all(forged);
 
   // No usable Trash at all: the move is refused and the volume stays as it was.
@@ -232,7 +237,7 @@ TEST(Trash, InjectedFaultsNeverLoseAnItem) {
 
   // Moving back fails: the item stays in the Trash with its record.
   inject({{rename, EIO}});
-  EXPECT_EQ(moveOutOfTrash(file.trashPath, h + "/file.txt"), "Input/output error");
+  EXPECT_EQ(moveOutOfTrash(file.trashPath, placed(h + "/file.txt")), "Input/output error");
   EXPECT_TRUE(trashItemMatches(file.trashPath, h + "/file.txt") && !exists(h + "/file.txt"));
 
   // Names already reserved by others are skipped, never reused.

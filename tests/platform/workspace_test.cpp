@@ -4,12 +4,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
 #include <set>
 #include <vector>
 
+#include "platform/open_files.h"
 #include "support/home_builder.h"
 
 namespace dw {
@@ -100,6 +102,54 @@ TEST(FlatpakProcesses, AProgramRunningItsOwnFileIsSeenByThatFile) {
   ssize_t n = ::readlink("/proc/self/exe", self, sizeof self - 1);
   ASSERT_GT(n, 0);
   EXPECT_TRUE(executables.contains(std::string(self, static_cast<size_t>(n))));
+}
+
+}  // namespace
+}  // namespace dw
+
+namespace dw {
+namespace {
+
+TEST(KnownPrograms, AProcessIsKnownByItsExecutableAndByItsNameOnlyWithoutOne) {
+  using platform::knownProgramOf;
+  auto name = [](const platform::KnownProgram* p) {
+    return p ? std::string(p->name) : std::string("-");
+  };
+  // Content processes run the browser's executable under names of their own.
+  EXPECT_EQ(name(knownProgramOf("Web Content", "/usr/lib/firefox-esr/firefox-esr")), "Firefox");
+  EXPECT_EQ(name(knownProgramOf("Isolated Web Co", "/usr/lib/firefox/firefox (deleted)")),
+            "Firefox");
+  EXPECT_EQ(name(knownProgramOf("code", "/usr/share/code/code")), "Visual Studio Code");
+  EXPECT_EQ(name(knownProgramOf("steamwebhelper", "/home/me/.steam/steamwebhelper")), "Steam");
+  // A program called "firefox" that runs something else is that something else.
+  EXPECT_EQ(name(knownProgramOf("firefox", "/usr/bin/sleep")), "-");
+  EXPECT_EQ(name(knownProgramOf("chromium-ish", "/tmp/chromium-ish")), "-");
+  // Without a readable executable, its own names are all there is.
+  EXPECT_EQ(name(knownProgramOf("thunderbird\n", "")), "Thunderbird");
+  EXPECT_EQ(name(knownProgramOf("google-chrome-s", "", "/opt/google/chrome/google-chrome-stable")),
+            "Chrome");
+  EXPECT_EQ(platform::programName("Web Content", "/usr/lib/firefox-esr/firefox-esr"), "Firefox");
+  EXPECT_EQ(platform::programName("rg", "/usr/bin/rg"), "rg");
+  EXPECT_EQ(platform::programName("", "/opt/tool/bin/cachewriter (deleted)"), "cachewriter");
+  // Each program's caches and identifiers.
+  EXPECT_EQ(name(platform::programOfCacheFolder("mozilla")), "Firefox");
+  EXPECT_EQ(name(platform::programOfCacheFolder("com.tinyspeck.slackmacgap")), "Slack");
+  EXPECT_EQ(name(platform::programOfCacheFolder("pip")), "-");
+  for (std::string_view wanted : {"Firefox", "Chromium", "Chrome", "Thunderbird",
+                                  "Visual Studio Code", "Slack", "Spotify", "Discord", "Steam"}) {
+    auto known = platform::knownPrograms();
+    EXPECT_TRUE(std::any_of(known.begin(), known.end(), [&](const auto& p) {
+      return p.name == wanted;
+    })) << wanted;
+  }
+  EXPECT_EQ(platform::argv0Of(std::string("/usr/bin/slack\0--no-sandbox\0", 27)), "/usr/bin/slack");
+}
+
+TEST(SystemWorkspace, SeesABrowserOtherThanChromeUnderItsIdentifier) {
+  auto workspace = platform::systemWorkspace();
+  test::RunningProgram firefox("firefox");
+  EXPECT_TRUE(eventually([&] { return workspace->isRunning("org.mozilla.firefox"); }, 5s));
+  EXPECT_FALSE(workspace->isRunning(kChrome));
 }
 
 }  // namespace

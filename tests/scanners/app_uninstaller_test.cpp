@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <map>
 
 #include "measure/disk_sizer.h"
 #include "scanners/app_bundles.h"
@@ -165,6 +167,86 @@ TEST(AppUninstaller, RelatedItemsByIdentifierOnlyMeasuredAsTheyAre) {
   EXPECT_GE(one[0].relatedBytes, 64 * 1024);
   EXPECT_EQ(one[0].bundleBytes, DiskSizer::measure(app).bytes);
   EXPECT_FALSE(stillRelated(expected[1], id, places)) << "gone";
+}
+
+TEST(AppUninstaller, DataSharedWithAnAppThatStaysIsNeverOffered) {
+  test::HomeBuilder b;
+  Locations places = b.locations();
+  auto support = [&](const std::string& id) {
+    return b.folder(b.inHome("Library/Application Support/" + id));
+  };
+  // Two copies of one app: neither copy's data is its alone.
+  std::string notes = b.app(b.inRoot("Applications/Notes Pro.app"), "com.example.notes");
+  std::string old = b.app(b.inHome("Applications/Notes Pro Old.app"), "com.example.notes");
+  support("com.example.notes");
+  b.preference("com.example.notes");
+  // A link to a bundle is that bundle, listed once, with its data.
+  std::string solo = b.app(b.inRoot("Applications/Solo.app"), "com.example.solo");
+  std::string soloData = support("com.example.solo");
+  b.symlink(solo, b.inHome("Applications/Solo Link.app"));
+  std::string elsewhere = b.app(b.inRoot("opt/Far.app"), "com.example.far");
+  b.symlink(elsewhere, b.inHome("Applications/Far.app"));
+  // A borrowed or generic identifier names someone else's data.
+  std::string firefox = b.app(b.inRoot("Applications/Firefox.app"), "org.mozilla.firefox");
+  std::string fake = b.app(b.inRoot("Applications/Fox Helper.app"), "org.mozilla.firefox");
+  support("org.mozilla.firefox");
+  test::writePlist(b.inRoot("Applications/Searcher.app/Contents/Info.plist"),
+                   {{"CFBundleIdentifier", "Google"}, {"CFBundleName", "Searcher"}});
+  support("Google");
+  // A helper inside another app carries the identifier too.
+  std::string host = b.app(b.inRoot("Applications/Host.app"), "com.example.host");
+  b.app(host + "/Contents/Helpers/Agent.app", "com.example.agent");
+  std::string agent = b.app(b.inRoot("Applications/Agent.app"), "com.example.agent");
+  support("com.example.agent");
+  // An app whose identifier a process outside it runs under.
+  std::string runner = b.app(b.inRoot("Applications/Runner.app"), "com.example.runner");
+  support("com.example.runner");
+  test::TestWorkspace workspace;
+  workspace.setRunning("com.example.runner", true);
+
+  SharedMeasurer measurer({});
+  std::vector<AppRecord> listed = listApps(places, workspace, measurer);
+  std::map<std::string, const AppRecord*> byPath;
+  for (const AppRecord& a : listed)
+    byPath[a.bundlePath] = &a;
+  for (const std::string& path : {notes, old, firefox, fake, agent, runner}) {
+    ASSERT_TRUE(byPath.count(path)) << path;
+    EXPECT_EQ(byPath[path]->related, Strings{}) << path;
+  }
+  ASSERT_TRUE(byPath.count(b.inRoot("Applications/Searcher.app")));
+  EXPECT_EQ(byPath[b.inRoot("Applications/Searcher.app")]->related, Strings{});
+  ASSERT_TRUE(byPath.count(solo));
+  EXPECT_EQ(byPath[solo]->related, Strings{soloData});
+  EXPECT_EQ(byPath.count(b.inHome("Applications/Solo Link.app")), 0u) << "listed twice";
+  EXPECT_EQ(std::count_if(listed.begin(), listed.end(),
+                          [](const AppRecord& a) { return a.name == "Solo"; }),
+            1);
+  // A link to a bundle kept outside the Applications folders is that bundle, refused there.
+  ASSERT_TRUE(byPath.count(elsewhere));
+  EXPECT_EQ(refusal(*byPath[elsewhere], false, places), "Far is not in Applications.");
+  EXPECT_TRUE(byPath[runner]->running);
+
+  // Alone again, each has its data back; so does the link's bundle described by the link.
+  std::filesystem::remove_all(old);
+  std::filesystem::remove_all(fake);
+  std::filesystem::remove_all(host);
+  auto again = recordFor(notes, places, test::TestWorkspace{}, measurer);
+  ASSERT_TRUE(again);
+  EXPECT_EQ(again->related.size(), 2u);
+  EXPECT_EQ(recordFor(firefox, places, test::TestWorkspace{}, measurer)->related.size(), 1u);
+  EXPECT_EQ(recordFor(agent, places, test::TestWorkspace{}, measurer)->related.size(), 1u);
+  auto linked = recordFor(b.inHome("Applications/Solo Link.app"), places, workspace, measurer);
+  ASSERT_TRUE(linked);
+  EXPECT_EQ(linked->bundlePath, solo);
+  EXPECT_EQ(linked->related, Strings{soloData});
+
+  // The reverse-domain form, and the re-check before a move holds to it too.
+  for (const char* good : {"com.example.app", "io.mpv", "de.appsolute.MAMP", "org.x-y.z_2"})
+    EXPECT_TRUE(hasReverseDomainForm(good)) << good;
+  for (const char* bad : {"", "Google", "app", ".com.x", "com.", "com..x", "c0m.example",
+                          "com.exa mple", "com/x.y", "1.2.3"})
+    EXPECT_FALSE(hasReverseDomainForm(bad)) << bad;
+  EXPECT_FALSE(stillRelated(support("Google"), "Google", places));
 }
 
 TEST(AppUninstaller, SortsByTotalStablyAndRefusesInOrder) {

@@ -59,6 +59,7 @@ TEST(CacheScanner, ListsCachesFromTenMegabytesInSafePlacesOnly) {
   EXPECT_EQ(std::tuple(t.id, t.path, t.bytes, t.note, t.kind, t.contentModified.has_value()),
             std::tuple(tool, "~/Library/Caches/com.example.tool", 10 * MB, kLibraryNote,
                        Finding::Kind::cache, true));
+  b.folder(b.inHome(".npm/_npx/1a2b"));
   for (const char* rel : {"Library/Caches/Big", ".npm/_npx/1a2b"})
     EXPECT_TRUE(isSafeCacheLocation(b.inHome(rel), places)) << rel;
   for (const char* rel :

@@ -2,12 +2,15 @@
 // launchers and icons, Flatpak apps and distribution packages, in a Linux-shaped temporary
 // root and home.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
 
+#include "base/time.h"
 #include "clearing/uninstalling.h"
 #include "platform/desktop_entry.h"
 #include "scanners/app_bundles.h"
@@ -16,6 +19,8 @@
 #include "scanners/uninstaller/linux_apps.h"
 #include "support/home_builder.h"
 #include "support/linux_apps.h"
+#include "support/mounts.h"
+#include "support/temp_dir.h"
 #include "support/test_workspace.h"
 
 namespace dw {
@@ -101,7 +106,8 @@ TEST(LinuxApps, FlatpakDataOfAnAppNoLongerInstalledIsALeftover) {
   EXPECT_EQ(f.evidence, Strings{"~/.var/app"});
   EXPECT_EQ(f.appName, "Gone");
   EXPECT_EQ(f.bytes, DiskSizer::measure(gone).bytes);
-  EXPECT_TRUE(f.largestFiles.empty()) << "below 100 MB";
+  EXPECT_EQ(f.largestFiles, (std::vector<LeftoverScanner::LargestFile>{{"state.bin", 3 * MB}}))
+      << "an app's whole data: shown whatever its size";
   Finding c = LeftoverScanner::toFinding(f, places);
   EXPECT_EQ(c.id, "leftover:org.example.Gone");
   EXPECT_EQ(c.path, "~/.var/app/org.example.Gone");
@@ -124,7 +130,7 @@ TEST(LinuxApps, FlatpakDataOfAnAppNoLongerInstalledIsALeftover) {
   test::flatpakInstall(b, b.inRoot("opt/flatpak"), "org.example.SystemApp");
   EXPECT_EQ(ids(scanLeftovers(places, workspace)), Strings{"org.example.Gone"});
 
-  // The same sizes, largest files and notes as on a Mac.
+  // The same sizes as on a Mac.
   b.file(gone + "/cache/big.bin", 101 * MB);
   auto big = scanLeftovers(places, workspace);
   ASSERT_FALSE(big.findings.empty());
@@ -197,11 +203,17 @@ TEST(LinuxApps, AnAppImageIsListedWithItsLaunchersAndIcons) {
   std::string marked = test::appImage(b.inHome(".local/bin/tool"), AppImageShape::marked);
   test::appImage(b.inHome("Applications/deeper/Deep.AppImage"));     // one level only
   writeFile(b.inHome("Applications/Fake.AppImage"), "#!/bin/sh\n");  // not an ELF program
+  // An ELF program named like one but without the mark is some other program.
+  test::appImage(b.inHome("Applications/Plain.AppImage"), AppImageShape::unmarked);
   writeFile(b.inHome(".local/bin/script"), "#!/bin/sh\n");
   b.symlink(editor, b.inHome(".local/bin/editor"));  // a link is not a second AppImage
   EXPECT_TRUE(scanners::isAppImage(editor));
   EXPECT_FALSE(scanners::isAppImage(b.inHome(".local/bin/editor")));
-  EXPECT_EQ(scanners::listAppImages(places), (Strings{editor, marked}));
+  EXPECT_FALSE(scanners::isAppImage(b.inHome("Applications/Plain.AppImage")));
+  Strings images;
+  for (const auto& image : scanners::listAppImages(places))
+    images.push_back(image.path);
+  EXPECT_EQ(images, (Strings{editor, marked}));
 
   std::string apps = b.inHome(".local/share/applications");
   std::string icons = b.inHome(".local/share/icons");
@@ -269,6 +281,99 @@ TEST(LinuxApps, AnAppImageIsListedWithItsLaunchersAndIcons) {
   EXPECT_EQ(record->kind, AppRecord::Kind::appImage);
   EXPECT_EQ(AppUninstaller::refusal(*record, false, places),
             "Else is not in ~/Applications or ~/.local/bin.");
+}
+
+TEST(LinuxApps, ALaunchersIconGoesOnlyWhenItIsTheAppsOwn) {
+  test::HomeBuilder b{Locations::Layout::linux};
+  Locations places = b.locations();
+  std::string apps = b.inHome(".local/share/applications");
+  std::string icons = b.inHome(".local/share/icons");
+  std::string pixmaps = b.inHome(".local/share/pixmaps");
+  std::string scanner = test::appImage(b.inHome("Applications/Scanner-2.1-x86_64.AppImage"));
+  // The user's own files named by a launcher: never the app's icon.
+  std::string passport = b.file(b.inHome("Downloads/passport-scan.png"), 4096);
+  std::string project = b.file(b.inHome("work/scanner-ui/scanner.png"), 4096);
+  test::launcher(apps + "/scanner.desktop", "Scanner", scanner, passport);
+  test::launcher(apps + "/scanner-project.desktop", "Scanner (dev)", scanner, project);
+  // An icon named after the app (by its file's name without the version) in pixmaps, one named
+  // after nothing of it, and one the system's own Firefox launcher shows too.
+  test::launcher(apps + "/scanner-pixmap.desktop", "Scanner", scanner, "scanner");
+  std::string own = b.file(pixmaps + "/scanner.png", 4096);
+  test::launcher(apps + "/scanner-generic.desktop", "Scanner", scanner, "generic");
+  std::string generic = b.file(icons + "/hicolor/48x48/apps/generic.png", 4096);
+  test::launcher(apps + "/firefox-esr.desktop", "Scanner", scanner, "firefox-esr");
+  std::string firefox = b.file(icons + "/hicolor/48x48/apps/firefox-esr.png", 4096);
+  test::launcher(b.inRoot("usr/share/applications/firefox-esr.desktop"), "Firefox ESR",
+                 "/usr/lib/firefox-esr/firefox-esr %u", "firefox-esr");
+
+  auto listed = listApps(places);
+  ASSERT_TRUE(named(listed, "Scanner"));
+  const AppRecord& app = *named(listed, "Scanner");
+  Strings launchers{apps + "/firefox-esr.desktop", apps + "/scanner-generic.desktop",
+                    apps + "/scanner-pixmap.desktop", apps + "/scanner-project.desktop",
+                    apps + "/scanner.desktop"};
+  Strings expected = launchers;
+  expected.push_back(own);
+  EXPECT_EQ(app.related, expected);
+  // Named after a launcher the firefox-esr icon would be, but the system's launcher shows it.
+  for (const std::string& kept : {passport, project, generic, firefox})
+    EXPECT_FALSE(AppUninstaller::stillRelatedTo(kept, app, places)) << kept;
+  EXPECT_TRUE(AppUninstaller::stillRelatedTo(own, app, places));
+  // Another launcher naming it since the listing keeps it, whoever's it is.
+  test::launcher(b.inRoot("var/lib/flatpak/exports/share/applications/org.example.Scan.desktop"),
+                 "Scan", "/usr/bin/flatpak run org.example.Scan", "scanner");
+  EXPECT_FALSE(AppUninstaller::stillRelatedTo(own, app, places));
+
+  // Uninstalled: the passport scan, the project and the shared icons are where they were.
+  std::filesystem::remove(
+      b.inRoot("var/lib/flatpak/exports/share/applications/"
+               "org.example.Scan.desktop"));
+  test::TempHome trashHome;
+  auto outcome = Clearing::uninstallApp(app, places);
+  EXPECT_TRUE(outcome.stayed.empty()) << outcome.stayed.front();
+  for (const std::string& kept : {passport, project, generic, firefox})
+    EXPECT_TRUE(test::exists(kept)) << kept;
+  EXPECT_FALSE(test::exists(own));
+  EXPECT_FALSE(test::exists(scanner));
+}
+
+TEST(LinuxApps, ListingAnAppImageNeverChangesWhenItWasLastUsed) {
+  test::HomeBuilder b{Locations::Layout::linux};
+  Locations places = b.locations();
+  // Every read of a file sets its access time on a strictatime mount: a listing that reads an
+  // AppImage (for its mark) or a launcher (for what it starts) would make it "used today".
+  test::ScopedTmpfs applications(b.folder(b.inHome("Applications")), MS_STRICTATIME);
+  test::ScopedTmpfs launchers(b.folder(b.inHome(".local/share/applications")), MS_STRICTATIME);
+  if (!applications.mounted()) GTEST_SKIP() << applications.error();
+  std::string image = test::appImage(b.inHome("Applications/Viewer.AppImage"));
+  std::string launcher =
+      test::launcher(b.inHome(".local/share/applications/viewer.desktop"), "Viewer", image);
+  auto setUsed = [](const std::string& path, std::time_t when) {
+    struct timespec times[2] = {{when, 0}, {when - 86400, 0}};  // used a day after it changed
+    ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+  };
+  const std::time_t imageUsed = 1'600'000'000, launcherUsed = 1'500'000'000;  // 2020, 2017
+  setUsed(image, imageUsed);
+  setUsed(launcher, launcherUsed);
+  auto accessed = [](const std::string& path) {
+    struct stat s {};
+    ::stat(path.c_str(), &s);
+    return s.st_atim.tv_sec;
+  };
+  // The mount really does set it on a plain read.
+  std::string probe = b.inHome("Applications/probe");
+  writeFile(probe, "x");
+  setUsed(probe, imageUsed);
+  test::readFile(probe);
+  ASSERT_NE(accessed(probe), imageUsed) << "the mount keeps no strict access times";
+
+  for (int listing = 0; listing < 2; ++listing) {
+    auto listed = listApps(places);
+    ASSERT_EQ(listed.size(), 1u);
+    EXPECT_EQ(listed.front().lastUsed, timefmt::fromUnixSeconds(imageUsed)) << listing;
+    EXPECT_EQ(accessed(image), imageUsed) << listing;
+    EXPECT_EQ(accessed(launcher), launcherUsed) << listing;
+  }
 }
 
 TEST(LinuxApps, ARunningAppImageMustBeQuitFirst) {

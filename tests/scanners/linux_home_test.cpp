@@ -1,5 +1,5 @@
 // A Linux-shaped home: ~/.cache children as caches (with the names their users know), what lives
-// there without being a cache left out, a cache a running program holds open, Chrome and
+// there without being a cache left out, a cache a running program holds open or owns, Chrome and
 // Chromium, the developers' download caches, and the XDG user folders of user-dirs.dirs.
 
 #include <gmock/gmock.h>
@@ -11,6 +11,7 @@
 #include "scanners/duplicates/duplicate_scanner.h"
 #include "scanners/largefiles/large_files_scanner.h"
 #include "support/home_builder.h"
+#include "support/linux_tools.h"
 #include "support/temp_dir.h"
 #include "support/test_workspace.h"
 
@@ -38,8 +39,7 @@ std::string lines(const Findings& findings) {
 Findings scanAll(const Locations& places, const platform::Workspace& workspace) {
   SharedMeasurer measurer({});
   // Gathered as the model gathers it: one look at the processes for the whole scan.
-  auto held = platform::filesHeldOpen(CacheScanner::heldOpenFolders(places));
-  return CacheScanner::scan(places, workspace, held, measurer);
+  return CacheScanner::scan(places, workspace, CacheScanner::cachesInUse(places), measurer);
 }
 
 TEST(LinuxHome, CachesInDotCacheAreNamedMeasuredAndOnlyTheRebuildableOnesListed) {
@@ -93,7 +93,7 @@ TEST(LinuxHome, CachesInDotCacheAreNamedMeasuredAndOnlyTheRebuildableOnesListed)
 TEST(LinuxHome, ACacheARunningProgramHoldsOpenIsListedButNotChosen) {
   test::HomeBuilder b(kLinux);
   std::string thumbs = b.cache("thumbnails", 60 * MB);
-  std::string held = b.cache("JetBrains/IdeaIC2024.1", 70 * MB) + "/filler.bin";
+  std::string held = b.cache("ms-playwright/chromium-1134", 70 * MB) + "/filler.bin";
   std::string cargo = b.folderOfSize(b.inHome(".cargo/registry/cache"), 60 * MB);
   Locations places = b.locations();
 
@@ -117,7 +117,7 @@ TEST(LinuxHome, ACacheARunningProgramHoldsOpenIsListedButNotChosen) {
   test::TestWorkspace workspace;
   Findings found = scanAll(places, workspace);
   EXPECT_EQ(lines(found),
-            "JetBrains IDE caches 70\n"
+            "Playwright browsers 70\n"
             "Thumbnails 60 +selected\n"
             "Cargo downloads 60\n");
   EXPECT_EQ(found[0].note, "In use by Firefox. Quit it before clearing this cache.");
@@ -129,10 +129,68 @@ TEST(LinuxHome, ACacheARunningProgramHoldsOpenIsListedButNotChosen) {
   tool.stop();
   found = scanAll(places, workspace);
   EXPECT_EQ(lines(found),
-            "JetBrains IDE caches 70 +selected\n"
+            "Playwright browsers 70 +selected\n"
             "Thumbnails 60 +selected\n"
             "Cargo downloads 60 +selected\n");
   EXPECT_EQ(found[0].note, kLibraryNote);
+}
+
+TEST(LinuxHome, ACacheOfARunningBrowserOrToolIsNotChosenEvenWithNothingHeldOpen) {
+  test::HomeBuilder b(kLinux);
+  b.cache("mozilla/firefox/abcd.default-release/cache2", 60 * MB);
+  b.cache("vscode-cpptools/ipch", 55 * MB);
+  b.cache("thunderbird", 52 * MB);
+  test::electronApp(b, "Slack", {{"Cache", 30 * MB}});
+  test::steamShaders(b, b.inHome(".local/share/Steam/steamapps/shadercache"), 20 * MB);
+  Locations places = b.locations();
+  test::TestWorkspace workspace;
+  auto inUseNotes = [&](const Findings& found) {
+    std::string notes;
+    for (const Finding& f : found)
+      notes += f.note.starts_with("In use by ") ? f.note + "\n" : "";
+    return notes;
+  };
+  Findings before = scanAll(places, workspace);
+  ASSERT_EQ(lines(before),
+            "Firefox cache 60 +selected\nVS Code C/C++ index 55 +selected\n"
+            "Thunderbird cache 52 +selected\nSlack web cache 30\nSteam shader cache 20\n");
+  ASSERT_EQ(inUseNotes(before), "");
+
+  // Firefox, VS Code, Slack and Steam run and hold nothing of their caches open at this moment.
+  test::RunningProgram firefox("firefox-esr");
+  test::RunningProgram code("code");
+  test::RunningProgram slack("slack");
+  test::RunningProgram steam("steam");
+  auto inUse = [&] {
+    std::set<std::string> programs;
+    for (const auto& held : CacheScanner::cachesInUse(places))
+      programs.insert(held.program);
+    return programs;
+  };
+  ASSERT_TRUE(test::eventually(
+      [&] {
+        return inUse() == std::set<std::string>{"Firefox", "Visual Studio Code", "Slack", "Steam"};
+      },
+      5s))
+      << ::testing::PrintToString(inUse());
+  Findings found = scanAll(places, workspace);
+  EXPECT_EQ(lines(found),
+            "Firefox cache 60\nVS Code C/C++ index 55\n"
+            "Thunderbird cache 52 +selected\nSlack web cache 30\nSteam shader cache 20\n");
+  EXPECT_EQ(inUseNotes(found),
+            "In use by Firefox. Quit it before clearing this cache.\n"
+            "In use by Visual Studio Code. Quit it before clearing this cache.\n"
+            "In use by Slack. Quit it before clearing this cache.\n"
+            "In use by Steam. Quit it before clearing this cache.\n");
+  EXPECT_TRUE(found[0].removable) << "the user may still choose it";
+
+  // The same programs on a Mac-shaped home: their caches under their identifiers.
+  test::HomeBuilder mac;
+  mac.cache("org.mozilla.firefox", 60 * MB);
+  mac.cache("com.microsoft.VSCode.ShipIt", 55 * MB);
+  mac.cache("com.example.other", 52 * MB);
+  EXPECT_EQ(lines(scanAll(mac.locations(), workspace)),
+            "org.mozilla.firefox 60\nShipIt 55\nother 52 +selected\n");
 }
 
 TEST(LinuxHome, ChromeAndChromiumProfilesAndCachesFollowTheChromeRule) {
@@ -207,13 +265,13 @@ TEST(LinuxHome, TheToolsOwnVariablesMoveTheirCachesButNeverOutOfTheHome) {
       npm("npm_config_cache", b.home()),                      // the home itself: not followed
       nuget("NUGET_PACKAGES", b.inHome("Downloads")),         // followed, but never listed
       bun("BUN_INSTALL", b.inHome("tools/bun")), bunCache("BUN_INSTALL_CACHE_DIR", std::nullopt);
-  b.folderOfSize(b.inHome("tools/cargo/registry/cache"), 30 * MB);
+  b.toolCache("cargo", b.inHome("tools/cargo/registry/cache"), 30 * MB);
   b.folderOfSize(b.inHome(".cargo/registry/cache"), 90 * MB);  // no longer Cargo's
   b.folderOfSize(b.inHome(".cache/gomod/cache/download"), 25 * MB);
   b.folderOfSize(b.inHome("code/go/pkg/mod/cache/download"), 90 * MB);  // GOMODCACHE wins
   b.folderOfSize(b.inRoot("shared/gradle/caches"), 90 * MB);
   b.folderOfSize(b.inHome(".gradle/caches"), 14 * MB);
-  b.folderOfSize(b.inHome("tools/bun/install/cache"), 12 * MB);
+  b.toolCache("bun", b.inHome("tools/bun/install/cache"), 12 * MB);
   Locations places = b.locations();
   EXPECT_EQ(places.cargoRegistryCache, b.inHome("tools/cargo/registry/cache"));
   EXPECT_EQ(places.npmCache, b.inHome(".npm/_cacache"));
@@ -229,6 +287,44 @@ TEST(LinuxHome, TheToolsOwnVariablesMoveTheirCachesButNeverOutOfTheHome) {
   EXPECT_FALSE(CacheScanner::isListableCache(b.inRoot("shared/gradle/caches"), places));
   // A user folder is never a cache, whatever a variable says.
   EXPECT_FALSE(CacheScanner::isListableCache(b.inHome("Downloads"), places));
+}
+
+TEST(LinuxHome, AToolsVariableNamingAFolderOfWorkOffersNothing) {
+  test::HomeBuilder b(kLinux);
+  test::ScopedEnv home("HOME", b.home()), cacheHome("XDG_CACHE_HOME", std::nullopt),
+      configHome("XDG_CONFIG_HOME", std::nullopt);
+  // A folder of projects, named by two tools' variables.
+  std::string work = b.folderOfSize(b.inHome("work"), 57 * MB);
+  b.file(b.inHome("work/thesis/thesis.tex"), 4096);
+  b.folder(b.inHome("work/scanner-app/.git"));
+  test::TestWorkspace workspace;
+  {
+    test::ScopedEnv nuget("NUGET_PACKAGES", work), bun("BUN_INSTALL_CACHE_DIR", work);
+    Locations places = b.locations();
+    ASSERT_EQ(places.nugetPackages, work);
+    EXPECT_EQ(lines(scanAll(places, workspace)), "");
+    EXPECT_FALSE(CacheScanner::isListableCache(work, places));
+    EXPECT_FALSE(CacheScanner::isListableCache(b.inHome("work/thesis"), places));
+  }
+  // The same variables naming the tools' own caches: listed as they would be by default.
+  std::string nuget = b.toolCache("nuget", b.inHome("dotnet/packages"), 20 * MB);
+  std::string bun = b.toolCache("bun", b.inHome("js/bun-cache"), 15 * MB);
+  {
+    test::ScopedEnv nugetVariable("NUGET_PACKAGES", nuget),
+        bunVariable("BUN_INSTALL_CACHE_DIR", bun);
+    Locations places = b.locations();
+    EXPECT_EQ(lines(scanAll(places, workspace)),
+              "NuGet packages 20 +selected\nBun cache 15 +selected\n");
+    EXPECT_TRUE(CacheScanner::isListableCache(nuget, places));
+    // Work put among the packages since: that folder is no longer only a cache.
+    b.file(nuget + "/notes.txt", 4096);
+    b.folder(bun + "/my-project");
+    EXPECT_FALSE(CacheScanner::isListableCache(nuget, places));
+    EXPECT_EQ(lines(scanAll(places, workspace)), "");
+  }
+  // At the tools' own defaults the caches are trusted as they are.
+  b.folderOfSize(b.inHome(".nuget/packages"), 11 * MB);
+  EXPECT_EQ(lines(scanAll(b.locations(), workspace)), "NuGet packages 11 +selected\n");
 }
 
 TEST(LinuxHome, TheUserFoldersOfUserDirsAreSearchedAndNamedInTheTexts) {

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <memory>
 #include <stdexcept>
 #include <thread>
 
@@ -21,7 +22,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr uid_t kNobody = 65534;
+constexpr uid_t kNobody = kNobodyUid;
 
 void fail(const std::string& what) {
   throw std::runtime_error("HomeBuilder: " + what);
@@ -115,6 +116,38 @@ std::string HomeBuilder::cache(const std::string& name, std::int64_t bytes) {
   return folderOfSize(inHome((linux ? ".cache/" : "Library/Caches/") + name), bytes);
 }
 
+std::string HomeBuilder::toolCache(const std::string& tool, const std::string& path,
+                                   std::int64_t bytes) {
+  std::string inner;
+  if (tool == "cargo") {
+    inner = "index.crates.io-6f17d22bba15001f";
+  } else if (tool == "cargo-git") {
+    inner = "serde-1a2b3c4d5e6f7a8b";
+  } else if (tool == "go") {
+    writeFile(path + "/golang.org/x/text/@v/list", "v0.14.0\n");
+    inner = "github.com/user/module/@v";
+  } else if (tool == "npm") {
+    makeDirs(path + "/index-v5");
+    inner = "content-v2/sha512";
+  } else if (tool == "npx") {
+    inner = "0123456789abcdef";
+  } else if (tool == "gradle") {
+    makeDirs(path + "/8.5");
+    inner = "modules-2/files-2.1";
+  } else if (tool == "nuget") {
+    writeFile(path + "/newtonsoft.json/13.0.1/.nupkg.metadata", "{}");
+    inner = "newtonsoft.json/13.0.1";
+  } else if (tool == "bun") {
+    writeFile(path + "/3f2a9c.npm", "manifest");
+    makeDirs(path + "/@types/node@20.0.0@@@1");
+    inner = "react@18.2.0@@@1";
+  } else {
+    fail("no such tool: " + tool);
+  }
+  folderOfSize(path + "/" + inner, bytes);
+  return path;
+}
+
 std::string HomeBuilder::userDirs(const std::vector<std::pair<std::string, std::string>>& entries) {
   std::string text = "# written by the test, as xdg-user-dirs-update would\n";
   for (const auto& [key, value] : entries)
@@ -173,13 +206,23 @@ std::string HomeBuilder::preference(const std::string& bundleID) {
 std::optional<std::string> HomeBuilder::runUnprivileged(const std::function<std::string()>& fn) {
   if (::geteuid() != 0) return fn();
   // The whole temporary tree goes to the unprivileged user, so that only the folders made
-  // unreadable on purpose stay closed to it.
-  std::error_code ec;
-  ::lchown(dir_.path().c_str(), kNobody, kNobody);
-  for (auto it = fs::recursive_directory_iterator(dir_.path(), ec);
-       !ec && it != fs::recursive_directory_iterator(); it.increment(ec))
-    ::lchown(it->path().c_str(), kNobody, kNobody);
+  // unreadable on purpose stay closed to it; and back afterwards, so that the test's own user
+  // still owns what it built (only the user's own items are ever offered).
+  auto giveTree = [this](uid_t user, gid_t group) {
+    std::error_code ec;
+    ::lchown(dir_.path().c_str(), user, group);
+    for (auto it = fs::recursive_directory_iterator(dir_.path(), ec);
+         !ec && it != fs::recursive_directory_iterator(); it.increment(ec))
+      ::lchown(it->path().c_str(), user, group);
+  };
+  giveTree(kNobody, kNobody);
+  std::shared_ptr<void> giveBack(nullptr, [&](void*) { giveTree(::geteuid(), ::getegid()); });
 
+  return runAsNobody(fn);
+}
+
+std::optional<std::string> runAsNobody(const std::function<std::string()>& fn) {
+  if (::geteuid() != 0) return fn();
   // The child hands its answer back in a file of its own folder.
   TempDir out;
   ::chown(out.path().c_str(), kNobody, kNobody);

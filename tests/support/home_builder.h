@@ -58,6 +58,10 @@ class HomeBuilder {
   // measuring exactly bytes.
   std::string chromeProfileCache(const std::string& browser, const std::string& profile,
                                  const std::string& folder, std::int64_t bytes);
+  // path laid out as a tool's download cache ("cargo" registry, "cargo-git", "go", "npm", "npx",
+  // "gradle", "nuget", "bun"), with bytes in one folder inside that layout (the whole measures
+  // a few KiB more, for the layout's own folders).
+  std::string toolCache(const std::string& tool, const std::string& path, std::int64_t bytes);
   // A file of bytes real (allocated) bytes, synced so that its blocks are final.
   std::string file(const std::string& path, std::int64_t bytes);
   // A file of logicalBytes with no data blocks.
@@ -73,7 +77,8 @@ class HomeBuilder {
   std::string preference(const std::string& bundleID);
 
   // Runs fn in a child process as an unprivileged user, so that folders with no permissions
-  // really cannot be read (root reads them anyway). Gives the tree to that user first. Returns
+  // really cannot be read (root reads them anyway). Gives the tree to that user first, and back
+  // to this process's user afterwards. Returns
   // what fn returned, or nullopt when the child failed. Without root, fn runs in this process.
   std::optional<std::string> runUnprivileged(const std::function<std::string()>& fn);
 
@@ -82,6 +87,12 @@ class HomeBuilder {
   Locations::Layout layout_ = Locations::Layout::macos;
   std::string root_, home_;
 };
+
+// Runs fn in a child process as the unprivileged user nobody (uid 65534), changing nothing's
+// owner; what fn returned, or nullopt when the child failed. Without root, fn runs in this
+// process.
+std::optional<std::string> runAsNobody(const std::function<std::string()>& fn);
+inline constexpr uid_t kNobodyUid = 65534;
 
 // A real process under a name of the test's choosing (a copy of /bin/sleep named "chrome"), so
 // that /proc shows it as the system would show that application. Stopped and reaped, by its

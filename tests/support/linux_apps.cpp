@@ -32,8 +32,14 @@ std::string flatpakInstall(HomeBuilder& b, const std::string& installation, cons
 
 std::string appImage(const std::string& path, AppImageShape shape) {
   makeDirs(std::filesystem::path(path).parent_path());
-  if (shape == AppImageShape::named) {
+  if (shape != AppImageShape::marked) {
     std::filesystem::copy_file("/bin/sleep", path);
+    if (shape == AppImageShape::named) {
+      // The mark sits in the ELF identification's padding, which the kernel does not read.
+      std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+      file.seekp(8);
+      file.write("AI\x02", 3);
+    }
   } else {
     std::string header(
         "\x7f"

@@ -22,8 +22,9 @@ std::string flatpakInstall(HomeBuilder& b, const std::string& installation, cons
                            const std::string& name = "");
 
 enum class AppImageShape {
-  named,  // a real ELF program (a copy of /bin/sleep) under its given name
-  marked  // an ELF header carrying the AppImage mark, whatever its name
+  named,     // a real ELF program (a copy of /bin/sleep) with the AppImage mark: it runs
+  marked,    // an ELF header carrying the AppImage mark and nothing else
+  unmarked,  // a real ELF program without the mark: no AppImage, whatever its name
 };
 std::string appImage(const std::string& path, AppImageShape shape = AppImageShape::named);
 

@@ -9,6 +9,7 @@
 #include "texts/lists.h"
 #include "texts/moves.h"
 #include "texts/scan.h"
+#include "texts/sharing.h"
 
 namespace dw::texts {
 namespace {
@@ -98,6 +99,9 @@ TEST(Texts, CountsSizesAndTheQuestion) {
   EXPECT_EQ(cleared::rowStatus(ClearedLog::Status::inTrash, ""), "");  // a Put Back button
   EXPECT_EQ(cleared::statusText(ClearedLog::Status::inTrash, ""), "In the Trash");
   EXPECT_EQ(cleared::rowStatus(ClearedLog::Status::putBack, "09:31"), "Put back 09:31");
+  EXPECT_EQ(cleared::rowStatus(ClearedLog::Status::putBackByHand, ""),
+            "In the Trash; put back by hand");
+  EXPECT_EQ(cleared::statusText(ClearedLog::Status::shared, ""), "Shared in place");
   EXPECT_EQ(apps::lastUsedLine(""), "Last used —");
   TimePoint now = Clock::now();
   EXPECT_EQ(scan::headerLine(std::string("Chrome"), std::nullopt, now), "Looking through Chrome…");
@@ -188,6 +192,64 @@ TEST(Texts, TheCommandLineListsWhatWouldMove) {
   EXPECT_EQ(toMoveApp(app, kMiB), (std::vector<std::string>{"To move to the Trash: Foo · 1 MB",
                                                             "  /Applications/Foo.app · 1 MB",
                                                             "  /h/Library/Caches/foo · 0 MB"}));
+}
+
+TEST(Texts, AShareIsAMoveOfItsOwnKind) {
+  // The question's words: a move's, or a share's, which moves nothing.
+  const Wording linux = linuxWording();
+  QuestionWords move = questionWords(MoveKind::toTrash, linux);
+  EXPECT_EQ(move.action, "Move to Trash");
+  EXPECT_EQ(move.symbol, "trash");
+  EXPECT_EQ(move.answeredNo, "Nothing was moved to the Trash.");
+  QuestionWords share = questionWords(MoveKind::share, linux);
+  EXPECT_EQ(share.action, "Share copies");
+  EXPECT_EQ(share.symbol, "square.on.square");
+  EXPECT_EQ(share.putBackLine,
+            "Every file stays where it is, with its name, date and permissions.");
+  EXPECT_EQ(share.emptyLine, "The space comes back at once. Nothing goes to the Trash.");
+  EXPECT_EQ(share.dryRun, "Dry run: nothing was shared.");
+  Wording cloning = linux;
+  cloning.sharesByCloning = true;
+  EXPECT_EQ(questionWords(MoveKind::share, cloning).emptyLine,
+            "Each copy becomes a clone; the file it replaces goes to the Trash.");
+  EXPECT_EQ(questionSize(MoveKind::toTrash, 40 * kMiB), "40 MB");
+  EXPECT_EQ(questionSize(MoveKind::share, 40 * kMiB), "About 40 MB back");
+  EXPECT_EQ(sharing::question(1), "Share 1 copy with its kept copy?");
+  EXPECT_EQ(sharing::question(3), "Share 3 copies with their kept copies?");
+
+  // What stays and why, each reason once; the review group by group, kept copy first.
+  Sharing::Plan plan;
+  plan.copies = {{{"/d/a", kMiB, "h", "/k/a", {}, {}}, "/k/a", kMiB, ""},
+                 {{"/x/a", kMiB, "h", "/k/a", {}, {}}, "/x/b", kMiB, ""},
+                 {{"/d/c", kMiB, "i", "/k/c", {}, {}}, "/k/c", 0, std::string(Sharing::kChanged)},
+                 {{"/e/c", kMiB, "i", "/k/c", {}, {}}, "/k/c", 0, std::string(Sharing::kChanged)}};
+  plan.sharing = 2;
+  plan.freeable = 2 * kMiB;
+  EXPECT_EQ(sharing::staysLine(plan), "2 other copies stay as they are: changed since the search.");
+  EXPECT_EQ(sharing::review(plan),
+            (std::vector<std::string>{"To share: 2 copies · about 2 MB can come back at once",
+                                      "  keep   /k/a", "  share  /d/a", "  share  /x/a (with /x/b)",
+                                      "  keep   /k/c", "  stays  /d/c (changed since the search)",
+                                      "  stays  /e/c (changed since the search)"}));
+  EXPECT_EQ(duplicates::footerDetail(std::nullopt),
+            "Goes to the Trash. You can put anything back.");
+  EXPECT_EQ(duplicates::footerDetail(plan),
+            "Goes to the Trash. You can put anything back. Sharing frees about 2 MB at once.");
+
+  // Recently Cleared: a share's card counts its shared copies and what came back; there is
+  // nothing to put back.
+  ClearedLog::Entry shared;
+  shared.kind = std::string(ClearedLog::kShareKind);
+  shared.shared = {{"/d/a", "/k/a"}, {"/x/a", "/x/b"}};
+  ClearedLog::Entry moved;
+  moved.kind = "cache";
+  EXPECT_EQ(cleared::cardHeader("Today, 09:30", {shared}, 6 * kMiB),
+            "Today, 09:30 · 2 shared copies · 6 MB freed");
+  EXPECT_EQ(cleared::cardHeader("Today, 09:30", {shared, moved}, 6 * kMiB),
+            "Today, 09:30 · 2 items · 6 MB");
+  EXPECT_EQ(cleared::shareNote({moved}), "");
+  EXPECT_EQ(cleared::shareNote({moved, shared}),
+            "Shared copies stay where they are: there is nothing to put back.");
 }
 
 }  // namespace

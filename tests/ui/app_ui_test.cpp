@@ -22,6 +22,7 @@
 #include "platform/defaults.h"
 #include "platform/desktop.h"
 #include "support/home_builder.h"
+#include "support/mounts.h"
 #include "support/temp_dir.h"
 #include "texts/overview.h"
 #include "ui_driver.h"
@@ -510,6 +511,70 @@ TEST_F(AppUiTest, DuplicatesFindKeepAnotherAndMoveTheExtraCopies) {
 
 namespace dw {
 namespace {
+
+TEST_F(AppUiTest, ShareCopiesOnlyWhereTheFileSystemCanThroughTheSameSheet) {
+  skipOnboarding();
+  // On the test's ext4 home nothing can share: the button is not there.
+  mac.file(mac.inHome("Movies/x.mov"), 2 * kMiB);
+  test::writeFile(mac.inHome("Movies/y.mov"), test::readFile(mac.inHome("Movies/x.mov")));
+  test::makeDirs(mac.inHome("Downloads"));
+  test::ScopedLoopMount btrfs(test::ScopedLoopMount::Kind::btrfs, mac.inHome("Downloads"));
+  {
+    test::UiDriver ui(places);
+    ui.page("duplicates");
+    ui.click("duplicates.find");
+    ASSERT_TRUE(ui.waitFor([&] { return !ui.bridge().model().duplicatesScanning(); }));
+    ui.click("sectionHeader.selectAll");
+    EXPECT_FALSE(ui.shows("footer.other"));
+  }
+  if (!btrfs.mounted()) GTEST_SKIP() << btrfs.error();
+
+  // Downloads on Btrfs: "Share copies" beside "Move to Trash…", through the same sheet.
+  const std::string kept = mac.inHome("Downloads/film.mov");
+  mac.file(kept, 3 * kMiB);
+  const std::string bytes = test::readFile(kept);
+  const std::string copy = mac.inHome("Downloads/old/film.mov");
+  test::writeFile(copy, bytes);
+  test::UiDriver ui(places);
+  ui.page("duplicates");
+  ui.click("duplicates.find");
+  ASSERT_TRUE(ui.waitFor([&] {
+    return !ui.bridge().model().duplicatesScanning() &&
+           ui.bridge().model().duplicateGroups().size() == 2;
+  }));
+  EXPECT_TRUE(ui.shows("footer.other"));
+  EXPECT_EQ(ui.one("footer.other")->property("text").toString(), "Share copies");
+  EXPECT_FALSE(ui.one("footer.other")->property("enabled").toBool());
+  ui.click("sectionHeader.selectAll");
+  EXPECT_TRUE(ui.one("footer.other")->property("enabled").toBool());
+  ui.click("footer.other");
+  ASSERT_TRUE(ui.shows("confirm.title"));
+  EXPECT_EQ(ui.text("confirm.title"), "Share 1 copy with its kept copy?");
+  EXPECT_EQ(ui.text("confirm.size"), "About 3 MB back");
+  EXPECT_EQ(ui.one("confirm.move")->property("text").toString(), "Share copies");
+  ui.click("confirm.move");
+  ASSERT_TRUE(ui.waitFor([&] { return ui.shows("confirm.checkmark"); }));
+  const std::string outcome = ui.text("confirm.outcome").toStdString();
+  EXPECT_EQ(outcome.rfind("Sharing freed 3 MB: 1 copy now uses the blocks of an identical file, "
+                          "and every file stays where it was. Some copies stayed as they were: ",
+                          0),
+            0u)
+      << outcome;
+  EXPECT_NE(outcome.find(".mov (its file system cannot share blocks)."), std::string::npos);
+  EXPECT_EQ(test::readFile(copy), bytes);
+  EXPECT_EQ(test::readFile(kept), bytes);
+
+  // Recently Cleared lists the share with nothing to put back, and says so.
+  ui.click("confirm.recentlyCleared");
+  EXPECT_TRUE(ui.shows("cleared.shareNote"));
+  EXPECT_EQ(ui.text("cleared.shareNote"),
+            "Shared copies stay where they are: there is nothing to put back.");
+  std::vector<QQuickItem*> rows = ui.all("cleared.row");
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(field(rows[0], "cleared.status"), "Shared in place");
+  EXPECT_FALSE(showing(rows[0], "cleared.putBack"));
+  EXPECT_TRUE(ui.text("cleared.groupHeader").endsWith("1 shared copy · 3 MB freed"));
+}
 
 TEST_F(AppUiTest, SpaceMapStripSelectsStepsInAndBackByKeyboard) {
   skipOnboarding();

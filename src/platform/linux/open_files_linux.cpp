@@ -2,43 +2,17 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <fstream>
 #include <string_view>
 #include <utility>
 
 #include "base/paths.h"
+#include "platform/known_programs.h"
 #include "platform/open_files.h"
 
 namespace dw::platform {
 
 namespace {
-
-// Executables whose file name is not what their users call them. Content and helper processes
-// of a browser run the same executable under other comm names ("Web Content"), so the
-// executable decides.
-constexpr std::array<std::pair<std::string_view, std::string_view>, 20> kKnownPrograms = {{
-    {"firefox", "Firefox"},
-    {"firefox-esr", "Firefox"},
-    {"firefox-bin", "Firefox"},
-    {"chrome", "Chrome"},
-    {"google-chrome", "Chrome"},
-    {"chromium", "Chromium"},
-    {"brave", "Brave"},
-    {"msedge", "Microsoft Edge"},
-    {"vivaldi-bin", "Vivaldi"},
-    {"opera", "Opera"},
-    {"thunderbird", "Thunderbird"},
-    {"code", "Visual Studio Code"},
-    {"codium", "VSCodium"},
-    {"spotify", "Spotify"},
-    {"slack", "Slack"},
-    {"discord", "Discord"},
-    {"Discord", "Discord"},
-    {"signal-desktop", "Signal"},
-    {"telegram-desktop", "Telegram"},
-    {"steam", "Steam"},
-}};
 
 std::string readLine(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
@@ -56,15 +30,9 @@ std::string linkTarget(const std::string& path) {
 }  // namespace
 
 std::string programName(const std::string& comm, const std::string& executable) {
-  std::string exe = executable;
-  constexpr std::string_view kDeleted = " (deleted)";  // the binary was replaced by an update
-  if (exe.ends_with(kDeleted)) exe.resize(exe.size() - kDeleted.size());
-  std::string_view file = paths::lastComponent(exe);
-  for (const auto& [name, shown] : kKnownPrograms) {
-    if (file == name || (file.empty() && comm == name)) return std::string(shown);
-  }
+  if (const KnownProgram* known = knownProgramOf(comm, executable)) return std::string(known->name);
   if (!comm.empty()) return comm;
-  return std::string(file);
+  return std::string(paths::lastComponent(executableOf(executable)));
 }
 
 std::vector<HeldFile> filesHeldOpen(const std::vector<std::string>& folders) {

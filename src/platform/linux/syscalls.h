@@ -15,6 +15,7 @@ namespace dw::platform::sys {
 
 enum class Step {
   openFolder,   // opening a folder without following links
+  checkItem,    // reading the item about to move through its open parent (content, size)
   makeFolder,   // mkdir of a Trash folder, or of a missing folder on the way back
   reserveInfo,  // O_CREAT|O_EXCL open of a .trashinfo
   writeInfo,    // writing its contents
@@ -25,6 +26,7 @@ enum class Step {
   dropInfo,     // removing a .trashinfo whose item did not move in, or was put back
   journal,      // appending one record to the log's journal (written and fsynced)
   replaceLog,   // renaming a freshly written log over the old one
+  share,        // one verified dedupe request: a copy's range onto the kept file's blocks
 };
 
 // For tests only: called before every step with the path it acts on; a non-zero result is an

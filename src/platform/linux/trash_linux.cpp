@@ -21,8 +21,10 @@
 #include <vector>
 
 #include "base/paths.h"
+#include "base/time.h"
 #include "platform/linux/syscalls.h"
 #include "platform/locations.h"
+#include "platform/ownership.h"
 
 namespace dw::platform {
 
@@ -174,6 +176,38 @@ Folder openChain(const std::string& path, mode_t mode, int& error) {
     if (!folder.open()) return {};
   }
   return folder;
+}
+
+// The folder holding a placed item: the place's folder opened as it resolved (a link slipped into
+// its path since makes the open fail; one outside the home must still be the user's own, by its
+// descriptor), then each folder of the rest of the path without following a link, made where
+// missing when make is set.
+Folder openAbove(const Placement& place, bool make, int& error) {
+  int fd = sys::openFolderPath(place.folder);
+  if (fd < 0) {
+    error = errno == ELOOP ? ENOTDIR : errno;
+    return {};
+  }
+  Folder at(fd);
+  struct stat s {};
+  if (place.mustBeOwn && (::fstat(at.fd(), &s) != 0 || !Ownership::isOwnFolder(s))) {
+    error = EACCES;
+    return {};
+  }
+  std::string path = place.folder;
+  std::vector<std::string_view> parts = paths::split(place.relative, '/');
+  if (!parts.empty()) parts.pop_back();  // the item itself
+  for (std::string_view part : parts) {
+    path = paths::join(path, part);
+    if (make) {
+      at = openOrMake(at, std::string(part), path, 0777, error);
+    } else {
+      at = Folder(sys::openFolderAt(at.fd(), std::string(part), path));
+      if (!at.open()) error = errno == ELOOP ? ENOTDIR : errno;
+    }
+    if (!at.open()) return {};
+  }
+  return at;
 }
 
 // --- Trash folders -----------------------------------------------------------------------------
@@ -360,20 +394,18 @@ std::optional<Trash> trashHolding(const std::string& resolvedPath) {
   return rootName == uid ? sharedTrash(top, topdir, false) : ownTrash(top, topdir, false, error);
 }
 
-struct InfoRecord {
-  std::string path;  // the decoded Path=, as written (absolute or relative)
-  std::optional<TimePoint> deleted;
-};
+using InfoRecord = TrashInfo;
 
 std::optional<TimePoint> parseDeletionDate(std::string_view text) {
   std::tm parts{};
   std::string value(text);
   const char* end = ::strptime(value.c_str(), "%Y-%m-%dT%H:%M:%S", &parts);
-  if (!end) return std::nullopt;
+  // A year no deletion was made in is no date of a record (and could not be held).
+  if (!end || parts.tm_year < 70 || parts.tm_year > 300) return std::nullopt;
   parts.tm_isdst = -1;
   std::time_t when = std::mktime(&parts);
   if (when == -1) return std::nullopt;
-  return Clock::from_time_t(when);
+  return timefmt::fromUnixSeconds(when);
 }
 
 // The [Trash Info] group of an item's record.
@@ -390,22 +422,7 @@ std::optional<InfoRecord> infoRecord(const Trash& trash, const std::string& name
   ssize_t n = ::pread(fd, text.data(), text.size(), 0);
   if (n < 0) return std::nullopt;
   text.resize(static_cast<size_t>(n));
-  bool inGroup = false;
-  std::optional<std::string> path;
-  std::optional<TimePoint> deleted;
-  for (std::string_view line : paths::split(text, '\n')) {
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-    if (!line.empty() && line.front() == '[') {
-      inGroup = line == "[Trash Info]";
-      continue;
-    }
-    if (inGroup && line.substr(0, 5) == "Path=" && !path) path = percentDecode(line.substr(5));
-    if (inGroup && line.substr(0, 13) == "DeletionDate=" && !deleted) {
-      deleted = parseDeletionDate(line.substr(13));
-    }
-  }
-  if (!path) return std::nullopt;
-  return InfoRecord{*path, deleted};
+  return parseTrashInfo(text);
 }
 
 // Whether the record of name in this Trash names originalPath.
@@ -493,13 +510,20 @@ TrashMove failed(int error) {
 struct Placed {
   std::string trashPath;
   int error = 0;
+  bool changed = false;  // the name no longer held the checked item when it was to move
 };
 
+bool sameItem(const struct stat& a, const struct stat& b) {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
 // Reserves a name in this Trash with its .trashinfo on disk first, then renames the item in.
-// Every way out leaves the item either where it was or in the Trash with its .trashinfo.
+// Every way out leaves the item either where it was or in the Trash with its .trashinfo. The
+// name must still hold the item that was checked (same device and inode) just before the rename.
 Placed moveInto(const Trash& trash, const Folder& parent, const std::string& source,
-                const std::string& name, bool isFolder, const std::string& recordedPath,
+                const std::string& name, const struct stat& item, const std::string& recordedPath,
                 const BeforeTrashing& beforeTrashing) {
+  const bool isFolder = S_ISDIR(item.st_mode);
   // Neither the Trash itself, nor anything in it or holding it.
   const std::string resolvedRoot = paths::resolveSymlinks(trash.root);
   if (paths::isWithin(source, resolvedRoot) || paths::isWithin(resolvedRoot, source)) {
@@ -543,6 +567,13 @@ Placed moveInto(const Trash& trash, const Folder& parent, const std::string& sou
       return {{}, error};
     }
     ::close(fd);
+    struct stat now {};
+    if (::fstatat(parent.fd(), name.c_str(), &now, AT_SYMLINK_NOFOLLOW) != 0 ||
+        !sameItem(now, item)) {
+      // Replaced since it was checked: whatever is there now is not what was listed.
+      sys::dropInfo(trash.info.fd(), infoName, infoFile);
+      return {{}, 0, true};
+    }
     MoveResult moved =
         moveNoReplace(parent.fd(), name, trash.files.fd(), candidate, isFolder, source);
     if (moved.error == 0) return {target, 0};
@@ -567,12 +598,107 @@ bool mayWrite(const Folder& folder) {
 
 }  // namespace
 
+std::optional<TrashInfo> parseTrashInfo(std::string_view text) {
+  bool inGroup = false;
+  std::optional<std::string> path;
+  std::optional<TimePoint> deleted;
+  for (std::string_view line : paths::split(text, '\n')) {
+    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    if (!line.empty() && line.front() == '[') {
+      inGroup = line == "[Trash Info]";
+      continue;
+    }
+    if (inGroup && line.substr(0, 5) == "Path=" && !path) path = percentDecode(line.substr(5));
+    if (inGroup && line.substr(0, 13) == "DeletionDate=" && !deleted) {
+      deleted = parseDeletionDate(line.substr(13));
+    }
+  }
+  if (!path) return std::nullopt;
+  return TrashInfo{*path, deleted};
+}
+
 namespace {
+
+TrashMove notAsListed() {
+  TrashMove move{{}, "The item is no longer the one listed", false};
+  move.notAsListed = true;
+  return move;
+}
+
+TrashMove placedMove(const Placed& placed) {
+  if (placed.changed) return notAsListed();
+  if (placed.error != 0) return failed(placed.error);
+  return TrashMove{placed.trashPath, {}};
+}
+
+// The item as the open parent shows it, checked: the one listed, this user's, and passing the
+// caller's own checks, read through that same descriptor.
+TrashMove checkItem(const Folder& parent, const std::string& source, const std::string& name,
+                    const MoveChecks& checks, struct stat& item) {
+  if (::fstatat(parent.fd(), name.c_str(), &item, AT_SYMLINK_NOFOLLOW) != 0) return failed(errno);
+  if (checks.identity.known() && identityOf(item) != checks.identity) return notAsListed();
+  // Another user's item would land in this user's Trash, out of reach of both of them.
+  if (!Ownership::owns(item)) return failed(EACCES);
+  if (checks.verify) {
+    if (int e = sys::checkpoint(sys::Step::checkItem, source)) return failed(e);
+    if (!checks.verify(ItemAt{parent.fd(), name, item})) return notAsListed();
+    struct stat after {};
+    if (::fstatat(parent.fd(), name.c_str(), &after, AT_SYMLINK_NOFOLLOW) != 0 ||
+        !sameItem(after, item)) {
+      return notAsListed();
+    }
+  }
+  return TrashMove{};
+}
+
 TrashMove moveFrom(const Folder& parent, const std::string& absolute, const std::string& folder,
-                   const std::string& name, const BeforeTrashing& beforeTrashing);
+                   const std::string& name, const MoveChecks& checks,
+                   const BeforeTrashing& beforeTrashing) {
+  const std::string source = paths::join(folder, name);
+  struct stat item {
+  }, parentStat{};
+  if (TrashMove refused = checkItem(parent, source, name, checks, item); !refused.ok()) {
+    return refused;
+  }
+  if (::fstat(parent.fd(), &parentStat) != 0) return failed(errno);
+
+  const std::string homeRoot = homeTrashRoot(currentHome());
+  if (deviceOf(homeRoot) == parentStat.st_dev) {
+    int error = 0;
+    std::optional<Trash> trash = homeTrash(true, error);
+    if (!trash) return failed(error);
+    Placed placed = moveInto(*trash, parent, source, name, item, absolute, beforeTrashing);
+    // The same device can still be another mount (a bind mount), whose own Trash may take it.
+    if (placed.changed || placed.error != EXDEV) return placedMove(placed);
+  }
+
+  const std::string topdir = mountPointOf(folder, parentStat.st_dev);
+  int error = 0;
+  std::optional<Trash> trash = topdirTrash(topdir, error);
+  if (!trash) return TrashMove{{}, std::string(kNoTrash)};
+  std::string relative = source.substr(topdir == "/" ? 1 : topdir.size() + 1);
+  return placedMove(moveInto(*trash, parent, source, name, item, relative, beforeTrashing));
+}
+
+// The folders of a placement's relative path above its last component ("" for none).
+std::string_view foldersOf(const Placement& place) {
+  size_t slash = place.relative.rfind('/');
+  return slash == std::string::npos ? std::string_view()
+                                    : std::string_view(place.relative).substr(0, slash);
+}
+
+std::string folderPath(const std::string& folder, std::string_view below) {
+  return below.empty() ? folder : paths::join(folder, below);
+}
+
 }  // namespace
 
 TrashMove moveToTrash(const std::string& path, const BeforeTrashing& beforeTrashing) {
+  return moveToTrash(path, MoveChecks{}, beforeTrashing);
+}
+
+TrashMove moveToTrash(const std::string& path, const MoveChecks& checks,
+                      const BeforeTrashing& beforeTrashing) {
   if (path.empty()) return failed(ENOENT);
   std::string absolute = path;
   if (absolute.front() != '/') {
@@ -583,49 +709,30 @@ TrashMove moveToTrash(const std::string& path, const BeforeTrashing& beforeTrash
   absolute = paths::standardize(absolute);
   if (absolute == "/") return failed(EBUSY);
 
-  const std::string name(paths::lastComponent(absolute));
-  const std::string folder = paths::resolveSymlinks(paths::parent(absolute));
+  std::string name(paths::lastComponent(absolute));
+  std::string folder;
+  Folder parent;
   // From here on the parent is the folder held open: a link put in its place later changes
   // nothing, and one put there before this open makes it fail.
-  Folder parent(sys::openFolderPath(folder));
-  if (!parent.open()) return failed(errno == ELOOP ? ENOTDIR : errno);
-  TrashMove move = moveFrom(parent, absolute, folder, name, beforeTrashing);
+  if (checks.placement) {
+    // Links are followed up to the user's place (resolved when it was placed), never below it.
+    const Placement& place = *checks.placement;
+    name = std::string(paths::lastComponent(place.relative));
+    folder = folderPath(place.folder, foldersOf(place));
+    int error = 0;
+    parent = openAbove(place, false, error);
+    if (!parent.open()) return failed(error);
+  } else {
+    folder = paths::resolveSymlinks(paths::parent(absolute));
+    parent = Folder(sys::openFolderPath(folder));
+    if (!parent.open()) return failed(errno == ELOOP ? ENOTDIR : errno);
+  }
+  if (name.empty() || name == "." || name == ".." || name == "/") return failed(EINVAL);
+  TrashMove move = moveFrom(parent, absolute, folder, name, checks, beforeTrashing);
   // A folder this user may not change is a matter of permission, whatever the call said.
-  if (!move.ok() && !mayWrite(parent)) move.permissionDenied = true;
+  if (!move.ok() && !move.notAsListed && !mayWrite(parent)) move.permissionDenied = true;
   return move;
 }
-
-namespace {
-TrashMove moveFrom(const Folder& parent, const std::string& absolute, const std::string& folder,
-                   const std::string& name, const BeforeTrashing& beforeTrashing) {
-  const std::string source = paths::join(folder, name);
-  struct stat item {
-  }, parentStat{};
-  if (::fstatat(parent.fd(), name.c_str(), &item, AT_SYMLINK_NOFOLLOW) != 0) return failed(errno);
-  if (::fstat(parent.fd(), &parentStat) != 0) return failed(errno);
-  const bool isFolder = S_ISDIR(item.st_mode);
-
-  const std::string homeRoot = homeTrashRoot(currentHome());
-  if (deviceOf(homeRoot) == parentStat.st_dev) {
-    int error = 0;
-    std::optional<Trash> trash = homeTrash(true, error);
-    if (!trash) return failed(error);
-    Placed placed = moveInto(*trash, parent, source, name, isFolder, absolute, beforeTrashing);
-    if (placed.error == 0) return TrashMove{placed.trashPath, {}};
-    // The same device can still be another mount (a bind mount), whose own Trash may take it.
-    if (placed.error != EXDEV) return failed(placed.error);
-  }
-
-  const std::string topdir = mountPointOf(folder, parentStat.st_dev);
-  int error = 0;
-  std::optional<Trash> trash = topdirTrash(topdir, error);
-  if (!trash) return TrashMove{{}, std::string(kNoTrash)};
-  std::string relative = source.substr(topdir == "/" ? 1 : topdir.size() + 1);
-  Placed placed = moveInto(*trash, parent, source, name, isFolder, relative, beforeTrashing);
-  if (placed.error != 0) return failed(placed.error);
-  return TrashMove{placed.trashPath, {}};
-}
-}  // namespace
 
 bool isInTrashFolder(const std::string& resolvedPath, const std::string&) {
   return trashHolding(resolvedPath).has_value();
@@ -641,7 +748,7 @@ bool trashItemMatches(const std::string& trashPath, const std::string& originalP
   return infoNames(*trash, name, originalPath);
 }
 
-std::string moveOutOfTrash(const std::string& trashPath, const std::string& originalPath) {
+std::string moveOutOfTrash(const std::string& trashPath, const Placement& original) {
   const std::string resolved = paths::resolveParentSymlinks(trashPath);
   std::optional<Trash> trash = trashHolding(resolved);
   if (!trash) return systemText(ENOENT);
@@ -650,13 +757,13 @@ std::string moveOutOfTrash(const std::string& trashPath, const std::string& orig
   if (::fstatat(trash->files.fd(), name.c_str(), &item, AT_SYMLINK_NOFOLLOW) != 0) {
     return systemText(errno);
   }
-  // The folder to return to, made where missing and held open from here on; a link slipped
-  // into its path makes this fail rather than send the item elsewhere.
-  const std::string original = paths::resolveParentSymlinks(originalPath);
-  const std::string back(paths::lastComponent(original));
-  if (back.empty()) return systemText(EINVAL);
+  // The folder to return to, made where missing and held open from here on, reached from the
+  // user's place without following any link: one slipped in since the move makes this fail
+  // rather than send the item elsewhere.
+  const std::string back(paths::lastComponent(original.relative));
+  if (back.empty() || back == "." || back == ".." || back == "/") return systemText(EINVAL);
   int error = 0;
-  Folder target = openChain(std::string(paths::parent(original)), 0777, error);
+  Folder target = openAbove(original, true, error);
   if (!target.open()) return systemText(error);
   MoveResult moved =
       moveNoReplace(trash->files.fd(), name, target.fd(), back, S_ISDIR(item.st_mode), resolved);
@@ -667,10 +774,10 @@ std::string moveOutOfTrash(const std::string& trashPath, const std::string& orig
   return {};
 }
 
-int makeFolders(const std::string& path) {
+int makeFolders(const Placement& original) {
   int error = 0;
-  Folder folder = openChain(paths::standardize(path), 0777, error);
-  return folder.open() ? 0 : error;
+  Folder made = openAbove(original, true, error);
+  return made.open() ? 0 : error;
 }
 
 bool dropStaleRecord(const std::string& trashPath, const std::string& originalPath,

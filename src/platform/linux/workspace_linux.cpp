@@ -2,7 +2,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <fstream>
@@ -13,22 +13,12 @@
 #include <vector>
 
 #include "base/paths.h"
+#include "platform/known_programs.h"
 #include "platform/workspace.h"
 
 namespace dw::platform {
 
 namespace {
-
-// Linux has no bundle identifiers; a known application is recognised by its process names.
-// Chromium shares Chrome's profile layout and caches, so it counts as Chrome running.
-struct KnownApp {
-  std::string_view bundleID;
-  std::array<std::string_view, 5> processNames;
-};
-constexpr std::array<KnownApp, 1> kKnownApps = {{
-    {"com.google.Chrome",
-     {"chrome", "google-chrome", "google-chrome-stable", "chromium", "chromium-browser"}},
-}};
 
 constexpr auto kPollInterval = std::chrono::seconds(1);
 
@@ -41,36 +31,16 @@ std::string readSmall(const std::string& path) {
   return text;
 }
 
-// The names a process goes by: its comm (cut to 15 bytes by the kernel), and the last component
-// of its executable and of argv[0], which keep long names whole.
-std::vector<std::string> processNames(const std::string& pidFolder) {
-  std::vector<std::string> names;
-  std::string comm = readSmall(pidFolder + "/comm");
-  while (!comm.empty() && comm.back() == '\n')
-    comm.pop_back();
-  if (!comm.empty()) names.push_back(comm);
-
+std::string linkTarget(const std::string& path) {
   char target[4096];
-  ssize_t n = ::readlink((pidFolder + "/exe").c_str(), target, sizeof target - 1);
-  if (n > 0) {
-    std::string exe(target, static_cast<size_t>(n));
-    constexpr std::string_view kDeleted = " (deleted)";  // the binary was replaced by an update
-    if (exe.size() > kDeleted.size() && exe.ends_with(kDeleted)) {
-      exe.resize(exe.size() - kDeleted.size());
-    }
-    names.emplace_back(paths::lastComponent(exe));
-  }
-
-  std::string cmdline = readSmall(pidFolder + "/cmdline");
-  std::string argv0 = cmdline.substr(0, cmdline.find('\0'));
-  if (!argv0.empty()) names.emplace_back(paths::lastComponent(argv0));
-  return names;
+  ssize_t n = ::readlink(path.c_str(), target, sizeof target - 1);
+  return n > 0 ? std::string(target, static_cast<size_t>(n)) : std::string();
 }
 
-// The bundle identifiers of the known applications that have a process of this user right now. A
-// poller being stopped leaves off at once: its answer is not wanted any more.
-std::set<std::string> runningKnownApps(const std::stop_token& stop = {}) {
-  std::set<std::string> running;
+// The known programs that have a process of this user right now, each once. A poller being
+// stopped leaves off at once: its answer is not wanted any more.
+std::vector<const KnownProgram*> knownProgramsRunning(const std::stop_token& stop = {}) {
+  std::vector<const KnownProgram*> running;
   DIR* proc = ::opendir("/proc");
   if (!proc) return running;
   const uid_t me = ::getuid();
@@ -81,16 +51,25 @@ std::set<std::string> runningKnownApps(const std::stop_token& stop = {}) {
     // Only this user's programs: another user's browser does not hold this user's caches.
     struct stat s {};
     if (::fstatat(::dirfd(proc), entry->d_name, &s, 0) != 0 || s.st_uid != me) continue;
-    for (const std::string& processName : processNames("/proc/" + std::string(name))) {
-      for (const KnownApp& app : kKnownApps) {
-        for (std::string_view known : app.processNames) {
-          if (!known.empty() && processName == known) running.emplace(app.bundleID);
-        }
-      }
-    }
-    if (running.size() == kKnownApps.size()) break;
+    std::string folder = "/proc/" + std::string(name);
+    std::string exe = linkTarget(folder + "/exe");
+    // Its own names are read only when the executable cannot be (see knownProgramOf).
+    const KnownProgram* program = exe.empty()
+                                      ? knownProgramOf(readSmall(folder + "/comm"), "",
+                                                       argv0Of(readSmall(folder + "/cmdline")))
+                                      : knownProgramOf("", exe);
+    if (program && std::find(running.begin(), running.end(), program) == running.end())
+      running.push_back(program);
   }
   ::closedir(proc);
+  return running;
+}
+
+// The identifiers the known programs running now count as.
+std::set<std::string> runningKnownApps(const std::stop_token& stop = {}) {
+  std::set<std::string> running;
+  for (const KnownProgram* program : knownProgramsRunning(stop))
+    running.insert(program->bundleIDs.begin(), program->bundleIDs.end());
   return running;
 }
 
@@ -198,6 +177,10 @@ class ProcWorkspace final : public Workspace {
 
 }  // namespace
 
+std::vector<const KnownProgram*> runningKnownPrograms() {
+  return knownProgramsRunning();
+}
+
 std::set<std::string> runningExecutables() {
   std::set<std::string> executables;
   DIR* proc = ::opendir("/proc");
@@ -205,15 +188,8 @@ std::set<std::string> runningExecutables() {
   while (dirent* entry = ::readdir(proc)) {
     std::string_view name = entry->d_name;
     if (name.empty() || name.find_first_not_of("0123456789") != std::string_view::npos) continue;
-    char target[4096];
-    ssize_t n =
-        ::readlink(("/proc/" + std::string(name) + "/exe").c_str(), target, sizeof target - 1);
-    if (n <= 0) continue;
-    std::string exe(target, static_cast<size_t>(n));
-    constexpr std::string_view kDeleted = " (deleted)";
-    if (exe.size() > kDeleted.size() && exe.ends_with(kDeleted))
-      exe.resize(exe.size() - kDeleted.size());
-    executables.insert(std::move(exe));
+    std::string exe = executableOf(linkTarget("/proc/" + std::string(name) + "/exe"));
+    if (!exe.empty()) executables.insert(std::move(exe));
   }
   ::closedir(proc);
   return executables;

@@ -5,15 +5,18 @@
 
 #import <Foundation/Foundation.h>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
-
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "platform/ownership.h"
 
 namespace dw::platform {
 
@@ -32,8 +35,63 @@ std::string describe(NSError* error) {
 
 }  // namespace
 
+namespace {
+
+// The checks a move makes before the system's service takes the item: the parent opened once
+// and the item read on that descriptor (its identity, its owner, the caller's checks). The
+// service itself then moves it by its path, which is all it takes.
+std::string refusalOf(const std::string& path, const MoveChecks& checks, bool& notAsListed,
+                      bool& denied) {
+  std::string folder = std::filesystem::path(path).parent_path().string();
+  std::string name = std::filesystem::path(path).filename().string();
+  if (checks.placement) {
+    // A place outside the home must still be the user's own.
+    if (checks.placement->mustBeOwn && !Ownership::isOwnFolder(checks.placement->folder)) {
+      denied = true;
+      return std::strerror(EACCES);
+    }
+    folder = checks.placement->folder;
+    std::string relative = checks.placement->relative;
+    size_t slash = relative.rfind('/');
+    name = slash == std::string::npos ? relative : relative.substr(slash + 1);
+    if (slash != std::string::npos) folder += "/" + relative.substr(0, slash);
+  }
+  int parent = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (parent < 0) return std::strerror(errno);
+  struct stat item {};
+  std::string refusal;
+  if (::fstatat(parent, name.c_str(), &item, AT_SYMLINK_NOFOLLOW) != 0) {
+    refusal = std::strerror(errno);
+  } else if (checks.identity.known() && identityOf(item) != checks.identity) {
+    notAsListed = true;
+    refusal = "The item is no longer the one listed";
+  } else if (!Ownership::owns(item)) {
+    denied = true;
+    refusal = std::strerror(EACCES);
+  } else if (checks.verify && !checks.verify(ItemAt{parent, name, item})) {
+    notAsListed = true;
+    refusal = "The item is no longer the one listed";
+  }
+  ::close(parent);
+  return refusal;
+}
+
+}  // namespace
+
 TrashMove moveToTrash(const std::string& path, const BeforeTrashing& beforeTrashing) {
+  return moveToTrash(path, MoveChecks{}, beforeTrashing);
+}
+
+TrashMove moveToTrash(const std::string& path, const MoveChecks& checks,
+                      const BeforeTrashing& beforeTrashing) {
   @autoreleasepool {
+    bool notAsListed = false, denied = false;
+    std::string refusal = refusalOf(path, checks, notAsListed, denied);
+    if (!refusal.empty()) {
+      TrashMove refused{{}, refusal, denied};
+      refused.notAsListed = notAsListed;
+      return refused;
+    }
     // The system picks the name in the Trash only as it moves the item, so the place is not
     // known beforehand: the journal is told the Trash folder the item is headed for.
     if (beforeTrashing) {
@@ -80,7 +138,8 @@ bool trashItemMatches(const std::string& trashPath, const std::string&) {
   return ::lstat(trashPath.c_str(), &s) == 0;
 }
 
-std::string moveOutOfTrash(const std::string& trashPath, const std::string& originalPath) {
+std::string moveOutOfTrash(const std::string& trashPath, const Placement& original) {
+  const std::string originalPath = original.folder + "/" + original.relative;
   @autoreleasepool {
     NSError* error = nil;
     // Fails when anything exists at the destination; nothing is replaced.
@@ -91,9 +150,10 @@ std::string moveOutOfTrash(const std::string& trashPath, const std::string& orig
   }
 }
 
-int makeFolders(const std::string& path) {
+int makeFolders(const Placement& original) {
   std::error_code ec;
-  std::filesystem::create_directories(path, ec);
+  std::filesystem::create_directories(
+      (std::filesystem::path(original.folder) / original.relative).parent_path(), ec);
   return ec ? ec.value() : 0;
 }
 

@@ -10,6 +10,8 @@
 #include "findings/notes.h"
 #include "measure/project_folders.h"
 #include "platform/own_ground.h"
+#include "platform/ownership.h"
+#include "scanners/caches/tool_caches.h"
 #include "scanners/folder_listing.h"
 
 namespace dw::CacheScanner {
@@ -71,13 +73,16 @@ constexpr std::array<std::string_view, 14> kLinuxNotCaches = {
     "libvirt",    // state of the user's virtual machines
 };
 // Children of ~/.cache of which only some folders are caches: Poetry keeps its projects'
-// virtual environments beside its downloads.
+// virtual environments beside its downloads; a JetBrains IDE keeps its local history (the way
+// back to earlier versions of the user's files) and the file contents it refers to beside the
+// indexes it builds again. A part is a path below the child, "*" standing for any one name.
 struct ListedByParts {
   std::string_view folder;
   std::array<std::string_view, 2> parts;
 };
-constexpr std::array<ListedByParts, 1> kLinuxListedByParts = {{
+constexpr std::array<ListedByParts, 2> kLinuxListedByParts = {{
     {"pypoetry", {"cache", "artifacts"}},
+    {"JetBrains", {"*/index", ""}},
 }};
 
 template <size_t N>
@@ -112,29 +117,76 @@ const ListedByParts* listedByParts(std::string_view name) {
   return nullptr;
 }
 
+// The first n components of rest match the part ("*" any one name): rest is the part or lies
+// inside it.
+bool isInPart(std::string_view rest, std::string_view part) {
+  while (!part.empty()) {
+    std::string_view want = part.substr(0, part.find('/'));
+    std::string_view have = rest.substr(0, rest.find('/'));
+    if (have.empty() || (want != "*" && want != have)) return false;
+    part.remove_prefix(std::min(part.size(), want.size() + 1));
+    rest.remove_prefix(std::min(rest.size(), have.size() + 1));
+  }
+  return true;
+}
+
+bool isInAnyPart(std::string_view rest, const ListedByParts& row) {
+  return std::any_of(row.parts.begin(), row.parts.end(),
+                     [&](std::string_view part) { return !part.empty() && isInPart(rest, part); });
+}
+
+// The folders of one part below a child of the cache folder, "*" taking every folder there.
+void addPartFolders(const std::string& folder, std::string_view part,
+                    std::vector<std::string>& out);
+
+// A snap's name as snapd writes its folder in ~/snap: lower-case letters, digits and "-" (an
+// instance adds "_" and its key).
+bool hasSnapNameShape(std::string_view name) {
+  return !name.empty() && name.front() != '-' &&
+         name.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-_") ==
+             std::string_view::npos &&
+         name.find_first_of("abcdefghijklmnopqrstuvwxyz") != std::string_view::npos;
+}
+
 struct DeveloperCache {
   std::string Locations::*path;
   std::string_view name;
   std::string_view note;
+  bool (*looksLike)(const std::string& folder);  // the tool's own layout
 };
 const std::array<DeveloperCache, 8> kDeveloperCaches = {{
     {&Locations::npmCache, "npm cache",
-     "Downloaded packages. Project folders, including node_modules, stay."},
-    {&Locations::npxCache, "npx downloads", "Temporary npx packages. Your projects stay."},
+     "Downloaded packages. Project folders, including node_modules, stay.",
+     ToolCaches::looksLikeNpmCache},
+    {&Locations::npxCache, "npx downloads", "Temporary npx packages. Your projects stay.",
+     ToolCaches::looksLikeNpxCache},
     {&Locations::gradleCaches, "Gradle cache",
-     "Downloaded dependencies. App projects and their build folders stay."},
+     "Downloaded dependencies. App projects and their build folders stay.",
+     ToolCaches::looksLikeGradleCache},
     // Linux developers' download caches (empty places on a Mac).
     {&Locations::cargoRegistryCache, "Cargo downloads",
-     "Downloaded crates. Cargo fetches them again on the next build. Your projects stay."},
+     "Downloaded crates. Cargo fetches them again on the next build. Your projects stay.",
+     ToolCaches::looksLikeCargoSources},
     {&Locations::cargoGitDatabase, "Cargo git dependencies",
-     "Git dependencies Cargo clones again on the next build. Your projects stay."},
+     "Git dependencies Cargo clones again on the next build. Your projects stay.",
+     ToolCaches::looksLikeCargoSources},
     {&Locations::goModuleDownloads, "Go module downloads",
-     "Downloaded modules. Go fetches them again when a build needs them. Your projects stay."},
+     "Downloaded modules. Go fetches them again when a build needs them. Your projects stay.",
+     ToolCaches::looksLikeGoDownloads},
     {&Locations::nugetPackages, "NuGet packages",
-     "Downloaded packages. dotnet restore fetches them again. Your projects stay."},
+     "Downloaded packages. dotnet restore fetches them again. Your projects stay.",
+     ToolCaches::looksLikeNugetPackages},
     {&Locations::bunCache, "Bun cache",
-     "Downloaded packages. Bun fetches them again on the next install. Your projects stay."},
+     "Downloaded packages. Bun fetches them again on the next install. Your projects stay.",
+     ToolCaches::looksLikeBunCache},
 }};
+
+// A row's place is the tool's cache: its default, or a folder a variable named that looks like
+// the tool's own.
+bool isToolsOwn(const DeveloperCache& row, const std::string& path, const Locations& places) {
+  const auto& placed = places.placedByVariables;
+  return std::find(placed.begin(), placed.end(), path) == placed.end() || row.looksLike(path);
+}
 
 using scanners::FolderEntry;
 
@@ -146,6 +198,37 @@ std::vector<FolderEntry> entriesOf(const std::string& folder) {
 bool isRealFolder(const std::string& path) {
   struct stat s {};
   return ::lstat(path.c_str(), &s) == 0 && S_ISDIR(s.st_mode);
+}
+
+void addPartFolders(const std::string& folder, std::string_view part,
+                    std::vector<std::string>& out) {
+  if (part.empty()) {
+    if (isRealFolder(folder)) out.push_back(folder);
+    return;
+  }
+  std::string_view first = part.substr(0, part.find('/'));
+  std::string_view rest = part.substr(std::min(part.size(), first.size() + 1));
+  if (first != "*") return addPartFolders(paths::join(folder, first), rest, out);
+  for (const FolderEntry& e : entriesOf(folder)) {
+    if (e.isFolder()) addPartFolders(paths::join(folder, e.name), rest, out);
+  }
+}
+
+// The ~/.cache of each snap (~/snap/<snap>/common/.cache, where snaps point XDG_CACHE_HOME),
+// for the snaps snapd set up: their folder holds its "current" link.
+std::vector<std::string> snapCacheFolders(const Locations& places) {
+  std::vector<std::string> folders;
+  if (places.snaps.empty()) return folders;
+  for (const FolderEntry& snap : entriesOf(places.snaps)) {
+    if (!snap.isFolder() || !hasSnapNameShape(snap.name)) continue;
+    std::string folder = paths::join(places.snaps, snap.name);
+    struct stat s {};
+    if (::lstat(paths::join(folder, "current").c_str(), &s) != 0 || !S_ISLNK(s.st_mode)) continue;
+    std::string cache = paths::join(folder, "common/.cache");
+    if (isRealFolder(paths::join(folder, "common")) && isRealFolder(cache))
+      folders.push_back(cache);
+  }
+  return folders;
 }
 
 // The same place below the resolved home: temporary homes and moved home folders may sit
@@ -199,6 +282,8 @@ Finding makeFinding(const std::string& path, std::string name, std::string note,
   f.note = std::move(note);
   f.kind = Finding::Kind::cache;
   f.contentModified = reading.newest;
+  struct stat s {};
+  if (::lstat(path.c_str(), &s) == 0) f.identity = identityOf(s);
   return f;
 }
 
@@ -217,20 +302,34 @@ bool isUnderChromeProfiles(const std::string& path, const Locations& places) {
   return false;
 }
 
-// A child of ~/.cache (or a part of one) that the Linux table refuses.
+// A child of ~/.cache or of a snap's ~/.cache (or a part of one) that the Linux table refuses.
 bool isRefusedLinuxCache(const std::string& resolved, const Locations& places,
                          const std::string& resolvedHome) {
   if (!isLinux(places)) return false;
-  std::string caches = underResolvedHome(places.caches, places, resolvedHome);
-  if (!paths::isStrictlyWithin(resolved, caches)) return false;
-  std::string_view below = std::string_view(resolved).substr(caches.size() + 1);
-  std::string_view child = below.substr(0, below.find('/'));
-  if (isLinuxNotCache(child, places)) return true;
-  // Of a folder listed by its parts only those parts (and what lies in them) may go.
-  if (const ListedByParts* row = listedByParts(child)) {
-    std::string_view rest = below.size() > child.size() ? below.substr(child.size() + 1) : "";
-    std::string_view part = rest.substr(0, rest.find('/'));
-    return part.empty() || !isOneOf(part, row->parts);
+  std::vector<std::string> folders{places.caches};
+  for (std::string& snap : snapCacheFolders(places))
+    folders.push_back(std::move(snap));
+  for (const std::string& folder : folders) {
+    std::string caches = underResolvedHome(folder, places, resolvedHome);
+    if (!paths::isStrictlyWithin(resolved, caches)) continue;
+    std::string_view below = std::string_view(resolved).substr(caches.size() + 1);
+    std::string_view child = below.substr(0, below.find('/'));
+    if (isLinuxNotCache(child, places)) return true;
+    // Of a folder listed by its parts only those parts (and what lies in them) may go.
+    if (const ListedByParts* row = listedByParts(child)) {
+      std::string_view rest = below.size() > child.size() ? below.substr(child.size() + 1) : "";
+      if (!isInAnyPart(rest, *row)) return true;
+    }
+  }
+  return false;
+}
+
+// Inside a snap's ~/.cache (below it, never the folder itself).
+bool isInSnapCache(const std::string& resolved, const Locations& places,
+                   const std::string& resolvedHome) {
+  for (const std::string& folder : snapCacheFolders(places)) {
+    if (paths::isStrictlyWithin(resolved, underResolvedHome(folder, places, resolvedHome)))
+      return true;
   }
   return false;
 }
@@ -264,13 +363,23 @@ bool isSafeCacheLocation(const std::string& path, const Locations& places) {
   bool inside =
       isUsableCacheFolder(places, resolvedHome) &&
       paths::isStrictlyWithin(resolved, underResolvedHome(places.caches, places, resolvedHome));
+  // The snaps' caches and the tools' (listed and checked afresh) only where nothing else holds it.
+  if (!inside && isLinux(places)) {
+    inside = isInSnapCache(resolved, places, resolvedHome);
+    for (const ToolCaches::Place& tool : ToolCaches::list(places))
+      inside =
+          inside || paths::isWithin(resolved, underResolvedHome(tool.path, places, resolvedHome));
+  }
   for (const DeveloperCache& row : kDeveloperCaches) {
     const std::string& cache = places.*row.path;
     if (cache.empty()) continue;  // no such place in this layout
-    inside = inside || paths::isWithin(resolved, underResolvedHome(cache, places, resolvedHome));
+    if (paths::isWithin(resolved, underResolvedHome(cache, places, resolvedHome)))
+      inside = inside || isToolsOwn(row, cache, places);
   }
+  // Only the user's own: another user's cache would land in this user's Trash.
   return inside && !isRefusedPlace(resolved, places, resolvedHome) &&
-         !isRefusedLinuxCache(resolved, places, resolvedHome) && !OwnGround::excludes(path, places);
+         !isRefusedLinuxCache(resolved, places, resolvedHome) &&
+         !OwnGround::excludes(path, places) && Ownership::ownsPath(path);
 }
 
 bool isChromeProfileCache(const std::string& path, const Locations& places) {
@@ -294,7 +403,7 @@ bool isChromeProfileCache(const std::string& path, const Locations& places) {
     known = isOneOf(inside.substr(kServiceWorker.size() + 1), kServiceWorkerFolders);
   }
   return known && !isRefusedPlace(resolved, places, resolvedHome) &&
-         !OwnGround::excludes(path, places);
+         !OwnGround::excludes(path, places) && Ownership::ownsPath(path);
 }
 
 bool isListableCache(const std::string& path, const Locations& places) {
@@ -306,7 +415,9 @@ std::optional<std::string> heldOpenBy(const std::string& path,
   if (held.empty()) return std::nullopt;
   std::string resolved = paths::resolveSymlinks(path);
   for (const platform::HeldFile& file : held) {
-    if (paths::isWithin(file.path, resolved)) return file.program;
+    if (paths::isWithin(file.path, resolved) ||
+        (file.wholeFolder && paths::isWithin(resolved, file.path)))
+      return file.program;
   }
   return std::nullopt;
 }
@@ -320,10 +431,21 @@ std::optional<Finding> libraryCacheFinding(const std::string& path,
       !isSafeCacheLocation(path, places)) {
     return std::nullopt;
   }
-  std::string displayName =
-      isLinux(places) && paths::isStrictlyWithin(path, places.caches)
-          ? notes::linuxCacheDisplayName(std::string_view(path).substr(places.caches.size() + 1))
-          : notes::cacheDisplayName(name);
+  std::string displayName = notes::cacheDisplayName(name);
+  if (isLinux(places) && paths::isStrictlyWithin(path, places.caches)) {
+    displayName =
+        notes::linuxCacheDisplayName(std::string_view(path).substr(places.caches.size() + 1));
+  } else if (isLinux(places) && !places.snaps.empty() &&
+             paths::isStrictlyWithin(path, places.snaps)) {
+    // ~/snap/<snap>/common/.cache/<child>: the child's name, and the snap it belongs to.
+    std::string_view below = std::string_view(path).substr(places.snaps.size() + 1);
+    std::string_view snap = below.substr(0, below.find('/'));
+    constexpr std::string_view kSnapCache = "/common/.cache/";
+    if (below.substr(snap.size()).starts_with(kSnapCache)) {
+      displayName = notes::linuxCacheDisplayName(below.substr(snap.size() + kSnapCache.size())) +
+                    " (" + std::string(snap) + " snap)";
+    }
+  }
   Finding f = makeFinding(path, std::move(displayName), std::string(kLibraryNote), reading, places);
   f.removable = true;
   f.suggested = f.bytes >= kPreselectBytes;
@@ -346,26 +468,32 @@ std::vector<Finding> scanLibraryCaches(const Locations& places, bool chromeRunni
                                        SharedMeasurer& measurer) {
   std::vector<std::string> children;
   if (!isUsableCacheFolder(places, resolvedHomeOf(places))) return {};
-  struct stat folder {};
-  bool folderKnown = ::stat(places.caches.c_str(), &folder) == 0;
-  for (const FolderEntry& e : entriesOf(places.caches)) {
-    if (isAppleFolder(e.name, places)) continue;  // never listed, so never walked
-    std::string child = paths::join(places.caches, e.name);
-    if (OwnGround::excludes(child, places)) continue;  // a Trash or our own data: not walked
-    if (isLinux(places)) {
-      if (isLinuxNotCache(e.name, places)) continue;
-      // Something mounted here (a portal, a remote) is not this folder's to clear.
-      struct stat s {};
-      if (folderKnown && ::lstat(child.c_str(), &s) == 0 && s.st_dev != folder.st_dev) continue;
-      if (const ListedByParts* row = listedByParts(e.name)) {
-        for (std::string_view part : row->parts) {
-          std::string path = paths::join(child, part);
-          if (isRealFolder(path)) children.push_back(std::move(path));
+  std::vector<std::string> folders{places.caches};
+  if (isLinux(places)) {
+    for (std::string& snap : snapCacheFolders(places))
+      folders.push_back(std::move(snap));
+  }
+  for (const std::string& caches : folders) {
+    struct stat folder {};
+    bool folderKnown = ::stat(caches.c_str(), &folder) == 0;
+    for (const FolderEntry& e : entriesOf(caches)) {
+      if (isAppleFolder(e.name, places)) continue;  // never listed, so never walked
+      std::string child = paths::join(caches, e.name);
+      if (OwnGround::excludes(child, places)) continue;  // a Trash or our own data: not walked
+      if (isLinux(places)) {
+        if (isLinuxNotCache(e.name, places)) continue;
+        // Something mounted here (a portal, a remote) is not this folder's to clear.
+        struct stat s {};
+        if (folderKnown && ::lstat(child.c_str(), &s) == 0 && s.st_dev != folder.st_dev) continue;
+        if (const ListedByParts* row = listedByParts(e.name)) {
+          for (std::string_view part : row->parts) {
+            if (!part.empty()) addPartFolders(child, part, children);
+          }
+          continue;
         }
-        continue;
       }
+      children.push_back(std::move(child));
     }
-    children.push_back(std::move(child));
   }
   std::vector<DiskSizer::SizeReading> readings = measurer.measureAll(children);
   std::vector<Finding> findings;
@@ -389,7 +517,9 @@ std::vector<Finding> scanDeveloperCaches(const Locations& places,
   std::vector<std::string> paths;
   for (const DeveloperCache& row : kDeveloperCaches) {
     const std::string& path = places.*row.path;
-    if (path.empty() || !isRealFolder(path) || !isSafeCacheLocation(path, places)) continue;
+    if (path.empty() || !isRealFolder(path) || !isToolsOwn(row, path, places) ||
+        !isSafeCacheLocation(path, places))
+      continue;
     // A tool's cache moved into the cache folder by its variable is already a part of one of
     // that folder's children, listed there: counted once.
     if (!places.caches.empty() && paths::isWithin(path, places.caches)) continue;
@@ -405,6 +535,41 @@ std::vector<Finding> scanDeveloperCaches(const Locations& places,
     f.suggested = true;
     f.removable = true;
     if (auto program = heldOpenBy(paths[i], held)) {
+      f.note = heldOpenNote(*program);
+      f.suggested = false;
+    }
+    findings.push_back(std::move(f));
+  }
+  std::vector<Finding> tools = scanToolCaches(places, held, measurer);
+  findings.insert(findings.end(), tools.begin(), tools.end());
+  sortLargestFirst(findings);
+  return findings;
+}
+
+std::vector<Finding> scanToolCaches(const Locations& places,
+                                    const std::vector<platform::HeldFile>& held,
+                                    SharedMeasurer& measurer) {
+  std::vector<ToolCaches::Place> rows = ToolCaches::list(places);
+  std::erase_if(rows, [&](const ToolCaches::Place& row) {
+    return !isRealFolder(row.path) || !isSafeCacheLocation(row.path, places);
+  });
+  std::vector<std::string> shared;
+  for (const ToolCaches::Place& row : rows) {
+    if (!row.unsharedOnly) shared.push_back(row.path);
+  }
+  std::vector<DiskSizer::SizeReading> sharedReadings = measurer.measureAll(shared);
+  std::vector<Finding> findings;
+  size_t next = 0;
+  for (const ToolCaches::Place& row : rows) {
+    // What a store gives back is only what no project links to.
+    DiskSizer::SizeReading reading =
+        row.unsharedOnly ? DiskSizer::measureUnshared(row.path, measurer.stopToken())
+                         : sharedReadings[next++];
+    if (reading.bytes < kMinimumCacheBytes) continue;
+    Finding f = makeFinding(row.path, row.name, row.note, reading, places);
+    f.suggested = row.suggested;
+    f.removable = true;
+    if (auto program = heldOpenBy(row.path, held)) {
       f.note = heldOpenNote(*program);
       f.suggested = false;
     }
@@ -468,8 +633,35 @@ std::vector<std::string> heldOpenFolders(const Locations& places) {
   std::vector<std::string> folders{places.caches};
   for (const DeveloperCache& row : kDeveloperCaches)
     folders.push_back(places.*row.path);
+  for (std::string& folder : ToolCaches::heldOpenFolders(places))
+    folders.push_back(std::move(folder));
+  if (isLinux(places)) {
+    for (std::string& folder : snapCacheFolders(places))
+      folders.push_back(std::move(folder));
+  }
   std::erase_if(folders, [](const std::string& f) { return f.empty(); });
   return folders;
+}
+
+std::vector<platform::HeldFile> cachesInUse(const Locations& places) {
+  std::vector<platform::HeldFile> held = platform::filesHeldOpen(heldOpenFolders(places));
+  auto useWhole = [&](const std::string& folder, std::string_view program) {
+    struct stat s {};
+    if (!folder.empty() && ::lstat(folder.c_str(), &s) == 0)
+      held.push_back({paths::resolveSymlinks(folder), std::string(program), true});
+  };
+  for (const platform::KnownProgram* program : platform::runningKnownPrograms()) {
+    for (std::string_view folder : program->cacheFolders) {
+      if (!places.caches.empty()) useWhole(paths::join(places.caches, folder), program->name);
+    }
+    // Its folders in the home (~/.config/Slack, ~/.local/share/Steam), where its tool caches
+    // lie, on the layout that has them.
+    if (isLinux(places)) {
+      for (std::string_view folder : program->homeFolders)
+        useWhole(paths::join(places.home, folder), program->name);
+    }
+  }
+  return held;
 }
 
 std::vector<Finding> scan(const Locations& places, const platform::Workspace& workspace,

@@ -32,9 +32,18 @@ std::vector<Finding> scanDeveloperCaches(const Locations& places, SharedMeasurer
 std::vector<Finding> scanDeveloperCaches(const Locations& places,
                                          const std::vector<platform::HeldFile>& held,
                                          SharedMeasurer& measurer);
+// The caches Linux tools and apps keep outside ~/.cache (see ToolCaches): pnpm's store, Yarn's
+// cache, pipx's, Steam's shader caches, Electron apps' caches. Part of scanDeveloperCaches.
+std::vector<Finding> scanToolCaches(const Locations& places,
+                                    const std::vector<platform::HeldFile>& held,
+                                    SharedMeasurer& measurer);
 // The folders whose open files the held-open rule needs: the cache folder and the developer
 // caches of this layout.
 std::vector<std::string> heldOpenFolders(const Locations& places);
+// What running programs of this user are using now, read once for a scan: every file they hold
+// open in heldOpenFolders, and the cache folders of every known program that runs (its folder
+// in the cache folder counts as held by it, open files or not).
+std::vector<platform::HeldFile> cachesInUse(const Locations& places);
 // The program (from held) that holds a file at or below path open, if any.
 std::optional<std::string> heldOpenBy(const std::string& path,
                                       const std::vector<platform::HeldFile>& held);
@@ -57,7 +66,8 @@ bool isChromeFinding(const Finding& finding, const Locations& places);
 // "Quit Chrome to clear its cache." and cannot be selected; otherwise it is a normal cache.
 void applyChromeRule(Finding& finding, bool chromeRunning, const Locations& places);
 
-// The safe-location test that guards listing and every move of a cache.
+// The safe-location test that guards listing and every move of a cache (the user's own, in a
+// cache folder, never a user folder).
 bool isSafeCacheLocation(const std::string& path, const Locations& places);
 // A cache folder of a Chrome profile (profile/Cache, profile/Service Worker/CacheStorage, ...),
 // links resolved, outside Desktop, Documents and project folders.

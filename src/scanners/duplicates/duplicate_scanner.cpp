@@ -13,6 +13,7 @@
 #include <cstring>
 #include <map>
 #include <optional>
+#include <set>
 #include <system_error>
 #include <thread>
 
@@ -21,6 +22,7 @@
 #include "measure/project_folders.h"
 #include "measure/protected_libraries.h"
 #include "platform/own_ground.h"
+#include "platform/ownership.h"
 #include "platform/package.h"
 #include "scanners/duplicates/content_classes.h"
 
@@ -128,18 +130,24 @@ void runInParallel(const std::vector<size_t>& order, std::stop_token stop,
 
 std::vector<std::string> searchRoots(const Locations& places, Scope scope) {
   std::vector<std::string> roots;
+  std::set<FileIdentity> seen;
   for (const Member& m : kMembers) {
     if (!scope.contains(m.bit)) continue;
     const std::string& folder = places.*m.folder;
     if (folder.empty()) continue;  // no such folder in this layout: never the current one
     struct stat s {};
-    if (::stat(folder.c_str(), &s) == 0 && S_ISDIR(s.st_mode)) roots.push_back(folder);
+    if (::stat(folder.c_str(), &s) != 0 || !S_ISDIR(s.st_mode)) continue;
+    // Another user's folder, or one that others may write, is not searched.
+    if (!Ownership::isUsablePlace(folder, places.home)) continue;
+    // One folder named twice (a link to another, a bind mount, user-dirs.dirs naming it again)
+    // is searched once.
+    if (seen.insert(identityOf(s)).second) roots.push_back(folder);
   }
   return roots;
 }
 
-Candidates collectCandidates(const std::string& root, const Locations& places,
-                             std::stop_token stop) {
+Candidates collectCandidates(const std::string& root, const Locations& places, std::stop_token stop,
+                             const std::vector<FileIdentity>& otherRoots) {
   Candidates out;
   ProtectedLibraries libraries(places.home);
   // A Trash, the log's folder or the settings: never entered. (A folder that merely holds one is
@@ -187,15 +195,23 @@ Candidates collectCandidates(const std::string& root, const Locations& places,
       continue;
     }
     if (folder) {
-      // A file lies in our own ground only inside a folder that does.
-      if (isPackage || OwnGround::contains(std::string(path), places)) fts_set(fts, e, FTS_SKIP);
+      // A file lies in our own ground only inside a folder that does; another searched folder
+      // inside this one (Music in Downloads) is searched as itself, once.
+      if (isPackage || OwnGround::contains(std::string(path), places) ||
+          std::find(otherRoots.begin(), otherRoots.end(), identityOf(*e->fts_statp)) !=
+              otherRoots.end()) {
+        fts_set(fts, e, FTS_SKIP);
+      }
       e->fts_number = 0;
       continue;
     }
     if (e->fts_info != FTS_F) continue;  // links, unreadable entries
     const struct stat& s = *e->fts_statp;
     if (s.st_size < kMinimumBytes) continue;
-    out.files.push_back({std::string(path), static_cast<std::int64_t>(s.st_size), modifiedOf(s)});
+    // Only the user's own files are offered: another user's would land in this user's Trash.
+    if (!Ownership::owns(s)) continue;
+    out.files.push_back(
+        {std::string(path), static_cast<std::int64_t>(s.st_size), modifiedOf(s), identityOf(s)});
   }
   return out;
 }
@@ -224,17 +240,22 @@ Digest partialDigest(const std::string& path) {
 
 std::string fullDigest(const std::string& path, std::stop_token stop) {
   Descriptor file(path);
+  return fullDigest(file.fd(), stop);
+}
+
+std::string fullDigest(int fd, std::stop_token stop) {
   std::vector<unsigned char> buffer(static_cast<size_t>(kChunkBytes));
   Sha256 hash;
   throwIfCancelled(stop);
-  while (true) {
-    ssize_t n = ::read(file.fd(), buffer.data(), buffer.size());
+  for (off_t offset = 0;;) {
+    ssize_t n = ::pread(fd, buffer.data(), buffer.size(), offset);
     if (n < 0) {
       if (errno == EINTR) continue;
-      throw std::system_error(errno, std::generic_category(), path);
+      throw std::system_error(errno, std::generic_category(), "read");
     }
     if (n == 0) break;
     hash.update(buffer.data(), static_cast<size_t>(n));
+    offset += n;
     throwIfCancelled(stop);
   }
   return Sha256::hex(hash.finish());
@@ -275,12 +296,24 @@ Result scan(const Locations& places, Scope scope, std::stop_token stop,
   say(kListingFiles);
   Result result;
   std::vector<FileRef> files;
+  std::vector<FileIdentity> rootIdentities;
   for (const std::string& root : roots) {
+    struct stat s {};
+    rootIdentities.push_back(::stat(root.c_str(), &s) == 0 ? identityOf(s) : FileIdentity{});
+  }
+  // A file is never a copy of itself: reached by a second path (a hard link, a folder named
+  // twice) it is the same file, listed once, where it was first seen.
+  std::set<FileIdentity> listed;
+  for (size_t r = 0; r < roots.size(); ++r) {
     throwIfCancelled(stop);
+    const std::string& root = roots[r];
     say(std::string(kListingPrefix) + std::string(paths::lastComponent(root)));
-    Candidates found = collectCandidates(root, places, stop);
-    files.insert(files.end(), std::make_move_iterator(found.files.begin()),
-                 std::make_move_iterator(found.files.end()));
+    std::vector<FileIdentity> others = rootIdentities;
+    others.erase(others.begin() + static_cast<std::ptrdiff_t>(r));
+    Candidates found = collectCandidates(root, places, stop, others);
+    for (FileRef& file : found.files) {
+      if (listed.insert(file.identity).second) files.push_back(std::move(file));
+    }
     result.skipped.insert(result.skipped.end(), found.skipped.begin(), found.skipped.end());
   }
 
@@ -386,7 +419,7 @@ bool isListableCopy(const std::string& path, std::int64_t bytes, const Locations
   const std::string& home = places.home;
   struct stat s {};
   if (::lstat(path.c_str(), &s) != 0 || !S_ISREG(s.st_mode) || s.st_size != bytes ||
-      bytes < kMinimumBytes) {
+      bytes < kMinimumBytes || !Ownership::owns(s)) {
     return false;
   }
   std::string standard = paths::standardize(path);

@@ -36,6 +36,8 @@ using Digest = std::array<unsigned char, 32>;
 using ProgressFn = std::function<void(const std::string&)>;
 
 // The whole search. Throws Cancelled and nothing else; a cancelled search returns no groups.
+// Every file is a candidate once, by its identity: reached twice (a hard link, overlapping
+// folders) it is listed where it was first seen, so it is never a copy of itself.
 // The result is exactly that of hashing every candidate of a shared sample in full, one after
 // another: groups come by size (smallest first) and then by their first copy in listing order
 // before the two stable sorts. progress is called on the calling thread.
@@ -44,15 +46,18 @@ Result scan(const Locations& places, Scope scope, std::stop_token stop = {},
 
 // The places' downloads, movies, music and pictures folders (on Linux the XDG user folders) for
 // the members of scope, in that order, keeping only those that are folders (links to folders
-// count).
+// count) and places the user may search (Ownership::isUsablePlace), each folder once by its
+// identity (a link to another of them, a bind mount of one, one named twice).
 std::vector<std::string> searchRoots(const Locations& places, Scope scope);
 
-// The files of one root that may be duplicates: regular, at least 1 MiB, not hidden, not
-// behind a link, not in a package, a protected library, a project folder or the program's own
-// ground. Folders the system refuses to list come back as skipped. Throws Cancelled (checked
-// every 500 entries).
+// The files of one root that may be duplicates: the user's own, regular, at least 1 MiB, not
+// hidden, not behind a link, not in a package, a protected library, a project folder or the
+// program's own ground. A folder whose identity is among otherRoots (another searched folder
+// inside this one) is not entered: it is searched as itself. Folders the system refuses to list
+// come back as skipped. Throws Cancelled (checked every 500 entries).
 Candidates collectCandidates(const std::string& root, const Locations& places,
-                             std::stop_token stop = {});
+                             std::stop_token stop = {},
+                             const std::vector<FileIdentity>& otherRoots = {});
 
 // SHA-256 of the first and last 64 KiB and the size as 8 big-endian bytes. Throws
 // std::system_error when the file cannot be opened, measured or read.
@@ -61,14 +66,17 @@ Digest partialDigest(const std::string& path);
 // SHA-256 of the whole content in lower-case hex, read in 1 MiB chunks. Throws
 // std::system_error when the file cannot be read, and Cancelled.
 std::string fullDigest(const std::string& path, std::stop_token stop = {});
+// The same of a file already open (read from its start, whatever its position): the content of
+// the very file a check holds.
+std::string fullDigest(int fd, std::stop_token stop = {});
 
 // The two stable sorts: each group's files newest first (undated last), then the groups by
 // waste, bytes × (copies − 1), largest first. An overflowing waste ends the program.
 void orderGroups(std::vector<Group>& groups);
 std::int64_t wastedBytes(const Group& group);
 
-// The re-check before a copy moves: still a regular file (not a link) of the group's size,
-// inside one of the scope's folders, and one the search would list (not hidden, not in a
+// The re-check before a copy moves: still the user's own regular file (not a link) of the group's
+// size, inside one of the scope's folders, and one the search would list (not hidden, not in a
 // package, a protected library, a project folder or the program's own ground).
 bool isListableCopy(const std::string& path, std::int64_t bytes, const Locations& places,
                     Scope scope);

@@ -74,6 +74,7 @@ struct FileRef {
   std::string path;
   std::int64_t bytes = 0;  // logical size
   TimePoint modified = kDistantPast;
+  FileIdentity identity;  // one file, however many paths reach it, is listed once
   bool operator==(const FileRef&) const = default;
 };
 

@@ -3,12 +3,14 @@
 #include <sys/stat.h>
 
 #include <array>
+#include <set>
 
 #include "base/paths.h"
 #include "findings/folder_names.h"
 #include "measure/disk_sizer.h"
 #include "measure/project_folders.h"
 #include "platform/own_ground.h"
+#include "platform/ownership.h"
 #include "platform/package.h"
 
 namespace dw::LargeFilesScanner {
@@ -55,13 +57,26 @@ bool passesFoldersBelow(const std::string& file, const std::string& base) {
 std::vector<Finding> scan(const Locations& places, std::stop_token stop) {
   std::vector<Finding> findings;
   const FolderNames names = folderNames(places);
+  // Each folder and each file once, by identity: a Movies that is a link to Downloads, or a
+  // hard link of a listed file, adds nothing.
+  std::set<FileIdentity> seenFolders, seenFiles;
   for (const Folder& folder : kFolders) {
     const std::string& root = places.*folder.path;
-    if (root.empty()) continue;
+    struct stat rootStat {};
+    if (root.empty() || ::stat(root.c_str(), &rootStat) != 0 ||
+        !seenFolders.insert(identityOf(rootStat)).second) {
+      continue;
+    }
+    // Another user's folder, or one that others may write, is not searched.
+    if (!Ownership::isUsablePlace(root, places.home)) continue;
     for (const DiskSizer::LargeFile& file : DiskSizer::listLargeFiles(
              root, DiskSizer::kLargeFileMinimum, DiskSizer::kLargeFileDepth, stop)) {
       // A file in a Trash or among our own data is never offered, even as shown only.
       if (OwnGround::excludes(file.path, places)) continue;
+      // Only the user's own files: another user's would land in this user's Trash.
+      struct stat s {};
+      if (::lstat(file.path.c_str(), &s) != 0 || !Ownership::owns(s)) continue;
+      if (!seenFiles.insert(identityOf(s)).second) continue;
       Finding f;
       f.id = file.path;
       f.name = std::string(paths::lastComponent(file.path));
@@ -73,6 +88,7 @@ std::vector<Finding> scan(const Locations& places, std::stop_token stop) {
       f.suggested = false;
       f.removable = folder.selectable && isAllowedLocation(file.path, places);
       f.contentModified = file.modified;
+      f.identity = identityOf(s);
       findings.push_back(std::move(f));
     }
   }
@@ -81,8 +97,12 @@ std::vector<Finding> scan(const Locations& places, std::stop_token stop) {
 
 bool isAllowedLocation(const std::string& path, const Locations& places) {
   struct stat s {};
-  // The item itself: a regular file, never a link (moving a link would not free its target).
-  if (path.empty() || ::lstat(path.c_str(), &s) != 0 || !S_ISREG(s.st_mode)) return false;
+  // The item itself: the user's own regular file, never a link (moving a link would not free
+  // its target).
+  if (path.empty() || ::lstat(path.c_str(), &s) != 0 || !S_ISREG(s.st_mode) ||
+      !Ownership::owns(s)) {
+    return false;
+  }
   if (OwnGround::excludes(path, places)) return false;
   std::string file = resolved(path);
   for (const std::string* refused : {&places.desktop, &places.documents}) {
@@ -92,7 +112,7 @@ bool isAllowedLocation(const std::string& path, const Locations& places) {
     }
   }
   for (const std::string* searched : {&places.downloads, &places.movies}) {
-    if (searched->empty()) continue;
+    if (searched->empty() || !Ownership::isUsablePlace(*searched, places.home)) continue;
     std::string base = resolved(*searched);
     if (paths::isStrictlyWithin(file, base)) return passesFoldersBelow(file, base);
   }

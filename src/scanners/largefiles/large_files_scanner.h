@@ -10,12 +10,13 @@
 
 namespace dw::LargeFilesScanner {
 
-// Downloads, Desktop, Movies in turn; throws only Cancelled.
+// Downloads, Desktop, Movies in turn, each folder and file once by identity, the user's own
+// files only; throws only Cancelled.
 std::vector<Finding> scan(const Locations& places, std::stop_token stop = {});
 
-// The checks that guard every move of a large file: it lies (links resolved) in Downloads or
-// Movies within the depth limit, not inside a project folder or package, and not on the
-// Desktop or in Documents.
+// The checks that guard every move of a large file: the user's own, it lies (links resolved) in
+// Downloads or Movies (places the user may search) within the depth limit, not inside a project
+// folder or package, and not on the Desktop or in Documents.
 bool isAllowedLocation(const std::string& path, const Locations& places);
 
 }  // namespace dw::LargeFilesScanner

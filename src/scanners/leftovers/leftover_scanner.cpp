@@ -11,6 +11,7 @@
 #include "base/time.h"
 #include "measure/disk_sizer.h"
 #include "platform/own_ground.h"
+#include "platform/ownership.h"
 #include "platform/plist.h"
 #include "scanners/app_bundles.h"
 #include "scanners/folder_listing.h"
@@ -98,17 +99,9 @@ void addBundleID(const std::string& bundle, std::set<std::string>& ids) {
   if (auto id = info->string("CFBundleIdentifier"); id && !id->empty()) ids.insert(*id);
 }
 
-// The helpers, plug-ins and extensions one folder inside an app bundle.
 void addNestedBundles(const std::string& bundle, std::set<std::string>& ids) {
-  for (std::string_view inner : kNestedBundleFolders) {
-    std::string folder = paths::join(bundle, inner);
-    auto entries = listFolder(folder);
-    if (!entries) continue;
-    for (const Entry& e : *entries) {
-      std::string nested = paths::join(folder, e.name);
-      if (isFolderOrLinkToOne(nested)) addBundleID(nested, ids);
-    }
-  }
+  for (const std::string& nested : nestedBundles(bundle))
+    addBundleID(nested, ids);
 }
 
 bool endsWith(std::string_view text, std::string_view suffix) {
@@ -203,6 +196,12 @@ std::string appNameFor(const std::string& bundleID) {
   return dot == std::string::npos ? bundleID : bundleID.substr(dot + 1);
 }
 
+bool isFlatpakGroup(const Group& group, const Locations& places) {
+  return std::any_of(group.paths.begin(), group.paths.end(), [&](const FoundPath& p) {
+    return places.leftoverLocations[p.location].rule == EntryRule::flatpakAppID;
+  });
+}
+
 std::vector<LargestFile> largestFilesOf(const std::vector<std::string>& paths,
                                         SharedMeasurer& measurer) {
   std::vector<LargestFile> files;
@@ -253,6 +252,47 @@ bool hasShapeFor(std::string_view candidate, EntryRule rule) {
 }
 
 }  // namespace
+
+std::vector<std::string> nestedBundles(const std::string& bundle) {
+  std::vector<std::string> found;
+  for (std::string_view inner : kNestedBundleFolders) {
+    std::string folder = paths::join(bundle, inner);
+    auto entries = listFolder(folder);
+    if (!entries) continue;
+    for (const Entry& e : *entries) {
+      std::string nested = paths::join(folder, e.name);
+      if (isFolderOrLinkToOne(nested)) found.push_back(std::move(nested));
+    }
+  }
+  return found;
+}
+
+std::string flatpakAppName(std::string_view id) {
+  // Words an identifier ends with that name no app: com.spotify.Client, org.telegram.desktop.
+  static constexpr std::array<std::string_view, 10> kGenericWords = {
+      "client",   "desktop", "app",     "application", "gui",
+      "launcher", "linux",   "flatpak", "main",        "stable"};
+  std::vector<std::string_view> words;
+  size_t start = 0;
+  while (start <= id.size()) {
+    size_t dot = id.find('.', start);
+    if (dot == std::string_view::npos) dot = id.size();
+    words.push_back(id.substr(start, dot - start));
+    start = dot + 1;
+  }
+  // The last word that means something, never the reverse domain's first one (org, com).
+  std::string_view word = words.back();
+  for (size_t i = words.size(); i-- > 1;) {
+    if (!isOneOf(paths::asciiLower(words[i]), kGenericWords)) {
+      word = words[i];
+      break;
+    }
+  }
+  std::string name(word);
+  std::replace(name.begin(), name.end(), '_', ' ');
+  if (!name.empty() && name[0] >= 'a' && name[0] <= 'z') name[0] = static_cast<char>(name[0] - 32);
+  return name;
+}
 
 bool hasBundleIDShape(std::string_view candidate) {
   if (candidate.empty() || candidate.front() == '.') return false;
@@ -342,7 +382,8 @@ std::set<std::string> installedBundleIDs(const Locations& places,
 }
 
 bool isAllowedPath(const std::string& path, const Locations& places) {
-  if (path.empty() || OwnGround::excludes(path, places)) return false;
+  // Only the user's own: another user's folder would land in this user's Trash.
+  if (path.empty() || OwnGround::excludes(path, places) || !Ownership::ownsPath(path)) return false;
   std::string resolvedHome = resolved(places.home);
   std::string file = resolved(path);
   bool inRoot = std::any_of(
@@ -434,7 +475,8 @@ Result scan(const Locations& places, const platform::Workspace& workspace,
   for (const auto& [id, group] : groups) {
     LeftoverFinding f;
     f.bundleID = id;
-    f.appName = appNameFor(id);
+    bool flatpak = isFlatpakGroup(group, places);
+    f.appName = flatpak ? flatpakAppName(id) : appNameFor(id);
     std::vector<DiskSizer::SizeReading> mine;
     std::vector<bool> seenLocation(places.leftoverLocations.size(), false);
     for (const FoundPath& p : group.paths) {
@@ -447,7 +489,9 @@ Result scan(const Locations& places, const platform::Workspace& workspace,
     for (size_t i = 0; i < seenLocation.size(); ++i) {
       if (seenLocation[i]) f.evidence.push_back(places.leftoverLocations[i].display);
     }
-    if (f.bytes >= kLargestFilesFrom) {
+    // A Flatpak app's folder holds all it kept, things the user made in it too: its biggest
+    // files are shown whatever its size.
+    if (f.bytes >= kLargestFilesFrom || flatpak) {
       f.largestFiles = largestFilesOf(f.removablePaths, measurer);
     }
     result.findings.push_back(std::move(f));

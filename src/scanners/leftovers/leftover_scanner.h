@@ -47,14 +47,20 @@ Result scan(const Locations& places, const platform::Workspace& workspace,
 // of every installation, with the running apps and this program itself.
 std::set<std::string> installedBundleIDs(const Locations& places,
                                          const platform::Workspace& workspace);
+// The helpers, plug-ins and extensions one folder inside an app bundle (Contents/PlugIns,
+// Contents/Helpers, ...), each a folder or a link to one.
+std::vector<std::string> nestedBundles(const std::string& bundle);
 // The identifier or one of its shorter forms (trailing components dropped) is installed.
 bool isAccountedFor(const std::string& bundleID, const std::set<std::string>& installed);
 bool hasBundleIDShape(std::string_view candidate);
+// The name of a Flatpak app from its identifier: its last word that names something, capitalised
+// ("com.spotify.Client" is "Spotify", "org.gimp.GIMP" "GIMP", "org.kde.krita" "Krita").
+std::string flatpakAppName(std::string_view id);
 bool isNeverReported(std::string_view bundleID);
 
-// The location check every leftover path passes before it is listed or moved: inside one of
-// places.leftoverRoots (the home's Library, ~/.var/app on Linux; links resolved, "/private"
-// removed) and not under Desktop, Documents, /Applications, /Library or /System.
+// The location check every leftover path passes before it is listed or moved: the user's own,
+// inside one of places.leftoverRoots (the home's Library, ~/.var/app on Linux; links resolved,
+// "/private" removed) and not under Desktop, Documents, /Applications, /Library or /System.
 bool isAllowedPath(const std::string& path, const Locations& places);
 
 // The re-check before a leftover path moves: the path passes isAllowedPath, is still a direct

@@ -35,6 +35,13 @@ struct AppRecord {
   Kind kind = Kind::bundle;
   // An image file (PNG, SVG, XPM) of the app's icon, "" when none is known. Only read.
   std::string iconPath;
+  // The app's own folders in the home: its settings, data and caches as a Linux desktop keeps
+  // them (~/.config/<name>, ~/.cache/<name>, ~/.mozilla, ~/.var/app/<id>). Shown with their
+  // sizes, in the order found; never moved by an uninstall (their caches are cleared from the
+  // caches list).
+  std::vector<std::string> userFolders;
+  std::vector<std::int64_t> userFolderSizes;  // once measured, in the order of userFolders
+  std::int64_t userFolderBytes = 0;
   bool operator==(const AppRecord&) const = default;
 };
 

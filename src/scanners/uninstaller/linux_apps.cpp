@@ -10,6 +10,7 @@
 
 #include "base/paths.h"
 #include "base/time.h"
+#include "platform/file_reading.h"
 #include "platform/own_ground.h"
 #include "scanners/app_bundles.h"
 #include "scanners/folder_listing.h"
@@ -91,15 +92,6 @@ std::string unrooted(const std::string& path, const Locations& places) {
   return paths::standardize("/" + path.substr(places.root.size()));
 }
 
-std::string readText(const std::string& path, size_t limit) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) return {};
-  std::string text(limit, '\0');
-  in.read(text.data(), static_cast<std::streamsize>(text.size()));
-  text.resize(static_cast<size_t>(in.gcount()));
-  return text;
-}
-
 // Where a link points, as an absolute path (a relative target read from the link's folder).
 std::string linkTarget(const std::string& link) {
   char target[4096];
@@ -139,10 +131,11 @@ std::vector<Launcher> userLaunchers(const Locations& places) {
     std::string path = paths::join(places.launchers, e.name);
     if (!paths::isStrictlyWithin(resolved(path), home) || OwnGround::excludes(path, places))
       continue;
+    std::optional<TimePoint> accessed = accessTime(path);  // before reading changes it
     auto entry = platform::readDesktopEntry(path);
     if (!entry) continue;
     std::string program = platform::execProgram(entry->exec);
-    launchers.push_back({std::move(path), std::move(*entry), std::move(program)});
+    launchers.push_back({std::move(path), std::move(*entry), std::move(program), accessed});
   }
   return launchers;
 }
@@ -167,16 +160,17 @@ bool isMovableIcon(const std::string& path, const Locations& places) {
       !S_ISREG(s.st_mode) || !hasIconExtension(paths::lastComponent(path))) {
     return false;
   }
+  // Only in the user's icon folders, as written and once links are resolved: an icon named by
+  // a launcher anywhere else (Downloads, a project) is someone's file, not the app's.
+  std::string standard = paths::standardize(path);
   std::string file = resolved(path);
-  if (!paths::isStrictlyWithin(file, resolved(places.home))) return false;
-  for (const std::string* folder :
-       {&places.documents, &places.desktop, &places.pictures, &places.music, &places.movies}) {
-    if (!folder->empty() && (paths::isWithin(file, resolved(*folder)) ||
-                             paths::isWithin(paths::standardize(path), *folder))) {
-      return false;
-    }
+  bool inIconFolder = false;
+  for (const std::string* folder : {&places.icons, &places.pixmaps}) {
+    inIconFolder =
+        inIconFolder || (!folder->empty() && paths::isStrictlyWithin(standard, *folder) &&
+                         paths::isStrictlyWithin(file, resolved(*folder)));
   }
-  return !OwnGround::excludes(path, places);
+  return inIconFolder && !OwnGround::excludes(path, places);
 }
 
 std::vector<std::string> iconFilesOf(const std::string& icon, const Locations& places) {
@@ -198,35 +192,114 @@ std::vector<std::string> iconFilesOf(const std::string& icon, const Locations& p
       }
     }
   }
-  if (auto entries = listFolder(places.icons)) {
-    for (const FolderEntry& e : *entries) {
+  for (const std::string* folder : {&places.icons, &places.pixmaps}) {
+    if (folder->empty()) continue;
+    for (const FolderEntry& e : listFolder(*folder).value_or(std::vector<FolderEntry>{})) {
       // <name>.<extension>, and nothing longer: "foo.old.png" is not foo's.
       if (e.type != S_IFREG || !e.name.starts_with(icon + ".")) continue;
       if (e.name.substr(icon.size() + 1).find('.') != std::string::npos) continue;
-      std::string path = paths::join(places.icons, e.name);
+      std::string path = paths::join(*folder, e.name);
       if (isMovableIcon(path, places)) files.push_back(path);
     }
   }
   return files;
 }
 
-AppRecord describeAppImage(const std::string& path, const Locations& places,
-                           const std::vector<Launcher>& launchers,
-                           const std::set<std::string>& executables) {
+std::vector<std::string> otherLaunchersIcons(const Locations& places) {
+  std::vector<std::string> folders{places.systemLaunchers};
+  for (const std::string& installation : scanners::flatpakInstallations(places))
+    folders.push_back(paths::join(installation, "exports/share/applications"));
+  std::vector<std::string> icons;
+  for (const std::string& folder : folders) {
+    if (folder.empty()) continue;
+    for (const FolderEntry& e : listFolder(folder).value_or(std::vector<FolderEntry>{})) {
+      if ((e.type != S_IFREG && e.type != S_IFLNK) || !isLauncherName(e.name)) continue;
+      auto entry = platform::readDesktopEntry(paths::join(folder, e.name));
+      if (entry && !entry->icon.empty()) icons.push_back(entry->icon);
+    }
+  }
+  return icons;
+}
+
+namespace {
+
+// A name as icon and launcher files spell it: lower case, letters and digits only, so that
+// "appimagekit_1f-editor" and "appimagekit_1f_editor" or "Editor" and "editor" match.
+std::string nameKey(std::string_view name) {
+  std::string key;
+  for (char c : paths::asciiLower(name)) {
+    if ((c >= 'a' && c <= 'z') || (c >= '0' && c <= '9')) key += c;
+  }
+  return key;
+}
+
+std::string_view stemOf(std::string_view file) {
+  size_t dot = file.find('.');
+  return dot == std::string_view::npos || dot == 0 ? file : file.substr(0, dot);
+}
+
+// The names an icon of this AppImage may carry: the app's name, its file's name with and
+// without its version ("Krita-5.2.2-x86_64.AppImage": "Krita"), and its launchers' file names.
+std::set<std::string> appNames(const AppRecord& app, const Locations& places) {
+  std::set<std::string> names;
+  std::string file = withoutSuffix(paths::lastComponent(app.bundlePath), ".AppImage");
+  names.insert(nameKey(app.name));
+  names.insert(nameKey(file));
+  for (size_t i = 0; i + 1 < file.size(); ++i) {
+    if ((file[i] == '-' || file[i] == '_') && file[i + 1] >= '0' && file[i + 1] <= '9') {
+      names.insert(nameKey(file.substr(0, i)));
+      break;
+    }
+  }
+  for (const std::string& item : app.related) {
+    if (!places.launchers.empty() && paths::parent(item) == paths::standardize(places.launchers) &&
+        isLauncherName(paths::lastComponent(item))) {
+      names.insert(nameKey(withoutSuffix(paths::lastComponent(item), kLauncherExtension)));
+    }
+  }
+  names.erase("");
+  return names;
+}
+
+// Whether another launcher names this icon file: by the same file, or by the icon name the
+// file carries (a theme lookup of it would find this file).
+bool namedByOthers(const std::string& file, const std::vector<std::string>& otherIcons) {
+  std::string key = nameKey(stemOf(paths::lastComponent(file)));
+  std::string resolvedFile = resolved(file);
+  return std::any_of(otherIcons.begin(), otherIcons.end(), [&](const std::string& icon) {
+    if (icon.empty()) return false;
+    if (icon.front() == '/') return resolved(icon) == resolvedFile;
+    return nameKey(icon) == key || nameKey(stemOf(icon)) == key;
+  });
+}
+
+// The icon files of the app's own launchers that are the app's alone (see describeAppImage).
+bool isAppsOwnIcon(const std::string& file, const AppRecord& app, const Locations& places,
+                   const std::vector<std::string>& otherIcons) {
+  return isMovableIcon(file, places) &&
+         appNames(app, places).contains(nameKey(stemOf(paths::lastComponent(file)))) &&
+         !namedByOthers(file, otherIcons);
+}
+
+}  // namespace
+
+AppRecord describeAppImage(const std::string& path, std::optional<TimePoint> accessed,
+                           const Locations& places, const std::vector<Launcher>& launchers,
+                           const std::set<std::string>& executables,
+                           const std::vector<std::string>& otherIcons) {
   AppRecord r;
   r.kind = AppRecord::Kind::appImage;
   r.bundlePath = path;
   r.ino = inodeOf(path);
-  r.lastUsed = accessTime(path);
+  r.lastUsed = accessed;
 
   std::vector<const Launcher*> mine;
-  std::set<std::string> othersIcons;  // an icon another launcher shows stays with it
+  std::vector<std::string> othersIcons = otherIcons;  // an icon another launcher shows stays
   for (const Launcher& l : launchers) {
     if (startsAppImage(l.program, path, places)) {
       mine.push_back(&l);
-    } else {
-      for (std::string& file : iconFilesOf(l.entry.icon, places))
-        othersIcons.insert(std::move(file));
+    } else if (!l.entry.icon.empty()) {
+      othersIcons.push_back(l.entry.icon);
     }
   }
   for (std::string& link : linksToAppImage(path, places))
@@ -234,18 +307,19 @@ AppRecord describeAppImage(const std::string& path, const Locations& places,
   for (const Launcher* l : mine) {
     r.related.push_back(l->path);
     if (r.name.empty()) r.name = l->entry.name;
-    if (auto used = accessTime(l->path); used && (!r.lastUsed || *used > *r.lastUsed))
-      r.lastUsed = used;
+    if (l->accessed && (!r.lastUsed || *l->accessed > *r.lastUsed)) r.lastUsed = l->accessed;
   }
+  if (r.name.empty()) r.name = withoutSuffix(paths::lastComponent(path), ".AppImage");
+  std::vector<std::string> icons;
   for (const Launcher* l : mine) {
     for (std::string& file : iconFilesOf(l->entry.icon, places)) {
       if (r.iconPath.empty()) r.iconPath = file;
-      if (othersIcons.contains(file)) continue;
-      if (std::find(r.related.begin(), r.related.end(), file) == r.related.end())
-        r.related.push_back(std::move(file));
+      if (std::find(icons.begin(), icons.end(), file) == icons.end()) icons.push_back(file);
     }
   }
-  if (r.name.empty()) r.name = withoutSuffix(paths::lastComponent(path), ".AppImage");
+  for (std::string& file : icons) {
+    if (isAppsOwnIcon(file, r, places, othersIcons)) r.related.push_back(std::move(file));
+  }
   r.running =
       executables.contains(paths::standardize(path)) || executables.contains(resolved(path));
   return r;
@@ -276,7 +350,13 @@ bool stillRelatedToAppImage(const std::string& path, const AppRecord& app,
     auto entry = platform::readDesktopEntry(standard);
     return entry && startsAppImage(platform::execProgram(entry->exec), app.bundlePath, places);
   }
-  return isMovableIcon(standard, places);
+  // An icon: still the app's alone, as no other launcher (the user's, the distribution's, a
+  // Flatpak app's) names it now. The app's own launchers may be in the Trash already.
+  std::vector<std::string> others = otherLaunchersIcons(places);
+  for (const Launcher& l : userLaunchers(places)) {
+    if (!startsAppImage(l.program, app.bundlePath, places)) others.push_back(l.entry.icon);
+  }
+  return isAppsOwnIcon(standard, app, places, others);
 }
 
 std::vector<AppRecord> describeFlatpaks(const Locations& places,
@@ -351,12 +431,12 @@ std::vector<std::pair<std::string, std::int64_t>> installedSizes(const std::stri
       installed = line.ends_with(" installed");
     } else if (line.starts_with("Installed-Size: ")) {
       std::string_view digits = line.substr(16);
+      // At most 15 digits: a size of KiB that still fits in bytes.
+      bool ok = !digits.empty() && digits.size() < 16 &&
+                digits.find_first_not_of("0123456789") == std::string_view::npos;
       std::int64_t value = 0;
-      bool ok = !digits.empty() && digits.size() < 16;
-      for (char c : digits) {
-        if (c < '0' || c > '9') ok = false;
+      for (char c : ok ? digits : std::string_view())
         value = value * 10 + (c - '0');
-      }
       kib = ok ? value : -1;
     }
   }
@@ -392,8 +472,9 @@ std::vector<AppRecord> describePackages(const Locations& places) {
   std::map<std::string, std::int64_t> sizes;
   if (!owners.empty()) {
     // The status file of a desktop system is a few MB.
-    for (auto& [package, kib] :
-         installedSizes(readText(paths::join(places.packageDatabase, "status"), 64 << 20)))
+    for (auto& [package, kib] : installedSizes(
+             platform::readFileHead(paths::join(places.packageDatabase, "status"), 64 << 20)
+                 .value_or("")))
       sizes.emplace(package, kib);
   }
 

@@ -18,7 +18,8 @@ namespace dw::AppUninstaller {
 struct Launcher {
   std::string path;
   platform::DesktopEntry entry;
-  std::string program;  // what its Exec starts (see platform::execProgram)
+  std::string program;                // what its Exec starts (see platform::execProgram)
+  std::optional<TimePoint> accessed;  // its access time before it was read: when it was used
 };
 std::vector<Launcher> userLaunchers(const Locations& places);
 
@@ -28,27 +29,37 @@ bool startsAppImage(const std::string& program, const std::string& appImage,
                     const Locations& places);
 
 // An icon file that may move with an AppImage: a regular file (not a link) with an image
-// extension, inside the home once links are resolved, outside the user's own folders
-// (Documents, Desktop, Pictures, Music, Videos) and outside our own ground.
+// extension in the user's icon folders (places.icons, places.pixmaps: ~/.local/share/icons and
+// ~/.local/share/pixmaps), as written and once links are resolved, outside our own ground.
 bool isMovableIcon(const std::string& path, const Locations& places);
-// The files of the icon a launcher names: an absolute path taken as it stands, or a name looked
-// up as icons/hicolor/<size>/apps/<name>.png|.svg and icons/<name>.<extension> of the user's
-// data folder. Only movable icons.
+// The files of the icon a launcher names that lie in the user's icon folders: an absolute path
+// taken as it stands, or a name looked up as icons/hicolor/<size>/apps/<name>.png|.svg and
+// <name>.<extension> in the icon folders. Only movable icons.
 std::vector<std::string> iconFilesOf(const std::string& icon, const Locations& places);
+// The Icon= of every launcher of the distribution's and of every Flatpak installation's
+// exports: icons those apps show, never an AppImage's alone.
+std::vector<std::string> otherLaunchersIcons(const Locations& places);
 
 // The links in the AppImage folders that point at this AppImage (~/.local/bin/tool ->
 // ~/Applications/Tool.AppImage): they would point at nothing once it goes.
 std::vector<std::string> linksToAppImage(const std::string& appImage, const Locations& places);
 
 // The record of an AppImage with its sizes still 0. Related items, in order: the links to it,
-// the launchers that start it, and the icons those launchers name, unless another launcher
-// names the same icon. running: a process executes the file (one of executables).
-AppRecord describeAppImage(const std::string& path, const Locations& places,
-                           const std::vector<Launcher>& launchers,
-                           const std::set<std::string>& executables);
+// the launchers that start it, and the icons those launchers name that are the app's own:
+// movable icons (in the user's icon folders) named after the app (its name, its file's name
+// with or without the version, or one of its launchers' file names, compared in lower case
+// on letters and digits) that no other launcher names, by file or by icon name (the user's
+// other launchers, and otherIcons: see otherLaunchersIcons). running: a process executes the
+// file (one of executables). lastUsed: the latest access time of the file and its launchers,
+// as they were before anything of ours read them (accessed: the file's).
+AppRecord describeAppImage(const std::string& path, std::optional<TimePoint> accessed,
+                           const Locations& places, const std::vector<Launcher>& launchers,
+                           const std::set<std::string>& executables,
+                           const std::vector<std::string>& otherIcons);
 // The re-check before a related item of an AppImage moves: a link of the AppImage folders still
 // pointing at its path, a launcher still in places.launchers whose Exec still starts its path,
-// or a movable icon.
+// or an icon that is still the app's own (as describeAppImage decides, against the launchers
+// there are now).
 bool stillRelatedToAppImage(const std::string& path, const AppRecord& app, const Locations& places);
 
 // The Flatpak apps of every installation (sizes 0), named by their exported launcher.

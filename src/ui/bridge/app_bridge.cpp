@@ -159,7 +159,7 @@ QVariantList AppBridge::clearedGroups() const {
   for (const auto& group : ClearedLog::groupBySession(model_->clearedEntries())) {
     QVariantList entries;
     for (const auto& e : group.entries) {
-      ClearedLog::Status status = ClearedLog::status(e);
+      ClearedLog::Status status = ClearedLog::status(e, model_->places());
       std::string putBackAt =
           e.putBackAt
               ? localShortTime(QDateTime::fromSecsSinceEpoch(Clock::to_time_t(*e.putBackAt)).time())
@@ -174,19 +174,21 @@ QVariantList AppBridge::clearedGroups() const {
           {"canPutBack", status == ClearedLog::Status::inTrash}});
     }
     QString date = localDateText(group.latest, now);
-    groups.append(QVariantMap{
-        {"dateText", date},
-        {"header",
-         QString::fromStdString(texts::cleared::groupHeader(
-             date.toStdString(), static_cast<std::int64_t>(group.entries.size()), group.bytes))},
-        {"entries", entries}});
+    groups.append(QVariantMap{{"dateText", date},
+                              {"header", QString::fromStdString(texts::cleared::cardHeader(
+                                             date.toStdString(), group.entries, group.bytes))},
+                              {"entries", entries}});
   }
   return groups;
 }
 
 QString AppBridge::clearedTitle() const {
-  return QString::fromStdString(
-      texts::cleared::title(texts::cleared::bytesInTrash(model_->clearedEntries())));
+  return QString::fromStdString(texts::cleared::title(
+      texts::cleared::bytesInTrash(model_->clearedEntries(), model_->places())));
+}
+
+QString AppBridge::clearedShareNote() const {
+  return QString::fromStdString(texts::cleared::shareNote(model_->clearedEntries()));
 }
 
 FindingListModel* AppBridge::findings(FindingListModel::Kind kind) {

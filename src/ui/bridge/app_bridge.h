@@ -52,6 +52,8 @@ class AppBridge : public QObject {
   Q_PROPERTY(int clearedCount READ clearedCount NOTIFY clearedChanged)
   Q_PROPERTY(QVariantList clearedGroups READ clearedGroups NOTIFY clearedChanged)
   Q_PROPERTY(QString clearedTitle READ clearedTitle NOTIFY clearedChanged)
+  // Said on Recently Cleared when it lists a share: there is nothing to put back.
+  Q_PROPERTY(QString clearedShareNote READ clearedShareNote NOTIFY clearedChanged)
   Q_PROPERTY(dw::ui::OverviewModel* overview READ overview CONSTANT)
   Q_PROPERTY(dw::ui::DuplicateListModel* duplicates READ duplicates CONSTANT)
   Q_PROPERTY(dw::ui::SpaceMapModel* spaceMap READ spaceMap CONSTANT)
@@ -93,6 +95,7 @@ class AppBridge : public QObject {
   QVariantList clearedGroups() const;
   // What is still in the Trash of what the log lists: "1.2 GB moved to the Trash".
   QString clearedTitle() const;
+  QString clearedShareNote() const;
   // The clock Recently Cleared tells its dates by (the system's unless a test fixes one).
   void setClock(std::function<TimePoint()> now);
   OverviewModel* overview() { return overview_.get(); }

@@ -145,6 +145,16 @@ QVariantList AppListModel::currentItems() const {
                            {"place", place(path)},
                            {"size", size(AppUninstaller::relatedSize(*app, i))}});
   }
+  // Its folders in the home stay whatever happens to the app; the first says so.
+  for (size_t i = 0; i < app->userFolders.size(); ++i) {
+    const std::string& path = app->userFolders[i];
+    std::optional<std::int64_t> bytes;
+    if (i < app->userFolderSizes.size()) bytes = app->userFolderSizes[i];
+    out.append(QVariantMap{{"name", name(path)},
+                           {"place", place(path)},
+                           {"size", size(bytes)},
+                           {"heading", i == 0 ? q(texts::apps::kUserFoldersHeading) : QString()}});
+  }
   return out;
 }
 

@@ -7,6 +7,7 @@
 #include "findings/size_text.h"
 #include "platform/desktop.h"
 #include "texts/duplicates.h"
+#include "texts/sharing.h"
 
 namespace dw::ui {
 
@@ -45,6 +46,9 @@ void DuplicateListModel::modelChanged(ScanModel::Field field) {
       break;
     case F::duplicateScope:
       emit scopeChanged();
+      break;
+    case F::duplicateSharing:
+      emit selectionChanged();
       break;
     case F::duplicateProgress:
     case F::duplicatesScanning:
@@ -197,7 +201,9 @@ QString DuplicateListModel::footerSummary() const {
 }
 
 QString DuplicateListModel::footerDetail() const {
-  return q(copies::kFooterDetail);
+  const bool offered = canShare() && !model_.duplicateSelected().empty();
+  return QString::fromStdString(copies::footerDetail(
+      offered ? std::optional<Sharing::Plan>(model_.sharePlan()) : std::nullopt));
 }
 
 QString DuplicateListModel::emptySymbol() const {
@@ -263,6 +269,14 @@ void DuplicateListModel::reveal(const QString& key) {
 
 void DuplicateListModel::requestMove() {
   model_.requestConfirm(ConfirmScope::duplicates);
+}
+
+QString DuplicateListModel::shareTitle() const {
+  return canShare() ? q(texts::sharing::kButton) : QString();
+}
+
+void DuplicateListModel::requestShare() {
+  model_.requestConfirm(ConfirmScope::sharing);
 }
 
 }  // namespace dw::ui

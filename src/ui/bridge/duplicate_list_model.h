@@ -28,7 +28,11 @@ class DuplicateListModel : public QAbstractListModel {
   Q_PROPERTY(QString sectionTitle READ sectionTitle NOTIFY listChanged)
   Q_PROPERTY(QString sectionDetail READ sectionDetail CONSTANT)
   Q_PROPERTY(QString footerSummary READ footerSummary NOTIFY selectionChanged)
-  Q_PROPERTY(QString footerDetail READ footerDetail CONSTANT)
+  Q_PROPERTY(QString footerDetail READ footerDetail NOTIFY selectionChanged)
+  // "Share copies" is offered only where some group's file system shares blocks between files:
+  // shareTitle is its button's title there, else "".
+  Q_PROPERTY(bool canShare READ canShare NOTIFY selectionChanged)
+  Q_PROPERTY(QString shareTitle READ shareTitle NOTIFY selectionChanged)
   Q_PROPERTY(bool canClear READ canClear NOTIFY selectionChanged)
   Q_PROPERTY(QString emptySymbol READ emptySymbol CONSTANT)
   Q_PROPERTY(QString emptyTitle READ emptyTitle CONSTANT)
@@ -77,6 +81,8 @@ class DuplicateListModel : public QAbstractListModel {
   QString footerSummary() const;
   QString footerDetail() const;
   bool canClear() const { return !model_.duplicateSelected().empty(); }
+  bool canShare() const { return model_.canShareDuplicates(); }
+  QString shareTitle() const;
   QString emptySymbol() const;
   QString emptyTitle() const;
   QString emptyDetail() const;
@@ -99,6 +105,8 @@ class DuplicateListModel : public QAbstractListModel {
   Q_INVOKABLE void selectNone();
   Q_INVOKABLE void reveal(const QString& key);
   Q_INVOKABLE void requestMove();
+  // "Share copies": the question of sharing the selected copies instead of moving them.
+  Q_INVOKABLE void requestShare();
 
   void modelChanged(ScanModel::Field field);
 

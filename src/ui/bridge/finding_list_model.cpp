@@ -98,6 +98,8 @@ QVariant FindingListModel::data(const QModelIndex& index, int role) const {
       return QString::fromStdString(notes::lastUsedText(f));
     case LocationRole:
       return QString::fromStdString(f.path);
+    case LargestFilesRole:
+      return QString::fromStdString(notes::largestFilesText(f));
   }
   return {};
 }
@@ -114,7 +116,8 @@ QHash<int, QByteArray> FindingListModel::roleNames() const {
           {ShowsLockRole, "showsLock"},
           {WhySafeRole, "whySafe"},
           {LastUsedRole, "lastUsed"},
-          {LocationRole, "location"}};
+          {LocationRole, "location"},
+          {LargestFilesRole, "largestFiles"}};
 }
 
 FindingListModel::Kind FindingListModel::kind() const {

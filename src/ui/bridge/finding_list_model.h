@@ -49,6 +49,7 @@ class FindingListModel : public QAbstractListModel {
     WhySafeRole,
     LastUsedRole,
     LocationRole,
+    LargestFilesRole,
   };
 
   FindingListModel(ScanModel& model, Finding::Kind kind, QObject* parent = nullptr);

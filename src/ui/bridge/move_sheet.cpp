@@ -85,7 +85,7 @@ QString MoveSheet::title() const {
 }
 
 QString MoveSheet::size() const {
-  return QString::fromStdString(sizeText(model_.moves().bytes()));
+  return QString::fromStdString(texts::questionSize(model_.moves().kind(), model_.moves().bytes()));
 }
 
 QString MoveSheet::showAllText() const {
@@ -123,12 +123,25 @@ int MoveSheet::listed() const {
   return texts::kConfirmListed;
 }
 
-QString MoveSheet::putBackLine() const {
-  return q(texts::kConfirmPutBackLine);
+QString MoveSheet::symbol() const {
+  return QString::fromStdString(words().symbol);
 }
 
-QString MoveSheet::emptyLine() const {
-  return q(texts::kConfirmEmptyLine);
+QStringList MoveSheet::reassurances() const {
+  QStringList lines{QString::fromStdString(words().putBackLine),
+                    QString::fromStdString(words().emptyLine)};
+  if (std::string stays = model_.moves().staysLine(); !stays.empty()) {
+    lines.append(QString::fromStdString(stays));
+  }
+  return lines;
+}
+
+QString MoveSheet::action() const {
+  return QString::fromStdString(words().action);
+}
+
+texts::QuestionWords MoveSheet::words() const {
+  return texts::questionWords(model_.moves().kind(), model_.wording());
 }
 
 QString MoveSheet::keysHint() const {

@@ -1,15 +1,17 @@
 #pragma once
-// The confirm sheet's view of the model's one confirmation (MoveRunner), for every kind of move:
-// its stage, the question with what would move, the progress, and the outcome. The sheet shows
-// these and decides nothing.
+// The confirm sheet's view of the model's one confirmation (MoveRunner), for every kind of move
+// (a share of extra copies included): its stage, the question with what would move and its
+// words, the progress, and the outcome. The sheet shows these and decides nothing.
 
 #include <QtQml/qqmlregistration.h>
 #include <QAbstractListModel>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <optional>
 
 #include "model/scan_model.h"
+#include "texts/moves.h"
 
 namespace dw::ui {
 
@@ -52,8 +54,12 @@ class MoveSheet : public QObject {
   Q_PROPERTY(QString outcome READ outcome NOTIFY changed)
   Q_PROPERTY(bool offerRecentlyCleared READ offerRecentlyCleared NOTIFY changed)
   Q_PROPERTY(int listed READ listed CONSTANT)
-  Q_PROPERTY(QString putBackLine READ putBackLine CONSTANT)
-  Q_PROPERTY(QString emptyLine READ emptyLine CONSTANT)
+  // The words that follow from what the question does (a move to the Trash, or a share): its
+  // icon, its reassurances (the two of every move, then what stays as it is and why, when
+  // something does), its button.
+  Q_PROPERTY(QString symbol READ symbol NOTIFY itemsChanged)
+  Q_PROPERTY(QStringList reassurances READ reassurances NOTIFY itemsChanged)
+  Q_PROPERTY(QString action READ action NOTIFY itemsChanged)
   Q_PROPERTY(QString keysHint READ keysHint CONSTANT)
 
  public:
@@ -79,11 +85,12 @@ class MoveSheet : public QObject {
   QString outcome() const;
   bool offerRecentlyCleared() const;
   int listed() const;
-  QString putBackLine() const;
-  QString emptyLine() const;
+  QString symbol() const;
+  QStringList reassurances() const;
+  QString action() const;
   QString keysHint() const;
 
-  // Move to Trash.
+  // Move to Trash (or Share copies).
   Q_INVOKABLE void move();
   // Cancel, Return and Esc: takes the question down, or stops a move after the item in hand, or
   // takes the outcome down.
@@ -108,6 +115,8 @@ class MoveSheet : public QObject {
   void itemsChanged();
 
  private:
+  texts::QuestionWords words() const;
+
   ScanModel& model_;
   MoveItemsModel items_;
   std::optional<Picture> picture_;

@@ -17,6 +17,7 @@ Item {
     property string whySafe
     property string lastUsed
     property string location
+    property string largestFiles
     property bool sizeMuted: false
     property bool startsExpanded: false
     property string proofActionTitle
@@ -125,6 +126,8 @@ Item {
         Text { Layout.fillWidth: true; text: row.lastUsed; color: Theme.text; font.pixelSize: Theme.smallSize + 1 }
         Text { text: "Location"; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1; Layout.alignment: Qt.AlignTop }
         Text { Layout.fillWidth: true; text: row.location; color: Theme.text; font.pixelSize: Theme.smallSize + 1; wrapMode: Text.WrapAnywhere }
+        Text { visible: row.largestFiles !== ""; text: "Largest files"; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1; Layout.alignment: Qt.AlignTop }
+        Text { objectName: "row.largestFiles"; visible: row.largestFiles !== ""; Layout.fillWidth: true; text: row.largestFiles; color: Theme.text; font.pixelSize: Theme.smallSize + 1; wrapMode: Text.WordWrap }
         Item { width: 1; height: 1; visible: row.proofActionTitle !== "" }
         DwButton {
             objectName: "row.proof"

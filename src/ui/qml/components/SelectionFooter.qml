@@ -2,13 +2,17 @@ import QtQuick
 import QtQuick.Layouts
 import Dustwhale
 
-// The bottom bar of a clean list: what is selected, the reassurance, and the move button.
+// The bottom bar of a clean list: what is selected, the reassurance, and the move button;
+// beside it, where a page offers one, a second way (the Duplicates page's "Share copies").
 Rectangle {
     id: footer
     property string summary
     property string detail
     property bool enabled: false
+    property string otherAction: ""
+    property bool otherEnabled: false
     signal action()
+    signal other()
 
     implicitHeight: 64
     color: Theme.window
@@ -39,6 +43,13 @@ Rectangle {
                 font.pixelSize: Theme.smallSize + 1
                 elide: Text.ElideRight
             }
+        }
+        DwButton {
+            objectName: "footer.other"
+            visible: footer.otherAction !== ""
+            text: footer.otherAction
+            enabled: footer.otherEnabled
+            onClicked: footer.other()
         }
         DwButton {
             objectName: "footer.move"

@@ -142,6 +142,7 @@ Item {
                         required whySafe
                         required lastUsed
                         required location
+                        required largestFiles
                         width: listView.width
                         showsSeparator: index < listView.count - 1
                         proofActionTitle: App.revealTitle

@@ -268,6 +268,9 @@ Item {
             detail: page.list.footerDetail
             enabled: page.list.canClear && !page.scanning
             onAction: page.list.requestMove()
+            otherAction: page.list.shareTitle
+            otherEnabled: page.list.canClear && !page.scanning
+            onOther: page.list.requestShare()
         }
     }
 }

@@ -47,6 +47,15 @@ Item {
                     font.pixelSize: Theme.bodySize
                     wrapMode: Text.WordWrap
                 }
+                Text {
+                    objectName: "cleared.shareNote"
+                    visible: App.clearedShareNote !== ""
+                    width: parent.width
+                    text: App.clearedShareNote
+                    color: Theme.secondaryText
+                    font.pixelSize: Theme.bodySize
+                    wrapMode: Text.WordWrap
+                }
             }
             DwButton {
                 objectName: "cleared.openTrash"

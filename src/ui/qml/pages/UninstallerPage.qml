@@ -217,6 +217,18 @@ Item {
                             width: ListView.view.width
                             spacing: 1
                             Text {
+                                objectName: "apps.itemsGroupHeading"
+                                visible: (item.modelData.heading || "") !== ""
+                                width: parent.width
+                                topPadding: 6
+                                bottomPadding: 4
+                                text: item.modelData.heading || ""
+                                color: Theme.tertiaryText
+                                font.pixelSize: Theme.smallSize
+                                font.weight: Font.DemiBold
+                                wrapMode: Text.WordWrap
+                            }
+                            Text {
                                 objectName: "apps.itemName"
                                 width: parent.width
                                 text: item.modelData.name

@@ -22,7 +22,8 @@ Sheet {
         }
         Text { Layout.alignment: Qt.AlignHCenter; Layout.topMargin: 6; text: "Dustwhale"; color: Theme.text; font.pixelSize: Theme.titleSize; font.weight: Font.Bold }
         Text { Layout.alignment: Qt.AlignHCenter; text: "Big space back. Nothing lost."; color: Theme.secondaryText; font.pixelSize: Theme.bodySize + 1 }
-        Text { Layout.alignment: Qt.AlignHCenter; text: App.versionLine; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1 }
+        Text { objectName: "about.version"; Layout.alignment: Qt.AlignHCenter; text: App.versionLine; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1 }
+        Text { objectName: "about.licence"; Layout.alignment: Qt.AlignHCenter; text: "Free software under the Apache License 2.0"; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1 }
         Text {
             Layout.fillWidth: true
             Layout.topMargin: 8

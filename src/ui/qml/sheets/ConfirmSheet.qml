@@ -4,7 +4,8 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Dustwhale
 
-// "Move N items to the Trash?": what will move, the reassurance, Cancel and Move to Trash.
+// "Move N items to the Trash?": what will move, the reassurance, Cancel and Move to Trash (a
+// share's question in its own words: what each copy gives back, what stays and why).
 // Return and Esc both cancel; the move starts only from the button. While the move runs it
 // shows progress, and when it is done a checkmark, the outcome and a way to Recently Cleared.
 // Every state is the model's (App.moves); the sheet only shows it.
@@ -87,7 +88,7 @@ Sheet {
                     Layout.alignment: Qt.AlignTop
                     width: 40; height: 40; radius: 10
                     color: Theme.accentTint
-                    Icon { anchors.centerIn: parent; symbol: "trash"; size: 22; color: Theme.accent }
+                    Icon { anchors.centerIn: parent; symbol: sheet.moves.symbol; size: 22; color: Theme.accent }
                 }
                 Column {
                     Layout.fillWidth: true
@@ -175,13 +176,13 @@ Sheet {
                 Layout.fillWidth: true
                 spacing: 4
                 Repeater {
-                    model: [sheet.moves.putBackLine, sheet.moves.emptyLine]
+                    model: sheet.moves.reassurances
                     Row {
                         id: line
                         required property string modelData
                         spacing: 8
                         Icon { symbol: "checkmark"; size: 13; color: Theme.accent; anchors.verticalCenter: parent.verticalCenter }
-                        Text { text: line.modelData; color: Theme.secondaryText; font.pixelSize: Theme.smallSize + 1 }
+                        Text { width: column.width - 21; wrapMode: Text.WordWrap; text: line.modelData; color: Theme.secondaryText; font.pixelSize: Theme.smallSize + 1 }
                     }
                 }
             }
@@ -231,7 +232,7 @@ Sheet {
                 DwButton {
                     objectName: "confirm.move"
                     primary: true
-                    text: "Move to Trash"
+                    text: sheet.moves.action
                     focusPolicy: Qt.NoFocus
                     enabled: !sheet.moves.moving && sheet.moves.count > 0
                     onClicked: sheet.moves.move()

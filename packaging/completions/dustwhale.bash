@@ -11,12 +11,12 @@ _dustwhale_options() {
   case $1 in
     scan | history | apps) echo "$_dustwhale_place_options --json" ;;
     clear) echo "$_dustwhale_place_options --kind --suggested --id --dry-run --yes" ;;
-    put-back) echo "$_dustwhale_place_options" ;;
+    put-back) echo "$_dustwhale_place_options --clear --last" ;;
     measure) echo "--json" ;;
     duplicates)
-      echo "$_dustwhale_place_options --scope --json --clear --share --keep-oldest --dry-run --yes"
+      echo "$_dustwhale_place_options --scope --json --clear --share --keep --dry-run --yes"
       ;;
-    space-map) echo "$_dustwhale_place_options --depth --json" ;;
+    space-map) echo "$_dustwhale_place_options --depth --full --json" ;;
     uninstall) echo "$_dustwhale_place_options --dry-run --yes" ;;
   esac
   echo "--help"

@@ -76,6 +76,10 @@ complete -c dustwhale -n '__fish_seen_subcommand_from clear' -l id -r -F \
     -d 'A finding: a path, ~/path or leftover:ID'
 
 complete -c dustwhale -n '__fish_seen_subcommand_from put-back' -a '(__dustwhale_cleared_ids)'
+complete -c dustwhale -n '__fish_seen_subcommand_from put-back' -l clear -x \
+    -d 'Every item of one clear still in the Trash'
+complete -c dustwhale -n '__fish_seen_subcommand_from put-back' -l last \
+    -d 'Every item of the most recent clear still in the Trash'
 
 complete -c dustwhale -n '__fish_seen_subcommand_from measure uninstall' -F
 
@@ -85,8 +89,11 @@ complete -c dustwhale -n '__fish_seen_subcommand_from duplicates' -l clear \
     -d 'Move every extra copy to the Trash'
 complete -c dustwhale -n '__fish_seen_subcommand_from duplicates' -l share \
     -d "Make every extra copy use its kept copy's blocks"
-complete -c dustwhale -n '__fish_seen_subcommand_from duplicates' -l keep-oldest \
-    -d 'Keep the oldest copy instead of the newest'
+complete -c dustwhale -n '__fish_seen_subcommand_from duplicates' -l keep -x \
+    -a 'newest oldest downloads movies music pictures (__fish_complete_directories)' \
+    -d 'Which copy of each group stays'
 
 complete -c dustwhale -n '__fish_seen_subcommand_from space-map' -l depth -x -a '0 1 2 3' \
     -d 'Levels below the home folder'
+complete -c dustwhale -n '__fish_seen_subcommand_from space-map' -l full \
+    -d 'Complete sizes: walk the whole home folder'

@@ -42,10 +42,11 @@ std::string absolutePath(const std::string& path) {
 }
 
 // A large file at the move: still a regular file meeting the listing's size rule, measured now
-// through the descriptor it moves from, and logged at that size.
+// through the descriptor it moves from, and logged at what it takes on disk (what the move gives
+// back once the Trash is emptied; a sparse file's is below its length).
 bool stillLarge(const platform::ItemAt& item, std::int64_t& bytes) {
   if (!S_ISREG(item.stat.st_mode) || item.stat.st_size < DiskSizer::kLargeFileMinimum) return false;
-  bytes = static_cast<std::int64_t>(item.stat.st_size);
+  bytes = static_cast<std::int64_t>(item.stat.st_blocks) * 512;
   return true;
 }
 

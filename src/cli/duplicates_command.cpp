@@ -1,3 +1,6 @@
+#include <sys/stat.h>
+
+#include <filesystem>
 #include <iostream>
 
 #include "base/paths.h"
@@ -25,6 +28,53 @@ Scope scopeNamed(const std::vector<std::string>& names) {
     if (name == "pictures") scope.insert(Scope::pictures);
   }
   return scope;
+}
+
+// The copy --keep names in a group: the newest or the oldest dated copy, or the first copy (in
+// the order that puts the default keeper first) inside the folder named; none keeps the default.
+const DuplicateScanner::FileRef* keeperOf(const DuplicateScanner::Group& group,
+                                          const std::string& keep, const std::string& folder) {
+  const DuplicateScanner::FileRef* chosen = nullptr;
+  for (const auto& file : group.files) {
+    if (keep == "newest" || keep == "oldest") {
+      if (file.modified == DuplicateScanner::kDistantPast) continue;
+      if (!chosen ||
+          (keep == "newest" ? file.modified > chosen->modified : file.modified < chosen->modified))
+        chosen = &file;
+    } else if (paths::isStrictlyWithin(paths::standardize(file.path), folder)) {
+      return &file;
+    }
+  }
+  return chosen;
+}
+
+// The folder --keep names: one of the searched folders by its scope name ("pictures"), else a
+// folder path (relative to the working folder). Throws UsageError for anything else.
+std::string keepFolder(const std::string& keep, const Locations& places) {
+  Scope named = scopeNamed({keep});
+  if (!named.isEmpty()) {
+    for (std::int64_t member : {Scope::downloads, Scope::movies, Scope::music, Scope::pictures}) {
+      if (named.contains(member)) {
+        const std::string& folder = member == Scope::downloads ? places.downloads
+                                    : member == Scope::movies  ? places.movies
+                                    : member == Scope::music   ? places.music
+                                                               : places.pictures;
+        if (folder.empty()) throw UsageError("this home has no " + keep + " folder");
+        return paths::standardize(folder);
+      }
+    }
+  }
+  std::string path = keep;
+  if (!path.empty() && path.front() != '/') {
+    std::error_code error;
+    path = std::filesystem::current_path(error).string() + "/" + path;
+  }
+  struct stat s {};
+  if (keep.empty() || ::stat(path.c_str(), &s) != 0 || !S_ISDIR(s.st_mode)) {
+    throw UsageError("--keep takes newest, oldest or a folder; " + displayText(keep) +
+                     " is not a folder");
+  }
+  return paths::standardize(path);
 }
 
 std::string dateText(TimePoint when) {
@@ -110,7 +160,7 @@ Runner addDuplicates(CLI::App& app) {
     bool json = false;
     bool clear = false;
     bool share = false;
-    bool keepOldest = false;
+    std::string keep;
     bool dryRun = false;
     bool yes = false;
   };
@@ -135,19 +185,28 @@ Runner addDuplicates(CLI::App& app) {
                               "that share them (Btrfs, XFS with reflink): every file stays where "
                               "it is and the space comes back at once")
                     ->excludes(clear);
-  cmd->add_flag("--keep-oldest", options->keepOldest, "Keep the oldest copy instead of the newest");
+  cmd->add_option("--keep", options->keep,
+                  namingFolders("Which copy of each group stays: newest, oldest, or the one in "
+                                "FOLDER (a path, or downloads, movies, music, pictures); by "
+                                "default the one in Pictures, Music or Movies before Downloads, "
+                                "the oldest first",
+                                folderNames(Locations::platformDefault(currentHome()))))
+      ->type_name("newest|oldest|FOLDER");
   cmd->add_flag("--dry-run", options->dryRun, "List what would move or share; change nothing");
   cmd->add_flag("--yes", options->yes, "Do not ask (needed without a terminal)");
   json->excludes(clear);
   json->excludes(share);
 
   return [options] {
-    if ((options->keepOldest || options->dryRun || options->yes) && !options->clear &&
+    if ((!options->keep.empty() || options->dryRun || options->yes) && !options->clear &&
         !options->share) {
-      std::cerr << "dustwhale: --keep-oldest, --dry-run and --yes go with --clear or --share\n";
+      std::cerr << "dustwhale: --keep, --dry-run and --yes go with --clear or --share\n";
       return 2;
     }
     Locations places = options->places.locations();
+    std::string folder;
+    if (!options->keep.empty() && options->keep != "newest" && options->keep != "oldest")
+      folder = keepFolder(options->keep, places);
     if ((options->clear || options->share) && !options->dryRun) {
       if (auto refused = refuseInAnotherUsersHome(places)) return *refused;
     }
@@ -181,9 +240,11 @@ Runner addDuplicates(CLI::App& app) {
       return 0;
     }
 
-    if (options->keepOldest) {
-      for (const auto& group : model.duplicateGroups())
-        model.keepCopy(group.hashHex, group.files.back().path);
+    if (!options->keep.empty()) {
+      for (const auto& group : model.duplicateGroups()) {
+        if (const auto* keeper = keeperOf(group, options->keep, folder))
+          model.keepCopy(group.hashHex, keeper->path);
+      }
     }
     model.selectExtraCopies();
     if (options->share) return shareCopies(session, options->dryRun, options->yes);

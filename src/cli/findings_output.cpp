@@ -16,6 +16,7 @@ json::Value findingJson(const Finding& f) {
   out.set("name", f.name);
   out.set("path", f.path);
   out.set("bytes", f.bytes);
+  if (f.kind == Finding::Kind::file) out.set("length", f.length);
   out.set("note", f.note);
   out.set("suggested", f.suggested);
   out.set("removable", f.removable);
@@ -77,8 +78,8 @@ void printScanText(const ScanModel& model) {
     for (const auto& f : model.caches()) {
       if (f.kind != kind) continue;
       const char* mark = model.selected().count(f.id) ? "[x]" : (f.removable ? "[ ]" : " - ");
-      std::cout << "  " << mark << ' ' << displayText(f.name) << " · " << sizeText(f.bytes) << " · "
-                << notes::badge(f) << '\n'
+      std::cout << "  " << mark << ' ' << displayText(f.name) << " · "
+                << sizeOnDiskText(f.length, f.bytes) << " · " << notes::badge(f) << '\n'
                 << "      " << displayText(notes::summary(f)) << '\n'
                 << "      " << displayText(f.path);
       if (kind == Finding::Kind::leftover) std::cout << "  (" << displayText(f.id) << ')';

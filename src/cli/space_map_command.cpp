@@ -57,6 +57,7 @@ Runner addSpaceMap(CLI::App& app) {
     PlaceOptions places;
     int depth = SpaceMap::kMaxDepth;
     bool json = false;
+    bool full = false;
   };
   auto options = std::make_shared<Options>();
   CLI::App* cmd = app.add_subcommand(
@@ -65,14 +66,17 @@ Runner addSpaceMap(CLI::App& app) {
   cmd->add_option("--depth", options->depth, "Levels below the home folder to show (0 to 3)")
       ->check(CLI::Range(0, SpaceMap::kMaxDepth));
   cmd->add_flag("--json", options->json, "Print the tree as one JSON object");
+  cmd->add_flag("--full", options->full,
+                "Complete sizes: walk the whole home folder, each folder counting everything in "
+                "it (the quick map counts three levels down)");
 
   return [options] {
     Session session(options->places.locations());
     ScanModel& model = session.model();
-    model.buildSpaceMap();
+    model.buildSpaceMap(options->full);
     session.runUntil([&] { return !model.isSpaceMapRunning(); },
                      [&model] { model.cancelSpaceMap(); });
-    if (!model.spaceRoot()) {
+    if (!model.spaceRoot() || (options->full && !model.spaceComplete())) {
       std::cerr << displayText(model.message()) << '\n';
       return session.unfinishedStatus();
     }

@@ -24,7 +24,10 @@ struct Finding {
   std::string id;    // a cache's or file's absolute path; "leftover:" + bundle id
   std::string name;  // display name
   std::string path;  // absolute path with the home folder shown as "~"
+  // What moving it gives back: the allocated bytes (a sparse file's may be far below its length).
   std::int64_t bytes = 0;
+  // A large file's length (its logical size), said beside bytes when the two differ.
+  std::int64_t length = 0;
   std::string note;
   bool suggested = false;
   bool removable = false;

@@ -50,6 +50,13 @@ std::string sizeText(std::int64_t bytes) {
   return out + " GB";
 }
 
+std::string sizeOnDiskText(std::int64_t length, std::int64_t onDisk) {
+  std::string disk = sizeText(onDisk);
+  if (length <= 0) return disk;
+  std::string whole = sizeText(length);
+  return whole == disk ? disk : whole + ", " + disk + " on disk";
+}
+
 std::string plural(std::string_view word) {
   std::string w(word);
   auto endsWith = [&](std::string_view tail) {

@@ -235,7 +235,8 @@ std::vector<LargeFile> listLargeFiles(const std::string& folder, std::int64_t mi
         if (s->st_size >= minimumBytes) {
           found.push_back({std::string(e->fts_path, e->fts_pathlen),
                            static_cast<std::int64_t>(s->st_size),
-                           timefmt::fromUnixSeconds(s->st_mtim.tv_sec)});
+                           timefmt::fromUnixSeconds(s->st_mtim.tv_sec),
+                           static_cast<std::int64_t>(s->st_blocks) * 512});
         }
         break;
       }

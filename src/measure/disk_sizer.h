@@ -33,6 +33,7 @@ struct LargeFile {
   std::string path;
   std::int64_t bytes = 0;  // logical size
   TimePoint modified;
+  std::int64_t allocated = 0;  // what it takes on disk (a sparse file's may be far less)
   bool operator==(const LargeFile&) const = default;
 };
 

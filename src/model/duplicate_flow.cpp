@@ -100,7 +100,7 @@ void DuplicateFlow::finish(DuplicateScanner::Result result, Sharing::Survey surv
   context_.notify(ModelField::duplicateGroups);
   skipped_ = std::move(result.skipped);
   context_.notify(ModelField::duplicateSkipped);
-  // The newest copy is first in each group: it is the one kept until the user chooses.
+  // The copy kept by default is first in each group: it stays until the user chooses another.
   keepPath_.clear();
   for (const auto& group : groups_) {
     if (!group.files.empty()) keepPath_[group.hashHex] = group.files.front().path;

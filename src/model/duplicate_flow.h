@@ -42,7 +42,7 @@ class DuplicateFlow {
   std::int64_t extraBytes() const;
   std::int64_t selectedCopies() const;
   std::int64_t selectedBytes() const;
-  // The copy that stays of a group: the one chosen, else the newest (the first).
+  // The copy that stays of a group: the one chosen, else the one kept by default (the first).
   const std::string& keptPath(const DuplicateScanner::Group& group) const;
 
   void setScope(DuplicateScanner::Scope scope);

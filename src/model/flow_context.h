@@ -50,6 +50,7 @@ enum class ModelField {
   spaceSelected,
   spaceScanning,
   spaceElapsed,
+  spaceComplete,
   installedApps,
   uninstallTarget,
   appsNeedingAdmin,

@@ -105,4 +105,12 @@ bool ScanModel::putBack(const ClearedLog::Entry& entry) {
   }
 }
 
+bool ScanModel::putBackClear(const std::string& sessionID) {
+  ClearedLog::PutBackAllOutcome outcome = ClearedLog::putBackAll(
+      ClearedLog::ofClear(ClearedLog::load(context_.places), sessionID), context_.places);
+  reloadCleared();
+  context_.say(texts::cleared::putBackAll(outcome));
+  return outcome.stayed.empty();
+}
+
 }  // namespace dw

@@ -112,6 +112,9 @@ class ScanModel {
   const std::vector<ClearedLog::Entry>& clearedEntries() const { return clearedEntries_; }
   void reloadCleared();
   bool putBack(const ClearedLog::Entry& entry);
+  // Puts back every item of one clear still in the Trash, each with Put Back's own checks, and
+  // says one summary. True when nothing stayed in the Trash.
+  bool putBackClear(const std::string& sessionID);
 
   // ---- The duplicate search ----
   const std::vector<DuplicateScanner::Group>& duplicateGroups() const {
@@ -150,7 +153,11 @@ class ScanModel {
   const std::optional<double>& spaceElapsed() const { return space_.elapsed(); }
   bool isSpaceMapRunning() const { return space_.running(); }
   const SpaceMap::Node* spaceCurrent() const { return space_.current(); }
-  void buildSpaceMap() { space_.build(); }
+  // Whether every node's size counts everything under it, and whether that count runs.
+  bool spaceComplete() const { return space_.complete(); }
+  bool spaceCompleting() const { return space_.completing(); }
+  // The first picture (three levels), then (full) the complete sizes.
+  void buildSpaceMap(bool full = true) { space_.build(full); }
   void cancelSpaceMap() { space_.cancel(); }
   void selectSpaceNode(const std::optional<std::string>& path) { space_.select(path); }
   bool enterSpaceNode(const std::string& path) { return space_.enter(path); }

@@ -68,4 +68,25 @@ std::string putBack(std::string_view name) {
   return std::string(name) + " was put back.";
 }
 
+std::string putBackAll(const ClearedLog::PutBackAllOutcome& outcome) {
+  const auto back = static_cast<std::int64_t>(outcome.putBack.size());
+  const auto stayed = static_cast<std::int64_t>(outcome.stayed.size());
+  if (back == 0 && stayed == 0) return std::string(kNothingToPutBackAll);
+  std::string text;
+  if (back == 1) text = putBack(outcome.putBack.front().name);
+  if (back > 1)
+    text = countNoun(back, "item") + " were put back (" + sizeText(outcome.bytes) + ").";
+  if (stayed == 0) return text;
+  if (!text.empty()) text += " ";
+  text += countNoun(stayed, "item") + " stayed in the Trash: ";
+  for (size_t i = 0; i < outcome.stayed.size(); ++i) {
+    std::string_view reason = outcome.stayed[i].reason;
+    while (!reason.empty() && reason.back() == '.')
+      reason.remove_suffix(1);
+    if (i > 0) text += "; ";
+    text += outcome.stayed[i].entry.name + ": " + std::string(reason);
+  }
+  return text + ".";
+}
+
 }  // namespace dw::texts::cleared

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "clearing/cleared_log.h"
+#include "clearing/put_back_all.h"
 
 namespace dw::texts::cleared {
 
@@ -36,5 +37,11 @@ std::string title(std::int64_t bytesInTrash);
 inline constexpr std::string_view kNothingYet = "Nothing has been cleared yet.";
 // "<name> was put back."
 std::string putBack(std::string_view name);
+// The one summary of Put Back All: "3 items were put back (43 MB)." and, for what stayed in
+// the Trash, "1 item stayed in the Trash: photo.jpg: Something already exists at the original
+// location."; kNothingToPutBackAll when nothing of the clear was in the Trash.
+std::string putBackAll(const ClearedLog::PutBackAllOutcome& outcome);
+inline constexpr std::string_view kNothingToPutBackAll = "Nothing of this clear is in the Trash.";
+inline constexpr std::string_view kPutBackAll = "Put Back All";
 
 }  // namespace dw::texts::cleared

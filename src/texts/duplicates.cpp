@@ -23,8 +23,9 @@ std::string summaryTitle(std::int64_t extraBytes, std::int64_t groups) {
 
 std::string summaryDetail(const Wording& wording) {
   return namingFolders(
-      onApfs("Extra copies in Downloads, Movies, Music, and Pictures. The newest copy stays "
-             "unless you pick another. Savings are up to — copies on APFS may share storage, so "
+      onApfs("Extra copies in Downloads, Movies, Music, and Pictures. A copy in Pictures, "
+             "Music or Movies stays before one in Downloads, the oldest first, unless you pick "
+             "another. Savings are up to — copies on APFS may share storage, so "
              "moving one to the Trash can free less.",
              wording),
       wording.folders);
@@ -36,6 +37,18 @@ std::string sectionTitle(std::int64_t groups) {
 
 std::string groupTitle(std::int64_t files, std::int64_t bytesEach) {
   return countNoun(files, "identical copy") + " · " + sizeText(bytesEach) + " each";
+}
+
+std::string keptByDefault(std::int64_t folder, const Wording& wording) {
+  using Scope = DuplicateScanner::Scope;
+  const FolderNames& names = wording.folders;
+  const std::string* name = folder == Scope::pictures    ? &names.pictures
+                            : folder == Scope::music     ? &names.music
+                            : folder == Scope::movies    ? &names.movies
+                            : folder == Scope::downloads ? &names.downloads
+                                                         : nullptr;
+  if (!name) return "The oldest copy stays unless you pick another.";
+  return "The copy in " + *name + " stays unless you pick another.";
 }
 
 std::string extraWhySafe(const Wording& wording) {

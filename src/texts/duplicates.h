@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "clearing/sharing.h"
+#include "scanners/duplicates/duplicate_types.h"
 #include "texts/lists.h"
 #include "texts/wording.h"
 
@@ -23,8 +24,10 @@ inline constexpr std::string_view kSectionDetail = "Most space first";
 // "3 identical copies · 2 MB each"
 std::string groupTitle(std::int64_t files, std::int64_t bytesEach);
 
-// A copy's row: the kept copy (the newest, or the one the user picked) or an extra copy.
-inline constexpr std::string_view kKeptNewest = "Newest copy. This one stays.";
+// A copy's row: the kept copy (the one kept by default, or the one the user picked) or an extra
+// copy. The default one says its folder (a DuplicateScanner::Scope member, 0 for none): "The copy
+// in Pictures stays unless you pick another."
+std::string keptByDefault(std::int64_t folder, const Wording& wording);
 inline constexpr std::string_view kKeptPicked = "One copy stays so you still have the file.";
 inline constexpr std::string_view kExtraNote =
     "Extra copy. Moving it to the Trash leaves one copy in place.";

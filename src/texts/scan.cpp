@@ -78,4 +78,10 @@ std::string spaceMapReady(double seconds) {
   return std::string("Space Map ready in ") + text + " s. The map does not move anything.";
 }
 
+std::string spaceMapComplete(double seconds) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.1f", seconds);
+  return std::string("Space Map sizes complete in ") + text + " s. The map does not move anything.";
+}
+
 }  // namespace dw::texts::scan

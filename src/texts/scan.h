@@ -44,5 +44,16 @@ std::string recoveryProblem(std::string_view what);
 // The space map: "Space Map ready in 2.0 s. The map does not move anything."
 std::string spaceMapReady(double seconds);
 inline constexpr std::string_view kSpaceMapFailed = "Space Map could not finish. Try again.";
+// Once every folder is counted whole: "Space Map sizes complete in 9.3 s. The map does not move
+// anything."
+std::string spaceMapComplete(double seconds);
+// What the page says of its sizes: the first picture counts three levels down while the rest is
+// counted, then each folder counts everything in it.
+inline constexpr std::string_view kSpaceSizesCounting =
+    "Counting everything in each folder… Sizes so far count three levels down.";
+inline constexpr std::string_view kSpaceSizesComplete =
+    "Sizes are complete: each folder counts everything in it.";
+inline constexpr std::string_view kSpaceSizesPartial =
+    "Sizes count three levels down; Rebuild to count everything.";
 
 }  // namespace dw::texts::scan

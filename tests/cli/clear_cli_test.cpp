@@ -137,5 +137,52 @@ TEST_F(ClearCli, ClearHistoryAndPutBackRoundTrip) {
   EXPECT_NE(run("put-back", {"00000000-0000-0000-0000-000000000000"}).status, 0);
 }
 
+// A whole clear comes back in one step: --last takes the most recent clear, and each item goes
+// back with Put Back's own checks; one whose place is taken again stays in the Trash (nothing is
+// replaced) and is named, the rest are back byte for byte. --clear with the start of the clear's
+// id then takes what is left, and an id may be given by its start.
+TEST_F(ClearCli, PutBackOfAWholeClearRefusesOnlyTheItemWhosePlaceIsTaken) {
+  auto clear = run("clear", {"--id", cache, "--id", "~/Downloads/installer.dmg", "--id",
+                             "leftover:com.example.gone", "--yes"});
+  ASSERT_EQ(clear.status, 0) << clear.out << clear.err;
+  auto entries = json::parse(run("history", {"--json"}).out);
+  ASSERT_TRUE(entries && entries->isArray());
+  ASSERT_EQ(entries->array().size(), 4u);
+  const std::string session = entries->array()[0].find("sessionID")->string();
+  EXPECT_THAT(run("history").out, HasSubstr("  clear " + session + "\n"));
+
+  // Something new where the cache was: it must stay as it is.
+  test::writeFile(cache, "made since");
+  auto back = run("put-back", {"--last"});
+  EXPECT_EQ(back.status, 1);
+  EXPECT_THAT(back.err, HasSubstr("3 items were put back ("));
+  EXPECT_THAT(back.err, HasSubstr("1 item stayed in the Trash: big: Something "
+                                  "already exists at the original location."));
+  EXPECT_EQ(test::readFile(cache), "made since");
+  std::vector<std::string> now = test::snapshot(mac.home());
+  std::vector<std::string> expected;
+  for (const std::string& line : before) {
+    if (line.rfind("Library/Caches/com.example.big", 0) != 0) expected.push_back(line);
+  }
+  std::vector<std::string> rest;
+  for (const std::string& line : now) {
+    if (line.rfind("Library/Caches/com.example.big", 0) != 0) rest.push_back(line);
+  }
+  EXPECT_EQ(rest, expected);  // the three others are back, byte for byte
+
+  // Once the place is free again, the clear's id (its start) brings the last item back.
+  ASSERT_EQ(::unlink(cache.c_str()), 0);  // the test's own file
+  auto rest_back = run("put-back", {"--clear", session.substr(0, 8)});
+  EXPECT_EQ(rest_back.status, 0) << rest_back.err;
+  EXPECT_EQ(rest_back.out, "big was put back.\n");
+  EXPECT_EQ(test::snapshot(mac.home()), before);
+  auto nothing = run("put-back", {"--last"});
+  EXPECT_EQ(nothing.status, 0);
+  EXPECT_EQ(nothing.out, "Nothing of this clear is in the Trash.\n");
+  EXPECT_EQ(run("put-back", {"--clear", "ffffffff-no"}).status, 2);
+  EXPECT_EQ(run("put-back", {}).status, 2);
+  EXPECT_EQ(run("put-back", {"--last", entries->array()[0].find("id")->string()}).status, 2);
+}
+
 }  // namespace
 }  // namespace dw

@@ -54,9 +54,10 @@ class DuplicatesCli : public ::testing::Test {
 TEST_F(DuplicatesCli, ListsGroupsAsTextAndJson) {
   auto text = run();
   ASSERT_EQ(text.status, 0) << text.err;
-  EXPECT_EQ(text.out, "2 MB · 3 copies\n  kept  1970-01-01 00:50:00  " + a1 +
+  // The copy in Movies, Music or Pictures stays over one in Downloads, the oldest first.
+  EXPECT_EQ(text.out, "2 MB · 3 copies\n  kept  1970-01-01 00:16:40  " + a3 +
                           "\n        1970-01-01 00:33:20  " + a2 +
-                          "\n        1970-01-01 00:16:40  " + a3 +
+                          "\n        1970-01-01 00:50:00  " + a1 +
                           "\n1 MB · 2 copies\n  kept  1970-01-01 00:33:20  " + b1 +
                           "\n        1970-01-01 00:16:40  " + b2 +
                           "\nUp to 5 MB in extra copies. At least one copy of each file stays.\n");
@@ -73,9 +74,9 @@ TEST_F(DuplicatesCli, ListsGroupsAsTextAndJson) {
   EXPECT_EQ(groups[0].find("bytes")->integer(), 2 * kMiB);
   const auto& files = groups[0].find("files")->array();
   ASSERT_EQ(files.size(), 2u);
-  EXPECT_EQ(files[0].find("path")->string(), a1);
+  EXPECT_EQ(files[0].find("path")->string(), a2);
   EXPECT_EQ(files[0].find("bytes")->integer(), 2 * kMiB);
-  EXPECT_EQ(files[0].find("modified")->string(), "1970-01-01T00:50:00Z");
+  EXPECT_EQ(files[0].find("modified")->string(), "1970-01-01T00:33:20Z");
   EXPECT_TRUE(value->find("skipped")->array().empty());
   EXPECT_EQ(value->find("message")->string(),
             "Up to 2 MB in extra copies. At least one copy of each file stays.");
@@ -90,13 +91,13 @@ TEST_F(DuplicatesCli, ClearLeavesOneCopyOfEachAndLogsTheRest) {
   auto refused = run({"--clear"});
   EXPECT_EQ(refused.status, 1);
   EXPECT_THAT(refused.err, HasSubstr("nothing was moved"));
-  auto dry = run({"--clear", "--keep-oldest", "--dry-run"});
+  auto dry = run({"--clear", "--keep", "oldest", "--dry-run"});
   EXPECT_EQ(dry.status, 0);
   EXPECT_THAT(dry.out, HasSubstr("To move to the Trash: 3 copies · 5 MB\n  keep  " + a3 +
-                                 "\n  move  " + a1 + "\n  move  " + a2 + "\n"));
+                                 "\n  move  " + a2 + "\n  move  " + a1 + "\n"));
   EXPECT_EQ(test::snapshot(mac.home()), before);
 
-  auto clear = run({"--clear", "--keep-oldest", "--yes"});
+  auto clear = run({"--clear", "--keep", "oldest", "--yes"});
   ASSERT_EQ(clear.status, 0) << clear.out << clear.err;
   EXPECT_THAT(clear.out, HasSubstr("Up to 5 MB moved to the Trash. Empty the Trash to get the "
                                    "space back. Copies on APFS may free less.\n"));
@@ -112,6 +113,41 @@ TEST_F(DuplicatesCli, ClearLeavesOneCopyOfEachAndLogsTheRest) {
   ASSERT_EQ(history->array().size(), 3u);
   for (const auto& e : history->array())
     EXPECT_EQ(e.find("kind")->string(), "duplicate");
+}
+
+// Which copy stays: by default the one in Movies, Music or Pictures over Downloads (the album's
+// copy in Downloads is older, yet the one in Music stays), else what --keep names: the newest, the
+// oldest, or the one in a folder (by name or path; a group with none there keeps its default).
+TEST_F(DuplicatesCli, KeepNamesTheCopyThatStays) {
+  auto kept = [&](std::vector<std::string> keep) {
+    std::vector<std::string> args{"--clear", "--dry-run"};
+    args.insert(args.end(), keep.begin(), keep.end());
+    auto r = run(args);
+    EXPECT_EQ(r.status, 0) << r.err;
+    std::vector<std::string> paths;
+    for (size_t at = 0; (at = r.out.find("  keep  ", at)) != std::string::npos;) {
+      size_t end = r.out.find('\n', at);
+      paths.push_back(r.out.substr(at + 8, end - at - 8));
+      at = end;
+    }
+    return paths;
+  };
+  EXPECT_THAT(kept({}), ::testing::ElementsAre(a3, b1));
+  EXPECT_THAT(kept({"--keep", "newest"}), ::testing::ElementsAre(a1, b1));
+  EXPECT_THAT(kept({"--keep", "oldest"}), ::testing::ElementsAre(a3, b2));
+  EXPECT_THAT(kept({"--keep", "downloads"}), ::testing::ElementsAre(a1, b2));
+  EXPECT_THAT(kept({"--keep", mac.inHome("Pictures")}), ::testing::ElementsAre(a2, b1));
+  EXPECT_EQ(run({"--clear", "--dry-run", "--keep", mac.inHome("nowhere")}).status, 2);
+  EXPECT_EQ(run({"--keep", "newest"}).status, 2);  // only with --clear or --share
+  EXPECT_EQ(test::snapshot(mac.home()), before);
+
+  // The clear itself: the library stays whole, the copies in Downloads go.
+  auto clear = run({"--clear", "--yes"});
+  ASSERT_EQ(clear.status, 0) << clear.out << clear.err;
+  for (const auto& stays : {a3, b1})
+    EXPECT_TRUE(test::exists(stays)) << stays;
+  for (const auto& gone : {a1, a2, b2})
+    EXPECT_FALSE(test::exists(gone)) << gone;
 }
 
 // One file reached by two paths is one file: through a Pictures that is a link to Downloads or
@@ -195,11 +231,11 @@ TEST_F(DuplicatesCli, ShareKeepsEveryFileInPlaceAndLogsOneShare) {
                     d3 = mac.inHome("Downloads/c copy.bin");
   for (const auto& p : {d1, d2, d3})
     test::writeSized(p, 3 * kMiB, 'c');
-  date(d1, 3000);
+  date(d1, 1000);
   date(d2, 2000);
-  date(d3, 1000);
-  struct stat oldest {};
-  ASSERT_EQ(::stat(d3.c_str(), &oldest), 0);
+  date(d3, 3000);
+  struct stat copy {};
+  ASSERT_EQ(::stat(d3.c_str(), &copy), 0);
   const std::vector<std::string> files = test::snapshot(mac.home());
 
   auto refused = run({"--share"});
@@ -213,7 +249,7 @@ TEST_F(DuplicatesCli, ShareKeepsEveryFileInPlaceAndLogsOneShare) {
 
   auto shared = run({"--share", "--yes"});
   ASSERT_EQ(shared.status, 0) << shared.out << shared.err;
-  EXPECT_THAT(shared.out, HasSubstr("  stays  " + a3 + " (its file system cannot share blocks)"));
+  EXPECT_THAT(shared.out, HasSubstr("  stays  " + a2 + " (its file system cannot share blocks)"));
   EXPECT_THAT(shared.out,
               HasSubstr("Sharing freed 6 MB: 2 copies now use the blocks of an identical file, "
                         "and every file stays where it was."));
@@ -221,8 +257,8 @@ TEST_F(DuplicatesCli, ShareKeepsEveryFileInPlaceAndLogsOneShare) {
   EXPECT_EQ(test::snapshot(mac.home()), files);
   struct stat now {};
   ASSERT_EQ(::stat(d3.c_str(), &now), 0);
-  EXPECT_EQ(now.st_mtim.tv_sec, oldest.st_mtim.tv_sec);
-  EXPECT_EQ(now.st_ino, oldest.st_ino);
+  EXPECT_EQ(now.st_mtim.tv_sec, copy.st_mtim.tv_sec);
+  EXPECT_EQ(now.st_ino, copy.st_ino);
 
   // One record, of its own kind, with nothing to put back.
   auto history = json::parse(test::dustwhale({"history", "--json"}).out);

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 
+#include "clearing/cleared_log.h"
 #include "clearing/clearing.h"
 #include "support/command.h"
 #include "support/temp_dir.h"
@@ -48,6 +49,48 @@ TEST(HistoryCli, FinishesAnInterruptedClearAndNamesUnreadableRecords) {
                                    "kept beside the log as " +
                                    journal + ".damaged-"));
   EXPECT_FALSE(test::exists(journal));
+}
+
+// An id may be typed by its start; one that fits several items (or clears) puts nothing back and
+// names them all.
+TEST(HistoryCli, PutBackTakesAnUnambiguousStartOfAnId) {
+  test::TempHome home;
+  Locations places = Locations::platformDefault(home.path());
+  auto entry = [&](std::string id, std::string session, std::string name) {
+    ClearedLog::Entry e;
+    e.id = std::move(id);
+    e.sessionID = std::move(session);
+    e.originalPath = home / ("Downloads/" + name);
+    e.trashPath = home / (".local/share/Trash/files/" + name);
+    e.bytes = 4096;
+    e.kind = "file";
+    e.name = std::move(name);
+    e.date = Clock::from_time_t(1'700'000'000);
+    return e;
+  };
+  ClearedLog::append({entry("AAAAAAAA-0000-4000-8000-000000000001",
+                            "BBBBBBBB-0000-4000-8000-000000000001", "one.iso"),
+                      entry("AAAAAAAA-0000-4000-8000-000000000002",
+                            "BBBBBBBB-0000-4000-8000-000000000002", "two.iso")},
+                     places);
+  auto ambiguous = test::dustwhale({"put-back", "aaaaaaaa"});
+  EXPECT_EQ(ambiguous.status, 2);
+  EXPECT_THAT(ambiguous.err, HasSubstr("aaaaaaaa names more than one cleared item: "));
+  EXPECT_THAT(ambiguous.err, HasSubstr("AAAAAAAA-0000-4000-8000-000000000001"));
+  EXPECT_THAT(ambiguous.err, HasSubstr("AAAAAAAA-0000-4000-8000-000000000002"));
+  auto clears = test::dustwhale({"put-back", "--clear", "BBBB"});
+  EXPECT_EQ(clears.status, 2);
+  EXPECT_THAT(clears.err, HasSubstr("names more than one clear: "));
+  // Told apart by their start, each is then Put Back's to refuse: neither is in the Trash.
+  auto two = test::dustwhale({"put-back", "aaaaaaaa-0000-4000-8000-0000000000"});
+  EXPECT_EQ(two.status, 2);
+  auto one = test::dustwhale({"put-back", "AAAAAAAA-0000-4000-8000-000000000002"});
+  EXPECT_EQ(one.status, 1);
+  EXPECT_THAT(one.err, HasSubstr("This item"));
+  auto clear = test::dustwhale({"put-back", "--clear", "bbbbbbbb-0000-4000-8000-000000000001"});
+  EXPECT_EQ(clear.status, 0);
+  EXPECT_EQ(clear.out, "Nothing of this clear is in the Trash.\n");
+  EXPECT_EQ(test::dustwhale({"put-back", "cccc"}).status, 2);
 }
 
 }  // namespace

@@ -60,6 +60,24 @@ TEST(SpaceMapCli, TreeAdviceAndLevels) {
   EXPECT_NE(text.err.find("Space Map ready in "), std::string::npos) << text.err;
 
   EXPECT_NE(run({"--depth", "9"}).status, 0);
+
+  // --full: every node counts everything under it, as du does.
+  test::CommandResult full = run({"--full", "--json"});
+  ASSERT_EQ(full.status, 0) << full.err;
+  auto whole = json::parse(full.out);
+  ASSERT_TRUE(whole) << full.out;
+  auto du = [](const std::string& path) {
+    return std::stoll(test::runCommand({"du", "-B1", "-sx", path}).out);
+  };
+  EXPECT_EQ(whole->find("bytes")->integer(), du(mac.home()));
+  const json::Array& fullTop = whole->find("children")->array();
+  ASSERT_FALSE(fullTop.empty());
+  EXPECT_EQ(fullTop[0].find("name")->string(), "Library");  // the 8 MB below counts now
+  const json::Value& fullApp = fullTop[0].find("children")->array()[0].find("children")->array()[0];
+  EXPECT_EQ(fullApp.find("path")->string(), mac.inHome("Library/Caches/com.a.b"));
+  EXPECT_EQ(fullApp.find("bytes")->integer(), du(mac.inHome("Library/Caches/com.a.b")));
+  test::CommandResult fullText = run({"--full", "--depth", "0"});
+  EXPECT_NE(fullText.err.find("Space Map sizes complete in "), std::string::npos) << fullText.err;
 }
 
 }  // namespace

@@ -53,7 +53,7 @@ class DuplicateFlowTest : public test::ModelFixture {
   std::vector<std::string> progress;
 };
 
-TEST_F(DuplicateFlowTest, SearchPublishesGroupsKeepsTheNewestAndSumsTheExtraCopies) {
+TEST_F(DuplicateFlowTest, SearchPublishesGroupsKeepsTheOrganisedOriginalAndSumsTheExtraCopies) {
   {
     test::ScopedEnv host("XCTestConfigurationFilePath", "/tmp/x.xctestconfiguration");
     model->findDuplicates();
@@ -78,9 +78,10 @@ TEST_F(DuplicateFlowTest, SearchPublishesGroupsKeepsTheNewestAndSumsTheExtraCopi
                                     "Sampling files", "Hashing duplicates", "Done", "none"));
   ASSERT_EQ(model->duplicateGroups().size(), 2u);
   const std::string first = model->duplicateGroups()[0].hashHex;
-  EXPECT_EQ(model->duplicateGroups()[0].files[0].path, a2);
-  EXPECT_EQ(model->duplicateKeepPath().at(first), a2);
-  EXPECT_EQ(model->duplicateKeepPath().at(model->duplicateGroups()[1].hashHex), b1);
+  // The oldest copy in Movies, Music or Pictures stays; one in Downloads only when it is the last.
+  EXPECT_EQ(model->duplicateGroups()[0].files[0].path, a3);
+  EXPECT_EQ(model->duplicateKeepPath().at(first), a3);
+  EXPECT_EQ(model->duplicateKeepPath().at(model->duplicateGroups()[1].hashHex), b2);
   EXPECT_THAT(model->duplicateSelected(), IsEmpty());
   EXPECT_FALSE(model->duplicatesScanning());
   EXPECT_FALSE(model->isDuplicateSearchRunning());
@@ -90,16 +91,16 @@ TEST_F(DuplicateFlowTest, SearchPublishesGroupsKeepsTheNewestAndSumsTheExtraCopi
 
   // Choosing another copy to keep takes it out of the selection.
   model->selectExtraCopies();
-  EXPECT_THAT(model->duplicateSelected(), ::testing::UnorderedElementsAre(a1, a3, b2));
+  EXPECT_THAT(model->duplicateSelected(), ::testing::UnorderedElementsAre(a1, a2, b1));
   model->keepCopy(first, a1);
   EXPECT_EQ(model->duplicateKeepPath().at(first), a1);
-  EXPECT_THAT(model->duplicateSelected(), ::testing::UnorderedElementsAre(a3, b2));
+  EXPECT_THAT(model->duplicateSelected(), ::testing::UnorderedElementsAre(a2, b1));
   model->keepCopy(first, "/not/in/the/group");
   EXPECT_EQ(model->duplicateKeepPath().at(first), a1);
 
   // A new search starts from its own results: earlier choices go.
   search();
-  EXPECT_EQ(model->duplicateKeepPath().at(first), a2);
+  EXPECT_EQ(model->duplicateKeepPath().at(first), a3);
   EXPECT_THAT(model->duplicateSelected(), IsEmpty());
 }
 
@@ -137,7 +138,7 @@ TEST_F(DuplicateFlowTest, ClearMovesTheSelectedCopiesButNeverTheKeptOne) {
   std::string b2 = copy("Music/b", 2 * kMiB, 'b', 1000);
   search();
   ASSERT_EQ(model->duplicateGroups().size(), 2u);
-  // Every copy selected by hand, the kept ones (a1, b1) too.
+  // Every copy selected by hand, the kept ones (a3 in Pictures, b2 in Music) too.
   for (const auto& path : {a1, a2, a3, b1, b2})
     model->setDuplicateSelected(path, true);
   model->clearDuplicates();
@@ -145,11 +146,11 @@ TEST_F(DuplicateFlowTest, ClearMovesTheSelectedCopiesButNeverTheKeptOne) {
   EXPECT_EQ(model->message(), "Moving extra copies to the Trash.");
   dispatcher.runAll();
 
-  EXPECT_TRUE(test::exists(a1));
-  EXPECT_TRUE(test::exists(b1));
+  EXPECT_TRUE(test::exists(a3));
+  EXPECT_TRUE(test::exists(b2));
+  EXPECT_FALSE(test::exists(a1));
   EXPECT_FALSE(test::exists(a2));
-  EXPECT_FALSE(test::exists(a3));
-  EXPECT_FALSE(test::exists(b2));
+  EXPECT_FALSE(test::exists(b1));
   EXPECT_EQ(model->message(),
             "Some copies stayed in place: a (no longer allowed), b (no longer allowed). Up to 8 MB "
             "moved to the Trash. Empty the Trash to get the space back.");
@@ -165,7 +166,7 @@ TEST_F(DuplicateFlowTest, ClearMovesTheSelectedCopiesButNeverTheKeptOne) {
   }
   // Moved copies leave the groups; a group down to one copy goes.
   ASSERT_EQ(model->duplicateGroups().size(), 0u);
-  EXPECT_THAT(model->duplicateSelected(), ::testing::UnorderedElementsAre(a1, b1));
+  EXPECT_THAT(model->duplicateSelected(), ::testing::UnorderedElementsAre(a3, b2));
   EXPECT_THAT(model->duplicateKeepPath(), IsEmpty());
 }
 
@@ -202,10 +203,11 @@ TEST_F(DuplicateFlowTest, ACopyChangedOrAKeptCopyGoneSinceTheSearchIsRefused) {
 }
 
 TEST_F(DuplicateFlowTest, TheKeptCopyIsCheckedAgainBeforeEveryMove) {
-  // Three copies; the kept one (the newest) leaves while the first extra copy moves.
-  std::string kept = copy("Downloads/a", 2 * kMiB, 'a', 3000);
+  // Three copies; the kept one (the oldest in the media folders) leaves while the first extra
+  // copy moves.
+  std::string kept = copy("Pictures/a", 2 * kMiB, 'a', 1000);
   std::string first = copy("Movies/a", 2 * kMiB, 'a', 2000);
-  std::string second = copy("Pictures/a", 2 * kMiB, 'a', 1000);
+  std::string second = copy("Downloads/a", 2 * kMiB, 'a', 3000);
   search();
   ASSERT_EQ(model->duplicateGroups().size(), 1u);
   ASSERT_EQ(model->duplicateKeepPath().begin()->second, kept);
@@ -237,17 +239,17 @@ TEST_F(DuplicateFlowTest, SharingIsOfferedWhereTheFileSystemCanAndRunsAsAMove) {
   test::makeDirs(tree.inHome("Pictures"));
   test::ScopedTmpfs tmpfs(tree.inHome("Pictures"));
   if (!tmpfs.mounted()) GTEST_SKIP() << tmpfs.error();
-  // Dated apart, so which copy of each pair is kept (the newer) never depends on the clock.
+  // Dated apart, so which copy of each pair is kept (the older) never depends on the clock.
   auto dated = [&](const std::string& relative, char mark, std::int64_t unixSeconds) {
     const std::string path = tree.inHome(relative);
     test::writeSized(path, 2 * kMiB, mark);
     struct timespec times[2] = {{unixSeconds, 0}, {unixSeconds, 0}};
     EXPECT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
   };
-  dated("Movies/e1", 'e', 1000);
-  dated("Movies/e2", 'e', 2000);
-  dated("Pictures/t1", 't', 1000);
-  dated("Pictures/t2", 't', 2000);
+  dated("Movies/e1", 'e', 2000);
+  dated("Movies/e2", 'e', 1000);
+  dated("Pictures/t1", 't', 2000);
+  dated("Pictures/t2", 't', 1000);
   search();
   ASSERT_EQ(model->duplicateGroups().size(), 2u);
   EXPECT_FALSE(model->canShareDuplicates());

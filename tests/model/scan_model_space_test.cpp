@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <regex>
 
 #include "model/scan_model.h"
@@ -25,12 +26,13 @@ TEST_F(SpaceMapFlowTest, BuildsTheHomeTreeAndSteps) {
   }
   tree.file(tree.inHome("Movies/clip.mov"), 1 << 20);
   tree.file(tree.inHome("Library/Caches/com.a.b/blob"), 1 << 16);
-  model->buildSpaceMap();
+  model->buildSpaceMap(false);  // the quick map alone
   EXPECT_TRUE(model->spaceScanning());
   EXPECT_TRUE(model->isSpaceMapRunning());
   dispatcher.runAll();
   EXPECT_FALSE(model->spaceScanning());
   EXPECT_FALSE(model->isSpaceMapRunning());
+  EXPECT_FALSE(model->spaceComplete());
   ASSERT_TRUE(model->spaceRoot());
   EXPECT_EQ(*model->spaceRoot(), SpaceMap::build(places.home));
   EXPECT_EQ(model->spaceRoot()->children.front().path, tree.inHome("Movies"));
@@ -61,6 +63,37 @@ TEST_F(SpaceMapFlowTest, BuildsTheHomeTreeAndSteps) {
   dispatcher.runAll();
   EXPECT_TRUE(model->spacePath().empty());
   EXPECT_FALSE(model->spaceSelected());
+}
+
+// The first picture counts three levels; the walk of the whole home that follows replaces it
+// with complete sizes and says so.
+TEST_F(SpaceMapFlowTest, TheFirstPictureIsFollowedByCompleteSizes) {
+  tree.file(tree.inHome("Library/Caches/com.a.b/deep/down/blob"), 1 << 20);
+  tree.file(tree.inHome("Movies/clip.mov"), 1 << 19);
+  fields.clear();
+  model->buildSpaceMap();
+  EXPECT_TRUE(model->spaceScanning());
+  EXPECT_FALSE(model->spaceComplete());
+  dispatcher.runAll();
+  EXPECT_FALSE(model->isSpaceMapRunning());
+  EXPECT_FALSE(model->spaceCompleting());
+  EXPECT_TRUE(model->spaceComplete());
+  ASSERT_TRUE(model->spaceRoot());
+  EXPECT_EQ(*model->spaceRoot(), SpaceMap::buildFull(places.home));
+  // The blob four levels down now makes Library the biggest folder.
+  EXPECT_EQ(model->spaceRoot()->children.front().path, tree.inHome("Library"));
+  EXPECT_TRUE(std::regex_match(model->message(),
+                               std::regex(R"(Space Map sizes complete in \d+\.\d s\. .*)")));
+  // The first picture was published before the complete one.
+  auto first = std::find(fields.begin(), fields.end(), ScanModel::Field::spaceRoot);
+  ASSERT_NE(first, fields.end());
+  EXPECT_NE(std::find(first + 1, fields.end(), ScanModel::Field::spaceRoot), fields.end());
+  EXPECT_NE(std::find(fields.begin(), fields.end(), ScanModel::Field::spaceComplete), fields.end());
+  // A new build starts again from the first picture.
+  model->buildSpaceMap();
+  EXPECT_FALSE(model->spaceComplete());
+  dispatcher.runAll();
+  EXPECT_TRUE(model->spaceComplete());
 }
 
 TEST_F(SpaceMapFlowTest, CancelledOrReplacedBuildsKeepThePreviousMap) {

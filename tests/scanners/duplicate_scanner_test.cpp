@@ -96,7 +96,7 @@ Result hashingEverything(const Locations& places, Scope scope) {
     for (Group& g : groups)
       if (g.files.size() >= 2) r.groups.push_back(std::move(g));
   }
-  orderGroups(r.groups);
+  orderGroups(r.groups, places);
   return r;
 }
 
@@ -155,7 +155,7 @@ TEST(DuplicateScanner, FindsCopiesFrom1MiBAcrossFoldersWithExactDigests) {
               ElementsAre("Listing files", "Listing Downloads", "Listing Movies",
                           "Listing Pictures", "Sampling files", "Hashing duplicates", "Done"));
   ASSERT_EQ(r.groups.size(), 1u);
-  EXPECT_THAT(pathsOf(r.groups), ElementsAre(ElementsAre(a2, a)));  // newest first
+  EXPECT_THAT(pathsOf(r.groups), ElementsAre(ElementsAre(a2, a)));  // the copy in Pictures first
   EXPECT_EQ(r.groups[0].bytes, kMiB);
   EXPECT_EQ(r.groups[0].files[1].modified, Clock::from_time_t(1'700'000'000));
   // The digests are those of the system's own tools.
@@ -310,7 +310,7 @@ TEST(DuplicateScanner, SplitsSharedSamplesByWholeContentExactlyAsHashingEverythi
   EXPECT_EQ(r.groups.size(), 2u + 4u + 2u + 1u);
 }
 
-TEST(DuplicateScanner, OrdersGroupsByWasteAndCopiesNewestFirstWithUndatedLast) {
+TEST(DuplicateScanner, OrdersGroupsByWasteAndCopiesOldestFirstWithUndatedLast) {
   test::HomeBuilder b;
   const std::int64_t mb10 = 10 * kMiB, mb15 = 15 * kMiB;
   std::vector<std::string> ten, fifteen;
@@ -323,7 +323,7 @@ TEST(DuplicateScanner, OrdersGroupsByWasteAndCopiesNewestFirstWithUndatedLast) {
   setModified(ten[2], 2000);
   Result r = scan(b.locations(), Scope::all());
   // 3 × 10 MB wastes 20 MB, more than 2 × 15 MB.
-  EXPECT_THAT(pathsOf(r.groups), ElementsAre(ElementsAre(ten[1], ten[2], ten[0]),
+  EXPECT_THAT(pathsOf(r.groups), ElementsAre(ElementsAre(ten[0], ten[2], ten[1]),
                                              ::testing::UnorderedElementsAreArray(fifteen)));
   EXPECT_EQ(wastedBytes(r.groups[0]), 2 * mb10);
 
@@ -333,9 +333,54 @@ TEST(DuplicateScanner, OrdersGroupsByWasteAndCopiesNewestFirstWithUndatedLast) {
       {"a", 100, {{"1", 100, kDistantPast}, {"2", 100, at(5)}, {"3", 100, at(5)}}},
       {"b", 200, {{"4", 200, at(1)}, {"5", 200, at(1)}}},
       {"c", 50, {{"6", 50, at(1)}, {"7", 50, at(2)}, {"8", 50, at(3)}, {"9", 50, at(4)}}}};
-  orderGroups(groups);
+  orderGroups(groups, b.locations());
   EXPECT_THAT(pathsOf(groups), ElementsAre(ElementsAre("2", "3", "1"), ElementsAre("4", "5"),
-                                           ElementsAre("9", "8", "7", "6")));
+                                           ElementsAre("6", "7", "8", "9")));
+}
+
+// Photos, an album and a film copied into Downloads: the copy that stays by default is the one
+// in the user's organised folders, the original (the oldest) among them, however new the copy in
+// Downloads is; a group only in Downloads keeps its oldest. A date far in the future is the newest
+// date there is, not a wrapped one.
+TEST(DuplicateScanner, TheOrganisedOriginalStaysOverCopiesInDownloads) {
+  for (Locations::Layout layout : {Locations::Layout::macos, Locations::Layout::linux}) {
+    test::HomeBuilder b(layout);
+    const std::string movies = layout == Locations::Layout::macos ? "Movies" : "Videos";
+    std::string camera = fileWith(b, "Pictures/Camera/IMG_0001.jpg", 3 * kMiB, {{9, 'p'}});
+    std::string edited = fileWith(b, "Pictures/Edited/IMG_0001.jpg", 3 * kMiB, {{9, 'p'}});
+    std::string copied = fileWith(b, "Downloads/IMG_0001 (1).jpg", 3 * kMiB, {{9, 'p'}});
+    std::string track = fileWith(b, "Music/Album/01 Intro.flac", 2 * kMiB, {{9, 'm'}});
+    std::string trackCopy = fileWith(b, "Downloads/album/01 Intro.flac", 2 * kMiB, {{9, 'm'}});
+    std::string film = fileWith(b, movies + "/Holiday.mov", 4 * kMiB, {{9, 'v'}});
+    std::string filmCopy = fileWith(b, "Downloads/Holiday.mov", 4 * kMiB, {{9, 'v'}});
+    std::string setup = fileWith(b, "Downloads/setup.dmg", 5 * kMiB, {{9, 's'}});
+    std::string setupAgain = fileWith(b, "Downloads/setup (1).dmg", 5 * kMiB, {{9, 's'}});
+    setModified(camera, 1'500'000'000);
+    setModified(edited, 1'600'000'000);
+    setModified(copied, 1'700'000'000);
+    // Older than the album's copy: the folder decides before the date.
+    setModified(trackCopy, 1'000'000'000);
+    setModified(track, 1'400'000'000);
+    setModified(film, 1'400'000'000);
+    setModified(filmCopy, 20'000'000'000);  // the year 2603
+    setModified(setup, 1'650'000'000);
+    setModified(setupAgain, 1'640'000'000);
+
+    Result r = scan(b.locations(), Scope::all());
+    EXPECT_THAT(
+        pathsOf(r.groups),
+        UnorderedElementsAre(ElementsAre(camera, edited, copied), ElementsAre(track, trackCopy),
+                             ElementsAre(film, filmCopy), ElementsAre(setupAgain, setup)));
+    EXPECT_EQ(r.groups, hashingEverything(b.locations(), Scope::all()).groups);
+    EXPECT_EQ(folderOf(camera, b.locations()), Scope::pictures);
+    EXPECT_EQ(folderOf(film, b.locations()), Scope::movies);
+    EXPECT_EQ(folderOf(trackCopy, b.locations()), Scope::downloads);
+    for (const Group& g : r.groups) {
+      if (g.files.front().path != film) continue;
+      EXPECT_EQ(g.files.back().modified, TimePoint::max());
+      EXPECT_GT(g.files.back().modified, Clock::from_time_t(1'400'000'000));
+    }
+  }
 }
 
 TEST(DuplicateScanner, SkipsUnreadableFoldersAndDropsFilesThatChangeOnTheWay) {

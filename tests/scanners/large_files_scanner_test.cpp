@@ -2,7 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
 #include <filesystem>
+
+#include "findings/size_text.h"
 
 #include "support/home_builder.h"
 
@@ -31,15 +38,49 @@ TEST(LargeFilesScanner, ListsFilesFrom200MBInTheThreeFolders) {
   ASSERT_EQ(found.size(), 3u);
   const std::string where = ". Nothing is removed until you select it and confirm.";
   const Finding& d = found[0];
-  EXPECT_EQ(std::tuple(d.id, d.name, d.path, d.bytes, d.note, d.removable),
-            std::tuple(exact, "exact.dmg", "~/Downloads/exact.dmg", k200MB, "In Downloads" + where,
-                       true));
+  // Listed by length; what moving it gives back is what it takes on disk (nothing: sparse).
+  EXPECT_EQ(std::tuple(d.id, d.name, d.path, d.length, d.bytes, d.note, d.removable),
+            std::tuple(exact, "exact.dmg", "~/Downloads/exact.dmg", k200MB, 0,
+                       "In Downloads" + where, true));
   EXPECT_EQ(std::tuple(found[1].id, found[1].note, found[1].removable),
             std::tuple(desk, "Shown only. Files on the Desktop stay.", false));
   EXPECT_EQ(std::tuple(found[2].id, found[2].path, found[2].note, found[2].removable),
             std::tuple(three, "~/Movies/a/b/c/three.mov", "In Movies" + where, true));
   for (const auto& f : found)
     EXPECT_TRUE(f.kind == Finding::Kind::file && !f.suggested && f.contentModified) << f.id;
+}
+
+// An 8 GB disk image with 3 MB written: listed at its length, counted at what it takes on disk,
+// and said with both; a file that takes what it holds says one size.
+TEST(LargeFilesScanner, ASparseFileCountsWhatItTakesOnDisk) {
+  test::HomeBuilder b;
+  std::string image = b.sparseFile(b.inHome("Downloads/disk.img"), 8LL << 30);
+  {
+    std::string data(3 << 20, 'd');
+    FILE* f = std::fopen(image.c_str(), "r+");
+    ASSERT_TRUE(f);
+    ASSERT_EQ(std::fwrite(data.data(), 1, data.size(), f), data.size());
+    std::fclose(f);
+  }
+  // Its blocks allocated, without writing them.
+  std::string full = b.sparseFile(b.inHome("Movies/full.mov"), 0);
+  {
+    int fd = ::open(full.c_str(), O_WRONLY);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(::posix_fallocate(fd, 0, k200MB + 100), 0);
+    ::close(fd);
+  }
+  auto found = scan(b.locations());
+  ASSERT_EQ(found.size(), 2u);
+  struct stat s {};
+  ASSERT_EQ(::stat(image.c_str(), &s), 0);
+  EXPECT_EQ(found[0].length, 8LL << 30);
+  EXPECT_EQ(found[0].bytes, static_cast<std::int64_t>(s.st_blocks) * 512);
+  EXPECT_LT(found[0].bytes, 4 << 20);
+  EXPECT_EQ(sizeOnDiskText(found[0].length, found[0].bytes), "8 GB, 3 MB on disk");
+  ASSERT_EQ(::stat(full.c_str(), &s), 0);
+  EXPECT_EQ(found[1].bytes, static_cast<std::int64_t>(s.st_blocks) * 512);
+  EXPECT_EQ(sizeOnDiskText(found[1].length, found[1].bytes), "200 MB");
 }
 
 TEST(LargeFilesScanner, AllowedLocationGuardsEveryMove) {

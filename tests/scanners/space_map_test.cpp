@@ -4,7 +4,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <fcntl.h>
+
 #include <algorithm>
+#include <climits>
+#include <functional>
+#include <map>
+#include <sstream>
 
 #include "base/core.h"
 #include "scanners/spacemap/space_map_labels.h"
@@ -147,6 +153,107 @@ TEST(SpaceMap, OneOrTwoThreadsGiveOneTreeAndCancellationStopsIt) {
   std::stop_source source;
   source.request_stop();
   EXPECT_THROW(SpaceMap::build(home, 3, 16, source.get_token()), Cancelled);
+}
+
+// du's own sums, one walk of the whole tree (-a: every entry with everything under it, a file
+// of several names once, under the name its walk meets first, as ours).
+std::map<std::string, std::int64_t> duAll(const std::string& root) {
+  std::string out = test::runCommand({"du", "-B1", "-x", "-a", root}).out;
+  std::map<std::string, std::int64_t> sums;
+  std::istringstream lines(out);
+  std::string line;
+  while (std::getline(lines, line)) {
+    size_t tab = line.find('\t');
+    sums[line.substr(tab + 1)] = std::stoll(line.substr(0, tab));
+  }
+  return sums;
+}
+
+// The full map: every node is everything under it, exactly what du counts (allocated bytes,
+// hard links once, sparse files by their blocks, links not followed), however deep; the tree
+// keeps its shape (three levels, sixteen children and Other, largest first) by those sizes; one
+// thread or two give one tree.
+TEST(SpaceMap, FullSizesAreDuOfEveryNode) {
+  TempDir t;
+  const std::string home = t / "me";
+  writeSized(home + "/Projects/app/src/deep/er/still/file", 3 << 20);
+  writeSized(home + "/Projects/app/src/main.c", 20000);
+  writeSized(home + "/Projects/app/build/out.o", 70000);
+  writeSized(home + "/.cache/tool/v1/objects/aa/blob", 5 << 20);
+  for (int i = 0; i < 40; ++i)
+    writeSized(home + "/.cache/tool/v1/objects/f" + std::to_string(i) + "/x/y", 4096 * (i + 1));
+  // Hard links below the third level, within one folder and across the top-level folders.
+  writeSized(home + "/Photos/2024/trip/raw/a.raw", 1 << 20);
+  ASSERT_EQ(::link((home + "/Photos/2024/trip/raw/a.raw").c_str(),
+                   (home + "/Photos/2024/trip/raw/a-link.raw").c_str()),
+            0);
+  test::makeDirs(home + "/Backup/photos/2024/raw");
+  ASSERT_EQ(::link((home + "/Photos/2024/trip/raw/a.raw").c_str(),
+                   (home + "/Backup/photos/2024/raw/a.raw").c_str()),
+            0);
+  // A sparse disk image: long, but only two blocks on disk.
+  test::makeDirs(home + "/VMs/disks/old/images");
+  {
+    const std::string image = home + "/VMs/disks/old/images/disk.img";
+    test::writeFile(image, "head");
+    ASSERT_EQ(::truncate(image.c_str(), 8LL << 30), 0);
+    int fd = ::open(image.c_str(), O_WRONLY);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(::pwrite(fd, "tail", 4, (8LL << 30) - 4), 4);
+    ::close(fd);
+  }
+  ASSERT_EQ(::symlink("/usr", (home + "/VMs/disks/old/images/usr").c_str()), 0);
+  for (int i = 0; i < 20; ++i)
+    writeSized(home + "/Many/m" + std::to_string(i) + "/a/b/c", 8192 * (i + 1));
+
+  Node full = SpaceMap::buildFull(home, 3, 16, {}, 1);
+  std::map<std::string, std::int64_t> du = duAll(home);
+  EXPECT_EQ(full.bytes, std::stoll(test::runCommand({"du", "-B1", "-sx", home}).out));
+  EXPECT_EQ(full.bytes, du.at(home));
+  size_t nodes = 0;
+  std::function<void(const Node&, int)> check = [&](const Node& n, int depth) {
+    ++nodes;
+    EXPECT_LE(depth, 3);
+    std::int64_t previous = INT64_MAX;
+    for (const Node& k : n.children) {
+      if (k.name == "Other") {
+        // The folded children: the sum of what du says of each child past the sixteenth.
+        std::int64_t folded = du.at(n.path);
+        for (const Node& shown : n.children) {
+          if (&shown != &k) folded -= du.at(shown.path);
+        }
+        folded -= blocksOf(n.path);
+        EXPECT_EQ(k.bytes, folded) << n.path;
+        continue;
+      }
+      EXPECT_LE(k.bytes, previous) << "largest first: " << k.path;
+      previous = k.bytes;
+      check(k, depth + 1);
+    }
+    if (n.name != "Other") {
+      EXPECT_EQ(n.bytes, du.at(n.path)) << n.path;
+    }
+  };
+  check(full, 0);
+  EXPECT_GT(nodes, 30u);
+  const Node* many = child(full, "Many");
+  ASSERT_TRUE(many);
+  EXPECT_EQ(many->children.size(), 17u);
+  EXPECT_EQ(many->children.front().name, "m19");
+  // Below the third level is counted now; the quick map counted nothing there.
+  const Node* vms = child(full, "VMs");
+  ASSERT_TRUE(vms);
+  EXPECT_EQ(vms->bytes, du.at(home + "/VMs"));
+  EXPECT_LT(vms->bytes, 1 << 20) << "a sparse file counts its blocks, not its length";
+  Node quick = SpaceMap::build(home);
+  EXPECT_LT(quick.bytes, full.bytes);
+  EXPECT_EQ(quick.bytes, prunedFind(home));
+
+  for (int round = 0; round < 3; ++round)
+    EXPECT_EQ(SpaceMap::buildFull(home, 3, 16, {}, 2), full) << "round " << round;
+  std::stop_source source;
+  source.request_stop();
+  EXPECT_THROW(SpaceMap::buildFull(home, 3, 16, source.get_token()), Cancelled);
 }
 
 TEST(SpaceMap, RowLayout) {

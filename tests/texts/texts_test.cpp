@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "findings/size_text.h"
 #include "texts/apps.h"
 #include "texts/cleared.h"
 #include "texts/duplicates.h"
@@ -35,7 +36,36 @@ TEST(Texts, TheUserFoldersAreNamedAsTheHomeNamesThem) {
             "No unused caches met the size threshold. Documents, Bureau, and projects stay "
             "untouched.");
   EXPECT_TRUE(duplicates::summaryDetail(french).starts_with(
-      "Extra copies in Téléchargements, Vidéos, Musique, and Images."));
+      "Extra copies in Téléchargements, Vidéos, Musique, and Images. A copy in Images, Musique or "
+      "Vidéos stays before one in Téléchargements, the oldest first, unless you pick another."));
+  // The copy kept by default says where it is.
+  using Scope = DuplicateScanner::Scope;
+  EXPECT_EQ(duplicates::keptByDefault(Scope::pictures, mac),
+            "The copy in Pictures stays unless you pick another.");
+  EXPECT_EQ(duplicates::keptByDefault(Scope::movies, french),
+            "The copy in Vidéos stays unless you pick another.");
+  EXPECT_EQ(duplicates::keptByDefault(Scope::downloads, mac),
+            "The copy in Downloads stays unless you pick another.");
+  // A sparse file says both its length and what it takes on disk; a file that takes what it
+  // holds says one size.
+  EXPECT_EQ(sizeOnDiskText(8LL << 30, 0), "8 GB, 0 MB on disk");
+  EXPECT_EQ(sizeOnDiskText(300'000'000, 300'003'328), "286 MB");
+  EXPECT_EQ(sizeOnDiskText(0, 5 * kMiB), "5 MB");
+
+  // Put Back All says one summary: what went back, and each item that stayed with its reason.
+  ClearedLog::PutBackAllOutcome all;
+  EXPECT_EQ(cleared::putBackAll(all), "Nothing of this clear is in the Trash.");
+  ClearedLog::Entry photo, film;
+  photo.name = "photo.jpg";
+  film.name = "film.mov";
+  all.putBack = {photo};
+  EXPECT_EQ(cleared::putBackAll(all), "photo.jpg was put back.");
+  all.putBack = {photo, film};
+  all.bytes = 3 * kMiB;
+  all.stayed = {{photo, "Something already exists at the original location."}};
+  EXPECT_EQ(cleared::putBackAll(all),
+            "2 items were put back (3 MB). 1 item stayed in the Trash: photo.jpg: Something "
+            "already exists at the original location.");
   // Only whole words, and a folder's name is never named again: a Downloads folder called
   // "Movies" stays "Movies".
   FolderNames odd{"Movies", "Desktop", "Filme", "Music", "Pictures"};

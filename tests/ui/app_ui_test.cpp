@@ -341,6 +341,20 @@ TEST_F(AppUiTest, OverviewCardsAndRecentlyClearedWithPutBack) {
   rows = ui.all("cleared.row");
   EXPECT_EQ(field(rows[2], "cleared.status"), "Trash emptied");
   EXPECT_EQ(ui.all("cleared.putBack").size(), 1u);
+
+  // Put Back All on the card with an item still in the Trash: it goes back, the card offers
+  // nothing more, and the one whose Trash copy is gone had no button to begin with.
+  auto all = ui.all("cleared.putBackAll");
+  ASSERT_EQ(all.size(), 1u);
+  EXPECT_EQ(all[0]->property("text").toString(), "Put Back All");
+  QString secondName = field(ui.all("cleared.row")[1], "cleared.name");
+  ui.click(all[0]);
+  EXPECT_EQ(ui.text("statusLine"), secondName + " was put back.");
+  ui.waitFor([&] { return ui.all("cleared.putBackAll").empty(); }, 2000);
+  EXPECT_TRUE(ui.all("cleared.putBackAll").empty());
+  EXPECT_TRUE(ui.all("cleared.putBack").empty());
+  EXPECT_TRUE(test::exists(b));
+  EXPECT_TRUE(test::exists(c));
 }
 
 TEST_F(AppUiTest, RecentlyClearedTellsEachClearByItsDate) {

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <map>
 #include <optional>
 #include <set>
@@ -78,9 +79,21 @@ struct FtsCloser {
   }
 };
 
+// The modification time as a TimePoint, clamped to what one can hold: a file dated far in the
+// future (or past) would overflow the clock's nanoseconds, and the order of copies only needs to
+// know it is the newest (or oldest).
 TimePoint modifiedOf(const struct stat& s) {
-  return TimePoint(std::chrono::duration_cast<Clock::duration>(
-      std::chrono::seconds(s.st_mtim.tv_sec) + std::chrono::nanoseconds(s.st_mtim.tv_nsec)));
+  using Duration = Clock::duration;
+  using Rep = Duration::rep;
+  constexpr Rep perSecond = std::chrono::duration_cast<Duration>(std::chrono::seconds(1)).count();
+  constexpr auto limit = std::numeric_limits<Rep>::max() / perSecond - 1;
+  if (s.st_mtim.tv_sec > limit) return TimePoint::max();
+  // The distant past stands for "no date"; a date before what the clock holds is the oldest one.
+  if (s.st_mtim.tv_sec < -limit) return TimePoint::min() + Duration(1);
+  Rep ticks =
+      static_cast<Rep>(s.st_mtim.tv_sec) * perSecond +
+      std::chrono::duration_cast<Duration>(std::chrono::nanoseconds(s.st_mtim.tv_nsec)).count();
+  return TimePoint(Duration(ticks));
 }
 
 class Descriptor {
@@ -271,10 +284,43 @@ std::int64_t wastedBytes(const Group& group) {
   return waste;
 }
 
-void orderGroups(std::vector<Group>& groups) {
+std::int64_t folderOf(const std::string& path, const Locations& places) {
+  std::string standard = paths::standardize(path);
+  // A media folder inside Downloads (a Music that user-dirs.dirs puts there) is the media folder.
+  for (std::int64_t member : {Scope::pictures, Scope::music, Scope::movies, Scope::downloads}) {
+    for (const Member& m : kMembers) {
+      if (m.bit != member) continue;
+      const std::string& folder = places.*m.folder;
+      if (!folder.empty() && paths::isStrictlyWithin(standard, paths::standardize(folder)))
+        return member;
+    }
+  }
+  return 0;
+}
+
+namespace {
+// The copy that stays by default comes first: one in the user's organised media folders before
+// one in Downloads (where copies pile up), then the oldest (the original); undated copies last.
+int placeRank(std::int64_t folder) {
+  if (folder == Scope::pictures || folder == Scope::music || folder == Scope::movies) return 0;
+  return folder == Scope::downloads ? 1 : 2;
+}
+}  // namespace
+
+void orderGroups(std::vector<Group>& groups, const Locations& places) {
   for (Group& g : groups) {
-    std::stable_sort(g.files.begin(), g.files.end(),
-                     [](const FileRef& a, const FileRef& b) { return a.modified > b.modified; });
+    std::vector<std::pair<int, FileRef>> ranked;
+    ranked.reserve(g.files.size());
+    for (FileRef& f : g.files)
+      ranked.emplace_back(placeRank(folderOf(f.path, places)), std::move(f));
+    std::stable_sort(ranked.begin(), ranked.end(), [](const auto& a, const auto& b) {
+      if (a.first != b.first) return a.first < b.first;
+      bool aDated = a.second.modified != kDistantPast, bDated = b.second.modified != kDistantPast;
+      if (aDated != bDated) return aDated;
+      return a.second.modified < b.second.modified;
+    });
+    for (size_t i = 0; i < ranked.size(); ++i)
+      g.files[i] = std::move(ranked[i].second);
   }
   std::vector<std::pair<std::int64_t, Group>> keyed;
   keyed.reserve(groups.size());
@@ -409,7 +455,7 @@ Result scan(const Locations& places, Scope scope, std::stop_token stop,
       result.groups.push_back(std::move(g));
     }
   }
-  orderGroups(result.groups);
+  orderGroups(result.groups, places);
   say(kDone);
   return result;
 }

@@ -1,7 +1,7 @@
 #pragma once
 // Byte-identical files of 1 MiB or more in the four media folders of a home. Stateless and
 // read-only: it returns groups of identical files, the group that wastes most first and the
-// newest copy first in each, beside the folders it was refused.
+// copy that stays by default first in each, beside the folders it was refused.
 
 #include <array>
 #include <cstdint>
@@ -74,9 +74,13 @@ std::string fullDigest(const std::string& path, std::stop_token stop = {});
 // the very file a check holds.
 std::string fullDigest(int fd, std::stop_token stop = {});
 
-// The two stable sorts: each group's files newest first (undated last), then the groups by
-// waste, bytes × (copies − 1), largest first. An overflowing waste ends the program.
-void orderGroups(std::vector<Group>& groups);
+// The two stable sorts: each group's files with the copy that stays by default first (a copy in
+// Pictures, Music or Movies before one in Downloads, then the oldest; undated copies last), then
+// the groups by waste, bytes × (copies − 1), largest first. An overflowing waste ends the program.
+void orderGroups(std::vector<Group>& groups, const Locations& places);
+// Which of the four folders path lies in (Scope's member), 0 for none. A media folder inside
+// Downloads counts as the media folder.
+std::int64_t folderOf(const std::string& path, const Locations& places);
 std::int64_t wastedBytes(const Group& group);
 
 // The re-check before a copy moves: still the user's own regular file (not a link) of the group's

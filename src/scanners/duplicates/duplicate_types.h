@@ -81,7 +81,7 @@ struct FileRef {
 struct Group {
   std::string hashHex;  // SHA-256 of the whole content, lower-case
   std::int64_t bytes = 0;
-  std::vector<FileRef> files;  // newest first, at least two
+  std::vector<FileRef> files;  // the copy kept by default first, at least two
   bool operator==(const Group&) const = default;
 };
 

@@ -81,7 +81,9 @@ std::vector<Finding> scan(const Locations& places, std::stop_token stop) {
       f.id = file.path;
       f.name = std::string(paths::lastComponent(file.path));
       f.path = paths::tilde(file.path, places.home);
-      f.bytes = file.bytes;
+      // Moving it gives back what it takes on disk; its length is said beside.
+      f.bytes = file.allocated;
+      f.length = file.bytes;
       // Each folder goes by its own name on Linux ("Videos", or the user's language).
       f.note = namingFolders(folder.note, names);
       f.kind = Finding::Kind::file;

@@ -33,10 +33,19 @@ std::string orderBelow(const std::string& parent, std::uint32_t index) {
 
 // One thread's records. A record never moves once made (a deque only grows at its end), so a
 // folder's tag is its record's address, and another thread that is handed the folder reads its
-// order and nothing else.
+// order and nothing else. Below the deepest recorded level (a full walk) an entry makes no
+// record: its bytes go to the recorded folder above it, and its folders pass that folder's tag
+// on.
 class Recorder final : public TreeWalker::Visitor {
  public:
+  explicit Recorder(int recordedLevels) : recordedLevels_(recordedLevels) {}
+
   bool directory(const TreeWalker::Item& item, std::uint64_t& tag) override {
+    if (item.level > recordedLevels_) {
+      tag = item.parentTag;
+      below(item.parentTag, TreeWalker::allocated(*item.stat));
+      return true;
+    }
     // A folder counts its own entry even when its blocks are 0.
     records.push_back(make(item, TreeWalker::allocated(*item.stat)));
     tag = reinterpret_cast<std::uint64_t>(&records.back());
@@ -47,7 +56,26 @@ class Recorder final : public TreeWalker::Visitor {
     std::int64_t bytes = TreeWalker::allocated(*item.stat);
     // Links are never followed and count their own blocks; a non-folder of 0 bytes is no node.
     if (bytes == 0 && item.level > 0) return;
-    if (item.level > 0 && item.kind != TreeWalker::Kind::symlink && item.stat->st_nlink >= 2) {
+    const bool manyNames =
+        item.level > 0 && item.kind != TreeWalker::Kind::symlink && item.stat->st_nlink >= 2;
+    if (item.level > recordedLevels_) {
+      if (!manyNames) {
+        below(item.parentTag, bytes);
+        return;
+      }
+      // A deeper name of a linked file counts, if it is the first, in the recorded folder above
+      // it: it stands just after that folder in walk order (all its names below one such folder
+      // come between that folder and the next one, so which of them counts makes no difference).
+      const auto* holder = reinterpret_cast<const Record*>(item.parentTag);
+      Record r;
+      r.parent = holder;
+      r.bytes = bytes;
+      r.level = recordedLevels_ + 1;
+      r.order = holder->order + std::string(4, '\xff');
+      linked.push_back({{item.stat->st_dev, item.stat->st_ino}, std::move(r)});
+      return;
+    }
+    if (manyNames) {
       // Counted once; which of its names counts is settled after the walk: the first in walk
       // order, whichever thread met it.
       linked.push_back({{item.stat->st_dev, item.stat->st_ino}, make(item, bytes)});
@@ -62,8 +90,19 @@ class Recorder final : public TreeWalker::Visitor {
   };
   std::deque<Record> records;
   std::vector<Linked> linked;
+  // What this thread found below each recorded folder of the deepest level.
+  std::unordered_map<const Record*, std::int64_t> deeper;
 
  private:
+  void below(std::uint64_t tag, std::int64_t bytes) {
+    const auto* holder = reinterpret_cast<const Record*>(tag);
+    if (holder != lastHolder_) {
+      lastHolder_ = holder;
+      lastSum_ = &deeper[holder];
+    }
+    *lastSum_ += bytes;
+  }
+
   static Record make(const TreeWalker::Item& item, std::int64_t bytes) {
     Record r;
     r.name = std::string(item.name);
@@ -75,6 +114,10 @@ class Recorder final : public TreeWalker::Visitor {
     }
     return r;
   }
+
+  int recordedLevels_;
+  const Record* lastHolder_ = nullptr;
+  std::int64_t* lastSum_ = nullptr;
 };
 
 struct PairHash {
@@ -134,21 +177,28 @@ Node nodeOf(const Table& table, size_t id, std::string path, std::string name, i
 
 }  // namespace
 
-Node build(const std::string& root, int maxDepth, size_t childLimit, std::stop_token stop,
-           unsigned threads) {
+namespace {
+
+Node walkAndBuild(const std::string& root, int maxDepth, size_t childLimit, std::stop_token stop,
+                  unsigned threads, bool full) {
   std::string rootPath = root;
   while (rootPath.size() > 1 && rootPath.back() == '/')
     rootPath.pop_back();
   Node empty{lastComponent(rootPath), rootPath, 0, {}};
 
-  std::vector<Recorder> recorders(std::max(1u, threads));
+  const int levels = std::max(0, maxDepth);
+  std::vector<Recorder> recorders;
+  recorders.reserve(std::max(1u, threads));
+  for (unsigned i = 0; i < std::max(1u, threads); ++i)
+    recorders.emplace_back(levels);
   std::vector<TreeWalker::Visitor*> visitors;
   for (Recorder& r : recorders)
     visitors.push_back(&r);
   TreeWalker::Options options;
   options.threads = threads;
-  // A folder at the deepest level counts its own entry and is never listed.
-  options.listBelowLevel = std::max(0, maxDepth);
+  // The quick map: a folder at the deepest level counts its own entry and is never listed. The
+  // full one walks everything and records as deep.
+  if (!full) options.listBelowLevel = levels;
   if (!TreeWalker::walk(rootPath, visitors, options, stop)) return empty;
   if (recorders[0].records.empty()) return empty;
 
@@ -177,6 +227,10 @@ Node build(const std::string& root, int maxDepth, size_t childLimit, std::stop_t
     const_cast<Record*>(table.records[i])->id = i;
     table.bytes[i] = table.records[i]->bytes;
   }
+  for (Recorder& r : recorders) {
+    for (const auto& [holder, bytes] : r.deeper)
+      table.bytes[holder->id] += bytes;
+  }
   for (size_t i = 1; i < table.records.size(); ++i)
     table.children[table.records[i]->parent->id].push_back(i);
   // Each entry's bytes count in every folder above it: deepest first, each adds to its parent.
@@ -186,6 +240,18 @@ Node build(const std::string& root, int maxDepth, size_t childLimit, std::stop_t
   }
   throwIfCancelled(stop);
   return nodeOf(table, 0, rootPath, lastComponent(rootPath), -1, maxDepth, childLimit);
+}
+
+}  // namespace
+
+Node build(const std::string& root, int maxDepth, size_t childLimit, std::stop_token stop,
+           unsigned threads) {
+  return walkAndBuild(root, maxDepth, childLimit, stop, threads, false);
+}
+
+Node buildFull(const std::string& root, int maxDepth, size_t childLimit, std::stop_token stop,
+               unsigned threads) {
+  return walkAndBuild(root, maxDepth, childLimit, stop, threads, true);
 }
 
 std::vector<Cell> layoutRow(const Node& node, double areaWidth) {

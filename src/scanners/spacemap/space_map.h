@@ -1,7 +1,8 @@
 #pragma once
 // The home folder as a small size tree for the space-map page: the home folder, its biggest
-// entries, theirs, and one level more. Nothing deeper than the maximum depth is walked or
-// counted, so the map is a quick overview of the upper levels.
+// entries, theirs, and one level more. The quick build walks and counts nothing deeper than the
+// maximum depth, a first picture of the upper levels; the full build walks the whole tree and
+// each node's bytes are everything under it.
 
 #include <cstdint>
 #include <stop_token>
@@ -20,6 +21,13 @@ inline constexpr size_t kChildLimit = 16;
 // every 1000 entries and throws Cancelled, nothing else. threads is the most the walk uses.
 Node build(const std::string& root, int maxDepth = kMaxDepth, size_t childLimit = kChildLimit,
            std::stop_token stop = {}, unsigned threads = 2);
+// The same tree with complete sizes: the whole tree is walked (one file system, links not
+// followed, a file with several names counted once, under the name a one-thread walk meets
+// first), and each node counts the allocated bytes of everything under it, as du -x would, so
+// the children are ordered and folded by those sizes. Memory grows with the nodes within
+// maxDepth levels, not with the tree.
+Node buildFull(const std::string& root, int maxDepth = kMaxDepth, size_t childLimit = kChildLimit,
+               std::stop_token stop = {}, unsigned threads = 2);
 
 // One cell of the row that shows a node's children.
 struct Cell {

@@ -168,8 +168,10 @@ QVariantList AppBridge::clearedGroups() const {
   TimePoint now = now_();
   for (const auto& group : ClearedLog::groupBySession(model_->clearedEntries())) {
     QVariantList entries;
+    bool anyInTrash = false;
     for (const auto& e : group.entries) {
       ClearedLog::Status status = ClearedLog::status(e, model_->places());
+      anyInTrash = anyInTrash || status == ClearedLog::Status::inTrash;
       std::string putBackAt =
           e.putBackAt
               ? localShortTime(QDateTime::fromSecsSinceEpoch(Clock::to_time_t(*e.putBackAt)).time())
@@ -184,10 +186,16 @@ QVariantList AppBridge::clearedGroups() const {
           {"canPutBack", status == ClearedLog::Status::inTrash}});
     }
     QString date = localDateText(group.latest, now);
-    groups.append(QVariantMap{{"dateText", date},
-                              {"header", QString::fromStdString(texts::cleared::cardHeader(
-                                             date.toStdString(), group.entries, group.bytes))},
-                              {"entries", entries}});
+    groups.append(
+        QVariantMap{{"dateText", date},
+                    {"header", QString::fromStdString(texts::cleared::cardHeader(
+                                   date.toStdString(), group.entries, group.bytes))},
+                    {"sessionID", QString::fromStdString(group.sessionID)},
+                    {"canPutBackAll", anyInTrash},
+                    {"putBackAllTitle",
+                     QString::fromUtf8(texts::cleared::kPutBackAll.data(),
+                                       static_cast<qsizetype>(texts::cleared::kPutBackAll.size()))},
+                    {"entries", entries}});
   }
   return groups;
 }
@@ -220,6 +228,10 @@ void AppBridge::putBack(const QString& id) {
       return;
     }
   }
+}
+
+void AppBridge::putBackAll(const QString& sessionID) {
+  model_->putBackClear(sessionID.toStdString());
 }
 
 void AppBridge::openUrl(const QString& url) {

@@ -91,8 +91,9 @@ class AppBridge : public QObject {
   bool updatesConfigured() const;
   QString versionLine() const;
   int clearedCount() const { return static_cast<int>(model_->clearedEntries().size()); }
-  // One map per clear: dateText, header, entries (name, from, sizeText, statusText, canPutBack,
-  // id), newest clear first.
+  // One map per clear: dateText, header, sessionID, canPutBackAll (some item in the Trash),
+  // putBackAllTitle, entries (name, from, sizeText, statusText, canPutBack, id), newest clear
+  // first.
   QVariantList clearedGroups() const;
   // What is still in the Trash of what the log lists: "1.2 GB moved to the Trash".
   QString clearedTitle() const;
@@ -125,6 +126,8 @@ class AppBridge : public QObject {
   Q_INVOKABLE void checkForUpdates();
   // Put Back of the log entry with this id; the outcome goes to the status line.
   Q_INVOKABLE void putBack(const QString& id);
+  // Put Back of every item of one clear still in the Trash; one summary goes to the status line.
+  Q_INVOKABLE void putBackAll(const QString& sessionID);
 
  signals:
   void phaseChanged();

@@ -6,6 +6,7 @@
 
 #include "findings/size_text.h"
 #include "platform/desktop.h"
+#include "scanners/duplicates/duplicate_scanner.h"
 #include "texts/duplicates.h"
 #include "texts/sharing.h"
 
@@ -105,7 +106,9 @@ QVariant DuplicateListModel::data(const QModelIndex& index, int role) const {
       return fileName(file.path);
     case NoteRole:
       if (!kept) return q(copies::kExtraNote);
-      return q(&file == &groupAt(row).files.front() ? copies::kKeptNewest : copies::kKeptPicked);
+      if (&file != &groupAt(row).files.front()) return q(copies::kKeptPicked);
+      return QString::fromStdString(copies::keptByDefault(
+          DuplicateScanner::folderOf(file.path, model_.places()), model_.wording()));
     case SizeTextRole:
       return QString::fromStdString(sizeText(file.bytes));
     case BadgeRole:

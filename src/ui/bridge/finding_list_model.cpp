@@ -81,7 +81,7 @@ QVariant FindingListModel::data(const QModelIndex& index, int role) const {
     case NoteRole:
       return QString::fromStdString(notes::summary(f));
     case SizeTextRole:
-      return QString::fromStdString(sizeText(f.bytes));
+      return QString::fromStdString(sizeOnDiskText(f.length, f.bytes));
     case BadgeRole:
       return QString::fromStdString(notes::badge(f));
     case BadgeKindRole:

@@ -8,6 +8,7 @@
 #include "scanners/spacemap/space_map.h"
 #include "scanners/spacemap/space_map_labels.h"
 #include "texts/lists.h"
+#include "texts/scan.h"
 
 namespace dw::ui {
 
@@ -16,7 +17,7 @@ SpaceMapModel::SpaceMapModel(ScanModel& model, QObject* parent) : QObject(parent
 void SpaceMapModel::modelChanged(ScanModel::Field field) {
   using F = ScanModel::Field;
   if (field == F::spaceRoot || field == F::spacePath || field == F::spaceSelected ||
-      field == F::spaceScanning) {
+      field == F::spaceScanning || field == F::spaceComplete) {
     emit changed();
   }
 }
@@ -31,6 +32,14 @@ QVariantList SpaceMapModel::crumbs() const {
                        {"level", ++level}};
   }
   return out;
+}
+
+QString SpaceMapModel::sizesText() const {
+  if (!hasMap()) return {};
+  std::string_view text = model_.spaceComplete()     ? texts::scan::kSpaceSizesComplete
+                          : model_.spaceCompleting() ? texts::scan::kSpaceSizesCounting
+                                                     : texts::scan::kSpaceSizesPartial;
+  return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
 QString SpaceMapModel::currentTitle() const {

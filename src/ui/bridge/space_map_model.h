@@ -18,6 +18,7 @@ class SpaceMapModel : public QObject {
   QML_UNCREATABLE("The bridge's space map is made by the bridge.")
   Q_PROPERTY(bool building READ building NOTIFY changed)
   Q_PROPERTY(bool hasMap READ hasMap NOTIFY changed)
+  Q_PROPERTY(QString sizesText READ sizesText NOTIFY changed)
   Q_PROPERTY(QVariantList crumbs READ crumbs NOTIFY changed)
   Q_PROPERTY(QString currentTitle READ currentTitle NOTIFY changed)
   Q_PROPERTY(bool hasSelection READ hasSelection NOTIFY changed)
@@ -35,6 +36,8 @@ class SpaceMapModel : public QObject {
 
   bool building() const { return model_.spaceScanning(); }
   bool hasMap() const { return model_.spaceRoot().has_value(); }
+  // Whether the sizes are complete yet, or still being counted.
+  QString sizesText() const;
   // One map per level: name, level (0 is the home folder).
   QVariantList crumbs() const;
   QString currentTitle() const;

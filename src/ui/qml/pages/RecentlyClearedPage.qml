@@ -90,13 +90,34 @@ Item {
                     x: 1; y: 1
                     width: parent.width - 2
 
-                    Text {
-                        objectName: "cleared.groupHeader"
-                        leftPadding: 18; topPadding: 14; bottomPadding: 10
-                        text: card.modelData.header
-                        color: Theme.text
-                        font.pixelSize: Theme.bodySize
-                        font.weight: Font.DemiBold
+                    Item {
+                        width: parent.width
+                        height: Math.max(groupHeader.implicitHeight, putBackAll.implicitHeight + 14)
+
+                        Text {
+                            id: groupHeader
+                            objectName: "cleared.groupHeader"
+                            anchors.left: parent.left
+                            anchors.right: putBackAll.left
+                            leftPadding: 18; topPadding: 14; bottomPadding: 10
+                            text: card.modelData.header
+                            color: Theme.text
+                            font.pixelSize: Theme.bodySize
+                            font.weight: Font.DemiBold
+                            elide: Text.ElideRight
+                        }
+                        DwButton {
+                            id: putBackAll
+                            objectName: "cleared.putBackAll"
+                            anchors.right: parent.right
+                            anchors.rightMargin: 14
+                            anchors.top: parent.top
+                            anchors.topMargin: 8
+                            visible: card.modelData.canPutBackAll
+                            text: card.modelData.putBackAllTitle
+                            Accessible.name: text + ", " + card.modelData.header
+                            onClicked: App.putBackAll(card.modelData.sessionID)
+                        }
                     }
                     ClearedRow {
                         width: parent.width

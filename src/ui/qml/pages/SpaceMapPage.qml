@@ -56,6 +56,15 @@ Item {
                     font.pixelSize: Theme.bodySize
                     wrapMode: Text.WordWrap
                 }
+                Text {
+                    objectName: "spaceMap.sizes"
+                    Layout.fillWidth: true
+                    visible: page.map.hasMap
+                    text: page.map.sizesText
+                    color: Theme.secondaryText
+                    font.pixelSize: Theme.bodySize
+                    wrapMode: Text.WordWrap
+                }
             }
             DwButton {
                 objectName: "spaceMap.build"

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "clearing/cleared_log.h"
+#include "texts/wording.h"
 
 namespace dw::texts::cleared {
 
@@ -34,6 +35,12 @@ std::int64_t bytesInTrash(const std::vector<ClearedLog::Entry>& entries, const L
 // "1.2 GB moved to the Trash"
 std::string title(std::int64_t bytesInTrash);
 inline constexpr std::string_view kNothingYet = "Nothing has been cleared yet.";
+// Under Recently Cleared's title: "Empty the Trash to get the space back. Changed your mind? Put
+// anything back below."
+std::string emptyLine(const Wording& wording);
+// Where the newest of the entries (newest first) that moved anything lies in the Trash: the
+// Trash that Recently Cleared's button shows. "" when none moved anything.
+std::string newestTrashPath(const std::vector<ClearedLog::Entry>& entries);
 // "<name> was put back."
 std::string putBack(std::string_view name);
 

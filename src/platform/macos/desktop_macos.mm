@@ -17,7 +17,11 @@ bool revealInFileManager(const std::string& path) {
   return true;
 }
 
-bool openTrashFolder(const std::string& home) {
+std::string trashToShow(const std::string&, const std::string& home) {
+  return "file://" + home + "/.Trash";
+}
+
+bool showTrash(const std::string&, const std::string& home) {
   NSString* trash = [NSString stringWithUTF8String:(home + "/.Trash").c_str()];
   return [[NSWorkspace sharedWorkspace] openURL:[NSURL fileURLWithPath:trash]];
 }

@@ -41,6 +41,7 @@ Item {
                     font.weight: Font.DemiBold
                 }
                 Text {
+                    objectName: "cleared.emptyLine"
                     width: parent.width
                     text: App.clearedEmptyLine
                     color: Theme.secondaryText

@@ -87,7 +87,11 @@ struct LinuxRow {
 std::vector<LinuxRow> linuxTable(const Locations& places) {
   auto inHome = [&](std::string_view relative) { return paths::join(places.home, relative); };
   const FolderNames names = folderNames(places);
-  const std::string fromFlatpak = "Each Flatpak app's data and settings, and what you made in it. ";
+  const Advice flatpakData{
+      "Flatpak app data",
+      "Each Flatpak app's data and settings, and what you made in it. Data of removed apps can be "
+      "reviewed.",
+      "leftovers"};
   std::vector<LinuxRow> rows = {
       {paths::join(places.dataHome, "Trash"),
        {"Trash",
@@ -120,8 +124,18 @@ std::vector<LinuxRow> linuxTable(const Locations& places) {
         joined("Apps' settings. Web caches of apps such as Slack or VS Code can be reviewed; ",
                " never moves settings."),
         "review"}},
-      {inHome(".var/app"),
-       {"Flatpak app data", fromFlatpak + "Data of removed apps can be reviewed.", "leftovers"}},
+      {inHome(".local/bin"),
+       {"Your programs",
+        joined("Programs installed for you alone, AppImages among them. ",
+               " moves an AppImage only when you uninstall it."),
+        std::nullopt}},
+      {inHome(".local"),
+       {"Local data and programs",
+        joined("Apps' data and programs installed for you. ",
+               " offers only the tool caches in it."),
+        "review"}},
+      {inHome(".var/app"), flatpakData},
+      {inHome(".var"), flatpakData},  // ~/.var holds nothing but app
       {inHome("snap"),
        {"Snap app data",
         "Each snap's data and settings. Caches in their common/.cache can be reviewed.", "review"}},
@@ -134,6 +148,18 @@ std::vector<LinuxRow> linuxTable(const Locations& places) {
         "Rust's tools and downloaded crates. The download cache can be reviewed; installed "
         "tools stay.",
         "review"}},
+      {inHome(".yarn"),
+       {"Yarn", "Yarn's global cache can be reviewed; your projects stay.", "review"}},
+      {inHome(".nuget"),
+       {"NuGet packages", "Packages NuGet downloaded can be reviewed; your projects stay.",
+        "review"}},
+      {inHome(".bun"),
+       {"Bun", "Bun's install cache can be reviewed; installed tools stay.", "review"}},
+      {inHome(".mozilla"),
+       {"Firefox profiles",
+        joined("Bookmarks, passwords and history. Firefox's cache is in the cache folder. ",
+               " does not remove profiles."),
+        std::nullopt}},
       {inHome(".rustup"),
        {"Rust toolchains",
         joined("Installed with rustup; remove old ones with rustup toolchain uninstall. ",

@@ -45,6 +45,8 @@ std::string describe(Kind kind, const std::string& text) {
     case Kind::refusedLocation:
       return "This item cannot be put back. The recorded Trash path or original location is "
              "not allowed.";
+    case Kind::alreadyInPlace:
+      return "This item is already back in its original location.";
   }
   return text;
 }
@@ -71,6 +73,14 @@ std::string upper(std::string_view text) {
 
 // --- JSON --------------------------------------------------------------------------------------
 
+json::Value itemToJson(const platform::ItemMark& mark) {
+  json::Value item{json::Object{}};
+  item.set("device", static_cast<std::int64_t>(mark.identity.dev));
+  item.set("inode", static_cast<std::int64_t>(mark.identity.ino));
+  if (mark.bornNs) item.set("born", *mark.bornNs);
+  return item;
+}
+
 json::Value toJson(const Entry& e) {
   json::Value object{json::Object{}};
   object.set("id", upper(e.id));
@@ -93,6 +103,7 @@ json::Value toJson(const Entry& e) {
     }
     object.set("shared", std::move(copies));
   }
+  if (e.item) object.set("item", itemToJson(*e.item));
   return object;
 }
 
@@ -118,6 +129,24 @@ std::optional<std::int64_t> bytesMember(const json::Value& object) {
   double d = v->number();
   if (!std::isfinite(d) || std::trunc(d) != d || d < -9.2e18 || d > 9.2e18) return std::nullopt;
   return static_cast<std::int64_t>(d);
+}
+
+std::optional<platform::ItemMark> itemFromJson(const json::Value& item) {
+  if (!item.isObject()) return std::nullopt;
+  auto whole = [&](std::string_view key) -> std::optional<std::int64_t> {
+    const json::Value* v = item.find(key);
+    if (!v || !v->isInteger()) return std::nullopt;
+    return v->integer();
+  };
+  std::optional<std::int64_t> device = whole("device"), inode = whole("inode");
+  if (!device || !inode || *device < 0 || *inode < 0) return std::nullopt;
+  platform::ItemMark mark{{static_cast<std::uint64_t>(*device), static_cast<std::uint64_t>(*inode)},
+                          std::nullopt};
+  if (const json::Value* born = item.find("born"); born && !born->isNull()) {
+    if (!born->isInteger()) return std::nullopt;
+    mark.bornNs = born->integer();
+  }
+  return mark;
 }
 
 std::optional<Entry> fromJson(const json::Value& v) {
@@ -157,6 +186,12 @@ std::optional<Entry> fromJson(const json::Value& v) {
       if (!path || !kept) return std::nullopt;
       e.shared.push_back({*path, *kept});
     }
+  }
+  if (const json::Value* item = v.find("item"); item && !item->isNull()) {
+    // Malformed, the record is kept as it is, as for its copies.
+    std::optional<platform::ItemMark> mark = itemFromJson(*item);
+    if (!mark) return std::nullopt;
+    e.item = mark;
   }
   return e;
 }
@@ -1088,6 +1123,10 @@ std::vector<Entry> load(const Locations& places) {
   return entries;
 }
 
+bool isBackInPlace(const Entry& entry) {
+  return entry.item && platform::isSameItem(entry.originalPath, *entry.item);
+}
+
 bool isAllowed(const Entry& entry, const Locations& places) {
   return acceptedPlaces(entry, places).has_value();
 }
@@ -1095,7 +1134,8 @@ bool isAllowed(const Entry& entry, const Locations& places) {
 Status status(const Entry& entry, const Locations& places) {
   if (entry.putBackAt) return Status::putBack;
   if (isShare(entry)) return Status::shared;
-  if (!platform::trashItemMatches(entry.trashPath, entry.originalPath)) return Status::trashEmptied;
+  if (!platform::trashItemMatches(entry.trashPath, entry.originalPath))
+    return isBackInPlace(entry) ? Status::putBack : Status::trashEmptied;
   return isAllowed(entry, places) ? Status::inTrash : Status::putBackByHand;
 }
 
@@ -1111,7 +1151,9 @@ Entry putBack(const Entry& entry, const Locations& places) {
   const std::string& trash = accepted->trash;
   const std::string original = originalPathOf(accepted->original);
 
-  if (!platform::trashItemMatches(trash, entry.originalPath)) throw PutBackError(Kind::notInTrash);
+  if (!platform::trashItemMatches(trash, entry.originalPath)) {
+    throw PutBackError(isBackInPlace(entry) ? Kind::alreadyInPlace : Kind::notInTrash);
+  }
   if (existsAt(original)) throw PutBackError(Kind::originalOccupied);
 
   if (int e = platform::makeFolders(accepted->original)) {

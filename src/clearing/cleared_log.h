@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "base/core.h"
+#include "platform/item_mark.h"
 #include "platform/locations.h"
 
 namespace dw::ClearedLog {
@@ -40,6 +41,9 @@ struct Entry {
   TimePoint date;
   std::optional<TimePoint> putBackAt;
   std::vector<SharedCopy> shared;  // a share's copies; written only when there are some
+  // The moved item's own mark, as it was about to move: tells it back in its original place
+  // after another program restored it. Written (as an extra key) only when it was read.
+  std::optional<platform::ItemMark> item;
   bool operator==(const Entry&) const = default;
 };
 
@@ -52,7 +56,14 @@ inline constexpr std::string_view kNothingToPutBack =
 
 class PutBackError : public std::runtime_error {
  public:
-  enum class Kind { moveFailed, alreadyPutBack, notInTrash, originalOccupied, refusedLocation };
+  enum class Kind {
+    moveFailed,
+    alreadyPutBack,
+    notInTrash,
+    originalOccupied,
+    refusedLocation,
+    alreadyInPlace,  // another program (the file manager's Restore) put the item back
+  };
   PutBackError(Kind kind, const std::string& text = {});
   Kind kind() const { return kind_; }
 
@@ -137,13 +148,17 @@ bool isAllowed(const Entry& entry, const Locations& places);
 // makes, so the two never disagree.
 enum class Status {
   inTrash,        // in the Trash, and Put Back can take it back
-  putBack,        // put back (putBackAt)
+  putBack,        // put back (putBackAt), or back in its place by another program's Restore:
+                  // the very item moved (its recorded mark) is at its original path
   trashEmptied,   // no longer in the Trash
   putBackByHand,  // in the Trash, but its original place is not one Put Back accepts (an app
                   // from /Applications)
   shared,         // a share: never in the Trash, nothing to put back
 };
 Status status(const Entry& entry, const Locations& places);
+// Whether the very item the entry moved (its recorded mark, not merely a name) is at its original
+// path again, put back by another program.
+bool isBackInPlace(const Entry& entry);
 
 // Moves the item back and records when; throws PutBackError (or std::system_error when the
 // parent folder cannot be made or the log cannot be written after the move). Refuses

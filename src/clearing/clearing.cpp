@@ -152,6 +152,10 @@ std::optional<MoveFailure> moveOne(const MoveRequest& request, const Locations& 
     platform::TrashMove move =
         platform::moveToTrash(planned.originalPath, checks, [&](const std::string& trashPath) {
           planned.trashPath = trashPath;
+          // Its mark, for knowing it again once another program restores it; only the listed
+          // item's (the move checks that again before the rename).
+          planned.item = platform::itemMark(planned.originalPath);
+          if (planned.item && planned.item->identity != request.identity) planned.item.reset();
           return journal.intendMove(planned);  // nothing moves without its intent on disk
         });
     // The result is a shortcut for the next start; without it the Trash itself tells.

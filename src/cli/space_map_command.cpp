@@ -12,7 +12,7 @@ namespace dw::cli {
 
 namespace {
 
-json::Value nodeJson(const SpaceMap::Node& node, const std::string& home, int levels) {
+json::Value nodeJson(const SpaceMap::Node& node, const Locations& places, int levels) {
   json::Value out{json::Object{}};
   out.set("name", node.name);
   out.set("path", node.path);
@@ -20,10 +20,10 @@ json::Value nodeJson(const SpaceMap::Node& node, const std::string& home, int le
   json::Value children{json::Array{}};
   if (levels > 0) {
     for (const SpaceMap::Node& child : node.children)
-      children.push(nodeJson(child, home, levels - 1));
+      children.push(nodeJson(child, places, levels - 1));
   }
   out.set("children", std::move(children));
-  SpaceMapLabels::Advice advice = SpaceMapLabels::advice(node.path, home);
+  SpaceMapLabels::Advice advice = SpaceMapLabels::advice(node.path, places);
   json::Value adviceJson{json::Object{}};
   adviceJson.set("title", advice.title);
   adviceJson.set("detail", advice.detail);
@@ -40,14 +40,14 @@ std::string shareText(std::int64_t bytes, std::int64_t parentBytes) {
   return text;
 }
 
-void printNode(const SpaceMap::Node& node, std::int64_t parentBytes, const std::string& home,
+void printNode(const SpaceMap::Node& node, std::int64_t parentBytes, const Locations& places,
                int indent, int levels) {
   std::cout << std::string(static_cast<size_t>(indent) * 2, ' ') << displayText(node.name) << '\t'
             << sizeText(node.bytes) << '\t' << shareText(node.bytes, parentBytes) << '\t'
-            << SpaceMapLabels::advice(node.path, home).title << '\n';
+            << SpaceMapLabels::advice(node.path, places).title << '\n';
   if (levels <= 0) return;
   for (const SpaceMap::Node& child : node.children)
-    printNode(child, node.bytes, home, indent + 1, levels - 1);
+    printNode(child, node.bytes, places, indent + 1, levels - 1);
 }
 
 }  // namespace
@@ -80,11 +80,11 @@ Runner addSpaceMap(CLI::App& app) {
       std::cerr << displayText(model.message()) << '\n';
       return session.unfinishedStatus();
     }
-    const std::string& home = model.places().home;
+    const Locations& places = model.places();
     if (options->json) {
-      printJson(nodeJson(*model.spaceRoot(), home, options->depth));
+      printJson(nodeJson(*model.spaceRoot(), places, options->depth));
     } else {
-      printNode(*model.spaceRoot(), model.spaceRoot()->bytes, home, 0, options->depth);
+      printNode(*model.spaceRoot(), model.spaceRoot()->bytes, places, 0, options->depth);
       std::cerr << displayText(model.message()) << '\n';
     }
     return 0;

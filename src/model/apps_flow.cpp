@@ -76,7 +76,7 @@ MoveRunner::Plan AppsFlow::plan() {
     Clearing::UninstallOutcome outcome = Clearing::uninstallApp(app, places, report, stop);
     return [this, outcome = std::move(outcome), app] {
       endUninstall(outcome, app);
-      return MoveRunner::Ending{outcome.moves, texts::uninstallMessage(outcome)};
+      return MoveRunner::Ending{outcome.moves, texts::uninstallMessage(outcome, context_.wording)};
     };
   };
   return plan;

@@ -40,23 +40,24 @@ ScanFlow::Result ScanFlow::runPipeline(const Locations& places,
   bool chromeRunning = CacheScanner::isChromeRunning(workspace);
   // Which running program holds which cache file open: one look at the processes for the scan.
   std::vector<platform::HeldFile> held = CacheScanner::cachesInUse(places);
+  const texts::Wording wording = texts::Wording::of(places);
 
-  announce(std::string(kAreaLibraryCaches));
+  announce(wording.cachesArea);
   std::vector<Finding> caches =
       CacheScanner::scanLibraryCaches(places, chromeRunning, held, measurer);
-  announce(std::string(kAreaDeveloperCaches));
+  announce(wording.developerArea);
   auto developer = CacheScanner::scanDeveloperCaches(places, held, measurer);
   caches.insert(caches.end(), developer.begin(), developer.end());
-  announce(std::string(kAreaChrome));
+  announce(wording.browserArea);
   auto chrome = CacheScanner::scanChromeCaches(places, chromeRunning, measurer);
   caches.insert(caches.end(), chrome.begin(), chrome.end());
   sortLargestFirst(caches);
 
-  announce(std::string(kAreaLargeFiles));
+  announce(wording.largeFilesArea);
   std::vector<Finding> files = LargeFilesScanner::scan(places, stop);
   sortLargestFirst(files);
 
-  announce(std::string(kAreaLeftovers));
+  announce(wording.leftoversArea);
   LeftoverScanner::Result leftovers = LeftoverScanner::scan(places, workspace, measurer);
   throwIfCancelled(stop);
 
@@ -110,7 +111,7 @@ void ScanFlow::areaStarted(const std::string& area, std::uint64_t generation) {
   if (!task_.isNewest(generation)) return;
   scanArea_ = area;
   context_.notify(ModelField::scanArea);
-  context_.say(texts::scan::measuring(area));
+  context_.say(texts::scan::measuring(area, context_.wording));
 }
 
 void ScanFlow::finish(Result result, std::uint64_t generation) {
@@ -213,7 +214,7 @@ MoveRunner::Plan ScanFlow::plan(std::optional<Finding::Kind> kind) {
     Clearing::Outcome outcome = Clearing::clearFindings(findings, places, workspace, stop, report);
     return [this, outcome = std::move(outcome)]() mutable {
       removeMoved(outcome);
-      std::string message = texts::clearMessage(outcome);
+      std::string message = texts::clearMessage(outcome, context_.wording);
       return MoveRunner::Ending{std::move(outcome), std::move(message)};
     };
   };

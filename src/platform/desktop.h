@@ -15,9 +15,14 @@ bool openUrl(const std::string& url);
 // enclosing folder). False when nothing could show it.
 bool revealInFileManager(const std::string& path);
 
-// Opens the user's Trash in the file manager (Linux: the home Trash's files folder; macOS:
-// ~/.Trash). home is the user's home folder.
-bool openTrashFolder(const std::string& home);
+// Where the Trash that holds trashPath (a moved item's place there) is shown. Linux: the
+// desktop's own Trash view, "trash:///", when that is the user's home Trash ($XDG_DATA_HOME/Trash)
+// or nothing moved yet (trashPath empty); else the file:// URI of that Trash's files folder (the
+// Trash at the top of another volume). macOS: ~/.Trash of home.
+std::string trashToShow(const std::string& trashPath, const std::string& home);
+// Opens trashToShow in the file manager. On Linux, where nothing opens "trash:///", the home
+// Trash's files folder opens instead. Nothing in the Trash is ever emptied from here.
+bool showTrash(const std::string& trashPath, const std::string& home);
 
 // The label of the button that does revealInFileManager.
 std::string_view revealActionTitle();

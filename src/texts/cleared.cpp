@@ -12,6 +12,8 @@ std::string statusText(ClearedLog::Status status, std::string_view putBackWhen) 
     case ClearedLog::Status::inTrash:
       return "In the Trash";
     case ClearedLog::Status::putBack:
+      // Without a time: put back by another program (the file manager's Restore).
+      if (putBackWhen.empty()) return "Already put back";
       return "Put back " + std::string(putBackWhen);
     case ClearedLog::Status::trashEmptied:
       return "Trash emptied";
@@ -25,6 +27,17 @@ std::string statusText(ClearedLog::Status status, std::string_view putBackWhen) 
 
 std::string rowStatus(ClearedLog::Status status, std::string_view putBackWhen) {
   return status == ClearedLog::Status::inTrash ? std::string() : statusText(status, putBackWhen);
+}
+
+std::string emptyLine(const Wording& wording) {
+  return wording.emptyTrash + " to get the space back. Changed your mind? Put anything back below.";
+}
+
+std::string newestTrashPath(const std::vector<ClearedLog::Entry>& entries) {
+  for (const auto& e : entries) {
+    if (!e.trashPath.empty() && !ClearedLog::isShare(e)) return e.trashPath;
+  }
+  return {};
 }
 
 std::string groupHeader(std::string_view date, std::int64_t items, std::int64_t bytes) {

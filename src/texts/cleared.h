@@ -10,6 +10,7 @@
 
 #include "clearing/cleared_log.h"
 #include "clearing/put_back_all.h"
+#include "texts/wording.h"
 
 namespace dw::texts::cleared {
 
@@ -35,6 +36,12 @@ std::int64_t bytesInTrash(const std::vector<ClearedLog::Entry>& entries, const L
 // "1.2 GB moved to the Trash"
 std::string title(std::int64_t bytesInTrash);
 inline constexpr std::string_view kNothingYet = "Nothing has been cleared yet.";
+// Under Recently Cleared's title: "Empty the Trash to get the space back. Changed your mind? Put
+// anything back below."
+std::string emptyLine(const Wording& wording);
+// Where the newest of the entries (newest first) that moved anything lies in the Trash: the
+// Trash that Recently Cleared's button shows. "" when none moved anything.
+std::string newestTrashPath(const std::vector<ClearedLog::Entry>& entries);
 // "<name> was put back."
 std::string putBack(std::string_view name);
 // The one summary of Put Back All: "3 items were put back (43 MB)." and, for what stayed in

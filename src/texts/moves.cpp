@@ -6,8 +6,10 @@
 namespace dw::texts {
 
 namespace {
-constexpr std::string_view kMovedTail =
-    " moved to the Trash. Empty the Trash to get the space back.";
+// " moved to the Trash. Empty the Trash to get the space back."
+std::string movedTail(const Wording& wording) {
+  return " moved to the Trash. " + wording.emptyTrash + " to get the space back.";
+}
 
 std::string joined(const std::vector<std::string>& parts, std::string_view separator) {
   std::string out;
@@ -33,6 +35,10 @@ std::string itemSize(const MoveItem& item) {
   return sizeText(item.bytes.value_or(0));
 }
 }  // namespace
+
+std::string emptyLine(const Wording& wording) {
+  return "Space comes back " + wording.whenTrashEmptied + ". We never empty it for you.";
+}
 
 std::string confirmTitle(std::int64_t count) {
   return "Move " + countNoun(count, "item") + " to the Trash?";
@@ -65,7 +71,7 @@ QuestionWords questionWords(MoveKind kind, const Wording& wording) {
   return {"trash",
           "Move to Trash",
           std::string(kConfirmPutBackLine),
-          std::string(kConfirmEmptyLine),
+          emptyLine(wording),
           "Dry run: nothing was moved.",
           "nothing was moved",
           "Nothing was moved to the Trash."};
@@ -94,14 +100,14 @@ std::string failureSummary(const std::vector<Clearing::Failure>& failures) {
   return "Some items stayed in place: " + failureList(failures) + ".";
 }
 
-std::string clearMessage(const Clearing::Outcome& outcome) {
+std::string clearMessage(const Clearing::Outcome& outcome, const Wording& wording) {
   std::string failures = failureSummary(outcome.failures);
   if (outcome.movedBytes < 1) {
     if (outcome.stopped) return "Clearing stopped. Nothing was moved to the Trash.";
     if (!failures.empty()) return failures;
     return "Nothing was moved to the Trash.";
   }
-  std::string text = sizeText(outcome.movedBytes) + std::string(kMovedTail);
+  std::string text = sizeText(outcome.movedBytes) + movedTail(wording);
   if (outcome.stopped) text += " Clearing stopped after the current item.";
   if (!outcome.notes.empty()) text += " " + joined(outcome.notes, ". ") + ".";
   if (!failures.empty()) text += " " + failures;
@@ -109,7 +115,7 @@ std::string clearMessage(const Clearing::Outcome& outcome) {
 }
 
 std::string copiesMessage(const Clearing::Outcome& outcome, const Wording& wording) {
-  std::string moved = "Up to " + sizeText(outcome.movedBytes) + std::string(kMovedTail);
+  std::string moved = "Up to " + sizeText(outcome.movedBytes) + movedTail(wording);
   if (!outcome.failures.empty()) {
     return "Some copies stayed in place: " + failureList(outcome.failures) + ". " + moved;
   }
@@ -118,8 +124,8 @@ std::string copiesMessage(const Clearing::Outcome& outcome, const Wording& wordi
                                : " Copies that share storage may free less.");
 }
 
-std::string uninstallMessage(const Clearing::UninstallOutcome& outcome) {
-  std::string moved = sizeText(outcome.moves.movedBytes) + std::string(kMovedTail);
+std::string uninstallMessage(const Clearing::UninstallOutcome& outcome, const Wording& wording) {
+  std::string moved = sizeText(outcome.moves.movedBytes) + movedTail(wording);
   if (outcome.stopped) {
     if (outcome.moves.entries.empty()) return "Clearing stopped. Nothing was moved to the Trash.";
     moved += " Clearing stopped after the current item.";

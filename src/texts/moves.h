@@ -40,8 +40,8 @@ std::string showAllText(std::int64_t count);
 std::string moreText(std::int64_t notListed);
 inline constexpr std::string_view kConfirmPutBackLine =
     "Everything can be put back from Recently Cleared.";
-inline constexpr std::string_view kConfirmEmptyLine =
-    "Space comes back when you empty the Trash. We never empty it for you.";
+// "Space comes back when you empty the Trash. We never empty it for you."
+std::string emptyLine(const Wording& wording);
 inline constexpr std::string_view kConfirmKeysHint = "Return and Esc both cancel.";
 
 // What a question's answer does with what it lists: moves it to the Trash, or (a share of extra
@@ -79,11 +79,11 @@ inline constexpr std::string_view kStopping = "Stopping after the current itemâ€
 // "Some items stayed in place: a (reason), b (reason)." or "" when nothing failed.
 std::string failureSummary(const std::vector<Clearing::Failure>& failures);
 // A clear of findings.
-std::string clearMessage(const Clearing::Outcome& outcome);
+std::string clearMessage(const Clearing::Outcome& outcome, const Wording& wording);
 // A clear of extra copies: "Up to" what moved, since copies may share storage.
 std::string copiesMessage(const Clearing::Outcome& outcome, const Wording& wording);
 // An uninstall: "Some items stayed in place: a; b. 12 MB moved to the Trash. ..."
-std::string uninstallMessage(const Clearing::UninstallOutcome& outcome);
+std::string uninstallMessage(const Clearing::UninstallOutcome& outcome, const Wording& wording);
 // Added when the log could not record what moved.
 std::string logProblem(std::string_view what);
 

@@ -18,8 +18,14 @@ std::string joined(const std::vector<std::string>& parts) {
 }
 }  // namespace
 
-std::string measuring(std::string_view area) {
-  return "Measuring " + paths::asciiLower(area) + ".";
+std::vector<std::string> areas(const Wording& wording) {
+  return {wording.cachesArea, wording.developerArea, wording.browserArea, wording.largeFilesArea,
+          wording.leftoversArea};
+}
+
+std::string measuring(std::string_view area, const Wording& wording) {
+  return "Measuring " + (wording.areasInLowerCase ? paths::asciiLower(area) : std::string(area)) +
+         ".";
 }
 
 std::string finished(bool foundAny, const std::vector<std::string>& unread,

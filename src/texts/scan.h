@@ -12,17 +12,13 @@
 
 namespace dw::texts::scan {
 
-// The areas in the order a scan announces them.
-inline constexpr std::string_view kAreaLibraryCaches = "Library caches";
-inline constexpr std::string_view kAreaDeveloperCaches = "npm and Gradle";
-inline constexpr std::string_view kAreaChrome = "Chrome";
-inline constexpr std::string_view kAreaLargeFiles = "Large files";
-inline constexpr std::string_view kAreaLeftovers = "Leftovers";
+// The areas in the order a scan announces them, in the home's words (Wording).
+std::vector<std::string> areas(const Wording& wording);
 
 inline constexpr std::string_view kStarting = "Measuring unused caches.";
 inline constexpr std::string_view kStartingArea = "Starting…";
-// "Measuring library caches."
-std::string measuring(std::string_view area);
+// "Measuring library caches.", "Measuring caches in ~/.cache."
+std::string measuring(std::string_view area, const Wording& wording);
 // The status line of a finished scan: what it found, and the folders it could not read with
 // what would let it read them.
 std::string finished(bool foundAny, const std::vector<std::string>& unread, const Wording& wording);

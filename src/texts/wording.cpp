@@ -1,5 +1,6 @@
 #include "texts/wording.h"
 
+#include "base/paths.h"
 #include "platform/desktop.h"
 #include "platform/share.h"
 
@@ -12,6 +13,16 @@ Wording Wording::of(const Locations& places) {
     w.flatpakLeftovers = true;
     w.apfs = false;  // copies that share storage there are reflinks, said in general words
     w.appImages = true;
+    w.cachesArea = "caches in " + paths::tilde(places.cacheHome, places.home);
+    w.developerArea = "tool and app caches";
+    w.browserArea = "Chrome and Chromium";
+    w.largeFilesArea = "large files";
+    w.leftoversArea = "Flatpak leftovers";
+    w.areasInLowerCase = false;
+    // The file manager's own command: Dustwhale never empties the Trash itself.
+    w.emptyTrash = "Choose Empty Trash in the file manager";
+    w.whenTrashEmptied = "when you choose Empty Trash in the file manager";
+    w.showTrashTitle = "Show Trash";
   }
   w.folders = folderNames(places);
   w.fullDiskAccessSetting = platform::hasFullDiskAccessSetting();

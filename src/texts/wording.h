@@ -19,6 +19,18 @@ struct Wording {
   bool apfs = true;               // named where copies may share storage
   bool appImages = false;         // an uninstall moves an AppImage; other apps stay
   FolderNames folders;
+  // The areas a scan announces, in its order, as the line under a page's title says them
+  // ("Looking through Library caches…"). The Mac's status line lower-cases each whole area
+  // ("Measuring chrome."); a Linux home's areas are written as the sentence says them, product
+  // names with their own capitals ("Measuring caches in ~/.cache.", "Measuring Chrome.").
+  std::string cachesArea = "Library caches", developerArea = "npm and Gradle",
+              browserArea = "Chrome", largeFilesArea = "Large files", leftoversArea = "Leftovers";
+  bool areasInLowerCase = true;
+  // How the space of what moved comes back: the status line's "Empty the Trash", and the button
+  // that shows the Trash.
+  std::string emptyTrash = "Empty the Trash";
+  std::string whenTrashEmptied = "when you empty the Trash";
+  std::string showTrashTitle = "Open Trash";
   // The system that runs us.
   bool fullDiskAccessSetting = true;  // reading is granted by a Full Disk Access setting
   std::string revealTitle = "Reveal in Finder";

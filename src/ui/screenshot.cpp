@@ -194,7 +194,10 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
       Clearing::Outcome outcome;
       outcome.movedBytes = dw.model().moves().bytes();
       moves->showPicture(MoveSheet::Picture{
-          MoveSheet::Stage::Done, {}, 1.0, QString::fromStdString(texts::clearMessage(outcome))});
+          MoveSheet::Stage::Done,
+          {},
+          1.0,
+          QString::fromStdString(texts::clearMessage(outcome, dw.model().wording()))});
       s.shoot("sheet-confirm-done");
       moves->showPicture(std::nullopt);
     }

@@ -328,7 +328,8 @@ TEST_F(CrashTest, AJournalCutInsideARecordLosesNothingReadable) {
   // and never from a number that may itself be cut.
   EXPECT_EQ(ClearedLog::readJournalText(cut).records, 3);
   EXPECT_EQ(ClearedLog::readJournalText(cut).unreadable, 2);
-  std::string date = lines[2].substr(0, lines[2].size() - 2);  // "date":812345.6 or cut short?
+  // "date":812345.6 or cut short? (The item's mark follows the date.)
+  std::string date = lines[2].substr(0, lines[2].find("\"date\":") + 9);
   EXPECT_EQ(ClearedLog::readJournalText(date).records, 0);
   EXPECT_EQ(ClearedLog::readJournalText(lines[1].substr(0, lines[1].size() - 1)).records, 1);
 }

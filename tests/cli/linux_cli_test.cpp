@@ -60,7 +60,8 @@ TEST(LinuxCli, ScanClearAndPutBackACacheOfALinuxHome) {
 
   auto clear = test::dustwhale({"clear", "--home", b.home(), "--id", pip, "--yes"});
   ASSERT_EQ(clear.status, 0) << clear.out << clear.err;
-  EXPECT_THAT(clear.out, HasSubstr("moved to the Trash. Empty the Trash to get the space back."));
+  EXPECT_THAT(clear.out, HasSubstr("moved to the Trash. Choose Empty Trash in the file manager "
+                                   "to get the space back."));
   EXPECT_FALSE(test::exists(pip));
   // The desktop's own Trash: the item under files/, its record under info/.
   EXPECT_EQ(test::readFile(trashHome.trashFiles() + "/pip/http-v2/a/b/c/entry"), "a wheel's bytes");

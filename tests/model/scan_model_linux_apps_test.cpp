@@ -66,7 +66,8 @@ TEST_F(ScanModelLinuxApps, AnAppImageGoesToTheTrashWithItsLauncherAndIconsAndEac
   EXPECT_FALSE(app("Photo Viewer"));
   EXPECT_TRUE(app("Notes"));
   EXPECT_THAT(model->message(),
-              ::testing::EndsWith("moved to the Trash. Empty the Trash to get the space back."));
+              ::testing::EndsWith("moved to the Trash. Choose Empty Trash in the file manager to "
+                                  "get the space back."));
   EXPECT_EQ(model->message().rfind("Some items", 0), std::string::npos);
 
   const auto entries = model->clearedEntries();

@@ -34,7 +34,12 @@ TEST(ScanModelLinux, TheScanNamesTheProgramHoldingACacheOpenAndLeavesItUnchosen)
                result.findings[0].note.find("yarnish") != std::string::npos;
       },
       5s));
+  areas.clear();
   ScanFlow::Result result = scanned();
+  // The areas in a Linux home's words.
+  EXPECT_EQ(areas,
+            (std::vector<std::string>{"caches in ~/.cache", "tool and app caches",
+                                      "Chrome and Chromium", "large files", "Flatpak leftovers"}));
   ASSERT_EQ(result.findings.size(), 2u);
   EXPECT_EQ(result.findings[0].name, "Yarn cache");
   EXPECT_EQ(result.findings[0].note, "In use by yarnish. Quit it before clearing this cache.");

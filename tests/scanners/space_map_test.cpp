@@ -15,6 +15,7 @@
 #include "base/core.h"
 #include "scanners/spacemap/space_map_labels.h"
 #include "support/command.h"
+#include "support/home_builder.h"
 #include "support/temp_dir.h"
 
 namespace dw {
@@ -334,6 +335,149 @@ TEST(SpaceMapLabels, TheTableItsOrderAndTheFallbacks) {
   // A plain prefix: a sibling whose name begins like the home's is made "relative" too.
   EXPECT_EQ(SpaceMapLabels::advice("/Users/meg/Movies", home).title, "Not identified");
   EXPECT_EQ(SpaceMapLabels::advice("/Users/me2/Movies", "/Users/me2").title, "Movies");
+}
+
+// The Mac's table, word for word as it always was: each row's title, detail and page.
+TEST(SpaceMapLabels, TheMacTableIsUnchangedThroughTheLayoutsLookup) {
+  test::HomeBuilder tree;
+  const Locations places = tree.locations();
+  const std::string& home = places.home;
+  auto said = [&](const std::string& relative) {
+    SpaceMapLabels::Advice a = SpaceMapLabels::advice(home + relative, places);
+    EXPECT_EQ(a, SpaceMapLabels::advice(home + relative, home)) << relative;
+    return a.title + " | " + a.detail + " | " + a.linkedPage.value_or("-") + " | " +
+           SpaceMapLabels::pageToOpen(a).value_or("-");
+  };
+  std::vector<std::string> rows;
+  for (const char* relative :
+       {"/Library/Developer/CoreSimulator", "/Library/Developer/Xcode/DerivedData",
+        "/Pictures/Photos Library.photoslibrary", "/Library/Mail", "/Library/Caches", "/Downloads",
+        "/Movies", "/Library/Application Support", "/Library/Containers", "/Library/Developer",
+        "/Music", "/Pictures", "/Documents", "/Desktop", "/Old.photoslibrary", "/Library",
+        "/.cache", "/Videos"})
+    rows.push_back(said(relative));
+  EXPECT_EQ(
+      rows,
+      (std::vector<std::string>{
+          "Xcode simulators | Remove old ones in Xcode. | - | -",
+          "Xcode build data | Xcode recreates this. Dustwhale does not remove project builds. | - "
+          "| -",
+          "Photos library | Keep; manage in Photos. | - | -",
+          "Mail downloads | Mail stores messages here. Dustwhale does not remove them. | - | -",
+          "Caches | Unused caches can be reviewed. | review | review",
+          "Downloads | Large files and duplicates can be reviewed. | review | largeFiles",
+          "Movies | Large files can be reviewed. | review | largeFiles",
+          "Application Support | Leftovers from removed apps can be reviewed. | leftovers | "
+          "leftovers",
+          "App containers | Sandboxed app data. Apps manage this. Dustwhale does not remove it "
+          "from the map. | - | -",
+          "Developer files | Tools such as Xcode keep build data here. Dustwhale does not remove "
+          "project builds. | - | -",
+          "Music | Music files. Dustwhale does not remove this folder. Extra copies can be "
+          "reviewed separately. | - | -",
+          "Pictures | Photos and images. The Photos library stays. Dustwhale does not remove this "
+          "folder. | - | -",
+          "Documents | Your documents. Dustwhale never moves anything here. | - | -",
+          "Desktop | Files on the Desktop stay. Dustwhale does not remove this folder. | - | -",
+          "Photos library | Keep; manage in Photos. | - | -",
+          "Library | App data and settings. Mostly managed by apps and macOS. | - | -",
+          "Not identified | Dustwhale does not remove this. Reveal in Finder to look yourself. | "
+          "- | -",
+          "Not identified | Dustwhale does not remove this. Reveal in Finder to look yourself. | "
+          "- | -",
+      }));
+}
+
+// A Linux home's own table: its folders where this home keeps them, the user folders by the
+// names of its user-dirs.dirs, and never a word of the Mac's.
+TEST(SpaceMapLabels, ALinuxHomeHasItsOwnTableInLinuxWords) {
+  test::HomeBuilder tree(Locations::Layout::linux);
+  tree.userDirs({{"VIDEOS", "$HOME/Vidéos"},
+                 {"DOWNLOAD", "$HOME/Téléchargements"},
+                 {"PICTURES", "$HOME/Bilder"},
+                 {"MUSIC", "$HOME/Musik"},
+                 {"DOCUMENTS", "$HOME/Dokumente"},
+                 {"DESKTOP", "$HOME/Schreibtisch"}});
+  const Locations places = tree.locations();
+  const std::string home = places.home;
+  struct Expected {
+    std::string relative, title;
+    std::optional<std::string> opens;
+  };
+  const std::vector<Expected> rows = {
+      {".cache", "Caches", "review"},
+      {".cache/pip/http", "Caches", "review"},
+      {".local/share", "App data", "review"},
+      {".local/share/Trash", "Trash", std::nullopt},
+      {".local/share/Trash/files/old.iso", "Trash", std::nullopt},
+      {".local/share/pnpm/store", "pnpm store", "review"},
+      {".local/share/Steam/steamapps", "Steam", "review"},
+      {".local/share/flatpak", "Flatpak apps", std::nullopt},
+      {".config", "Settings", "review"},
+      {".config/Slack/Cache", "Settings", "review"},
+      {".var/app", "Flatpak app data", "leftovers"},
+      {".var/app/com.spotify.Client", "Flatpak app data", "leftovers"},
+      {".var", "Flatpak app data", "leftovers"},
+      {"snap", "Snap app data", "review"},
+      {".local", "Local data and programs", "review"},
+      {".local/bin/Krita.AppImage", "Your programs", std::nullopt},
+      {".yarn/berry/cache", "Yarn", "review"},
+      {".nuget/packages", "NuGet packages", "review"},
+      {".bun", "Bun", "review"},
+      {".mozilla/firefox", "Firefox profiles", std::nullopt},
+      {"Vidéos", "Vidéos", "largeFiles"},
+      {"Téléchargements/big.iso", "Téléchargements", "largeFiles"},
+      {"Bilder", "Bilder", std::nullopt},
+      {"Musik", "Musik", std::nullopt},
+      {"Dokumente", "Dokumente", std::nullopt},
+      {"Schreibtisch", "Schreibtisch", std::nullopt},
+      {".npm", "npm cache", "review"},
+      {".cargo", "Cargo", "review"},
+      {".rustup", "Rust toolchains", std::nullopt},
+      {"go", "Go", "review"},
+      {".m2", "Maven repository", std::nullopt},
+      {".gradle", "Gradle", "review"},
+      {".steam", "Steam", "review"},
+      {"Videos", "Not identified", std::nullopt},  // not this home's videos folder
+      {"gone", "Not identified", std::nullopt},
+      {".cachet", "Not identified", std::nullopt},  // a row matches a whole name only
+      {"", "Not identified", std::nullopt},
+  };
+  for (const Expected& row : rows) {
+    const std::string path = row.relative.empty() ? home : home + "/" + row.relative;
+    SpaceMapLabels::Advice a = SpaceMapLabels::advice(path, places);
+    EXPECT_EQ(a.title, row.title) << row.relative;
+    EXPECT_EQ(SpaceMapLabels::pageToOpen(a), row.opens) << row.relative;
+    EXPECT_FALSE(a.detail.empty()) << row.relative;
+    // Not a word of the Mac's, in any row or the fallback.
+    for (const char* mac : {"Finder", "Photos", "Library", "macOS", "Xcode", "Movies"}) {
+      EXPECT_EQ(a.title.find(mac), std::string::npos) << row.relative << ": " << a.title;
+      EXPECT_EQ(a.detail.find(mac), std::string::npos) << row.relative << ": " << a.detail;
+    }
+  }
+  EXPECT_EQ(SpaceMapLabels::advice(home + "/gone", places).detail,
+            "Dustwhale does not remove this. Show in Folder to look yourself.");
+  EXPECT_EQ(SpaceMapLabels::advice(home + "/Bilder", places).detail,
+            "Images and photographs. Dustwhale does not remove this folder.");
+  EXPECT_EQ(SpaceMapLabels::advice(home + "/.local/share/Trash", places).detail,
+            "What was moved to the Trash, by you or by Dustwhale. Empty Trash in the file manager "
+            "gives the space back; Dustwhale never empties it.");
+  EXPECT_EQ(SpaceMapLabels::advice(home + "/.var/app/org.gimp.GIMP", places).detail,
+            "Each Flatpak app's data and settings, and what you made in it. Data of removed apps "
+            "can be reviewed.");
+
+  // The XDG folders where the user's own variables put them.
+  {
+    test::ScopedEnv cache("XDG_CACHE_HOME", home + "/.mycache");
+    test::ScopedEnv data("XDG_DATA_HOME", home + "/data");
+    test::ScopedEnv realHome("HOME", home);
+    tree.folder(home + "/.mycache");
+    tree.folder(home + "/data");
+    const Locations own = tree.locations();
+    EXPECT_EQ(SpaceMapLabels::advice(home + "/.mycache/thumbnails", own).title, "Caches");
+    EXPECT_EQ(SpaceMapLabels::advice(home + "/data/Trash", own).title, "Trash");
+    EXPECT_EQ(SpaceMapLabels::advice(home + "/.cache", own).title, "Not identified");
+  }
 }
 
 }  // namespace

@@ -148,10 +148,11 @@ TEST(Texts, CountsSizesAndTheQuestion) {
 }
 
 TEST(Texts, EveryMoveEndsWithOneStatusLine) {
+  const Wording mac = Wording::of(Locations::macos("/", "/Users/ann"));
   Clearing::Outcome none;
-  EXPECT_EQ(clearMessage(none), "Nothing was moved to the Trash.");
+  EXPECT_EQ(clearMessage(none, mac), "Nothing was moved to the Trash.");
   none.stopped = true;
-  EXPECT_EQ(clearMessage(none), "Clearing stopped. Nothing was moved to the Trash.");
+  EXPECT_EQ(clearMessage(none, mac), "Clearing stopped. Nothing was moved to the Trash.");
 
   // Stopped, with a note and a failure, in that order.
   Clearing::Outcome some;
@@ -160,7 +161,7 @@ TEST(Texts, EveryMoveEndsWithOneStatusLine) {
   some.stopped = true;
   some.notes = {"vanished: 3 of 5 items moved (2 no longer allowed)"};
   some.failures = {{"gone", "No such file or directory"}, {"Chrome", "Chrome is open"}};
-  EXPECT_EQ(clearMessage(some),
+  EXPECT_EQ(clearMessage(some, mac),
             "250 MB moved to the Trash. Empty the Trash to get the space back. Clearing stopped "
             "after the current item. vanished: 3 of 5 items moved (2 no longer allowed). Some "
             "items stayed in place: gone (No such file or directory), Chrome (Chrome is open). "
@@ -170,7 +171,6 @@ TEST(Texts, EveryMoveEndsWithOneStatusLine) {
             "Trash.");
 
   // Extra copies: "Up to", and the storage they may share named per layout.
-  Wording mac = Wording::of(Locations::macos("/", "/Users/ann"));
   Clearing::Outcome copies;
   copies.movedBytes = kMiB;
   copies.entries.resize(1);
@@ -188,18 +188,77 @@ TEST(Texts, EveryMoveEndsWithOneStatusLine) {
   // An uninstall joins what stayed with "; ", and a sentence of its own ends the list.
   Clearing::UninstallOutcome app;
   app.stopped = true;
-  EXPECT_EQ(uninstallMessage(app), "Clearing stopped. Nothing was moved to the Trash.");
+  EXPECT_EQ(uninstallMessage(app, mac), "Clearing stopped. Nothing was moved to the Trash.");
   app.moves.entries.resize(1);
   app.moves.movedBytes = 2 * kMiB;
-  EXPECT_EQ(uninstallMessage(app),
+  EXPECT_EQ(uninstallMessage(app, mac),
             "2 MB moved to the Trash. Empty the Trash to get the space back. Clearing stopped "
             "after the current item.");
   app.stopped = false;
   app.stayed = {"x.savedState (no longer allowed)", "Foo needs an administrator. Show in Folder."};
-  EXPECT_EQ(uninstallMessage(app),
+  EXPECT_EQ(uninstallMessage(app, mac),
             "Some items stayed in place: x.savedState (no longer allowed); Foo needs an "
             "administrator. Show in Folder. 2 MB moved to the Trash. Empty the Trash to get the "
             "space back.");
+}
+
+TEST(Texts, ALinuxHomeNamesTheFileManagersEmptyTrashAndItsOwnScanAreas) {
+  const Wording mac = Wording::of(Locations::macos("/", "/Users/ann"));
+  const Wording linux = linuxWording();
+  Clearing::Outcome moved;
+  moved.movedBytes = 3 * kMiB;
+  moved.entries.resize(1);
+  EXPECT_EQ(clearMessage(moved, linux),
+            "3 MB moved to the Trash. Choose Empty Trash in the file manager to get the space "
+            "back. See Recently Cleared to put items back while they are still in the Trash.");
+  EXPECT_EQ(copiesMessage(moved, linux),
+            "Up to 3 MB moved to the Trash. Choose Empty Trash in the file manager to get the "
+            "space back. Copies that share storage may free less.");
+  Clearing::UninstallOutcome app;
+  app.moves = moved;
+  EXPECT_EQ(uninstallMessage(app, linux),
+            "3 MB moved to the Trash. Choose Empty Trash in the file manager to get the space "
+            "back.");
+  EXPECT_EQ(questionWords(MoveKind::toTrash, linux).emptyLine,
+            "Space comes back when you choose Empty Trash in the file manager. We never empty it "
+            "for you.");
+  EXPECT_EQ(questionWords(MoveKind::toTrash, mac).emptyLine,
+            "Space comes back when you empty the Trash. We never empty it for you.");
+  EXPECT_EQ(cleared::emptyLine(linux),
+            "Choose Empty Trash in the file manager to get the space back. Changed your mind? Put "
+            "anything back below.");
+  EXPECT_EQ(cleared::emptyLine(mac),
+            "Empty the Trash to get the space back. Changed your mind? Put anything back below.");
+  EXPECT_EQ(mac.showTrashTitle, "Open Trash");
+  EXPECT_EQ(linux.showTrashTitle, "Show Trash");
+
+  // The areas of a scan: the Mac's as they always were, lower-cased whole in the status line; a
+  // Linux home's as a Linux user has them, product names with their own capitals.
+  std::vector<std::string> said;
+  for (const std::string& area : scan::areas(mac))
+    said.push_back(area + " | " + scan::measuring(area, mac));
+  EXPECT_EQ(said, (std::vector<std::string>{
+                      "Library caches | Measuring library caches.",
+                      "npm and Gradle | Measuring npm and gradle.", "Chrome | Measuring chrome.",
+                      "Large files | Measuring large files.", "Leftovers | Measuring leftovers."}));
+  said.clear();
+  for (const std::string& area : scan::areas(linux))
+    said.push_back(area + " | " + scan::measuring(area, linux));
+  EXPECT_EQ(said, (std::vector<std::string>{"caches in ~/.cache | Measuring caches in ~/.cache.",
+                                            "tool and app caches | Measuring tool and app caches.",
+                                            "Chrome and Chromium | Measuring Chrome and Chromium.",
+                                            "large files | Measuring large files.",
+                                            "Flatpak leftovers | Measuring Flatpak leftovers."}));
+  EXPECT_EQ(scan::headerLine(scan::areas(linux)[0], std::nullopt, Clock::now()),
+            "Looking through caches in ~/.cache…");
+  // A cache folder of its own (XDG_CACHE_HOME) is named where it is.
+  Locations moved_cache = Locations::linux("/", "/home/ann");
+  moved_cache.cacheHome = "/home/ann/.local/cache";
+  EXPECT_EQ(Wording::of(moved_cache).cachesArea, "caches in ~/.local/cache");
+
+  // What another program's Restore left: put back, with no time of ours.
+  EXPECT_EQ(cleared::statusText(ClearedLog::Status::putBack, ""), "Already put back");
+  EXPECT_EQ(cleared::statusText(ClearedLog::Status::putBack, "14:05"), "Put back 14:05");
 }
 
 TEST(Texts, TheCommandLineListsWhatWouldMove) {

@@ -322,6 +322,9 @@ TEST_F(AppUiTest, OverviewCardsAndRecentlyClearedWithPutBack) {
   EXPECT_TRUE(headers[0]->property("text").toString().endsWith(" · 2 items · 21 MB"));
   EXPECT_TRUE(headers[1]->property("text").toString().endsWith(" · 1 item · 12 MB"));
   EXPECT_EQ(ui.text("cleared.title"), "33 MB moved to the Trash");
+  EXPECT_EQ(ui.text("cleared.openTrash"), "Open Trash");
+  EXPECT_EQ(ui.text("cleared.emptyLine"),
+            "Empty the Trash to get the space back. Changed your mind? Put anything back below.");
   ASSERT_EQ(ui.all("cleared.putBack").size(), 3u);
 
   // Put Back of the first row: it is home again, and its row says so with no button.

@@ -1,10 +1,12 @@
 // The desktop app over a Linux home: a Flatpak app's folder left behind shows what it holds in
-// its details, and a distribution's app shows the folders it keeps in the home, which stay.
+// its details, a distribution's app shows the folders it keeps in the home, which stay, and a
+// clear names the file manager's Empty Trash and offers to show the Trash.
 
 #include <gtest/gtest.h>
 
 #include <QQuickItem>
 
+#include "model/scan_model.h"
 #include "platform/defaults.h"
 #include "scanners/uninstaller/app_uninstaller.h"
 #include "support/home_builder.h"
@@ -57,6 +59,31 @@ TEST(LinuxHomeUiTest, AFlatpakLeftoverShowsItsLargestFilesAndAnAppItsFolders) {
   for (QQuickItem* item : ui.all("apps.itemPlace"))
     places_ << item->property("text").toString();
   EXPECT_EQ(places_.last(), "~/.cache · 12 MB");
+}
+
+TEST(LinuxHomeUiTest, AClearNamesTheFileManagersEmptyTrashAndOffersShowTrash) {
+  test::TempHome trashHome;
+  test::HomeBuilder b{Locations::Layout::linux};
+  Locations places = b.locations();
+  platform::UserDefaults(places.defaultsFile).setBool(platform::kOnboardingShownKey, true);
+  std::string thumbnails = b.cache("thumbnails", 12 * kMiB);
+  test::UiDriver ui(places);
+  ui.page("review");
+  ScanModel& model = ui.bridge().model();
+  ASSERT_TRUE(ui.waitFor([&] { return !ui.bridge().scanning(); }));
+  model.select({thumbnails});
+  model.requestConfirm(ScanModel::ConfirmScope::caches);
+  ui.bridge().moves()->move();
+  ASSERT_TRUE(ui.waitFor([&] { return !ui.bridge().clearing(); }));
+  EXPECT_TRUE(ui.bridge().message().contains(
+      "moved to the Trash. Choose Empty Trash in the file manager to get the space back."))
+      << ui.bridge().message().toStdString();
+  ui.click("confirm.done");
+  ui.page("recentlyCleared");
+  EXPECT_EQ(ui.text("cleared.openTrash"), "Show Trash");
+  EXPECT_EQ(ui.text("cleared.emptyLine"),
+            "Choose Empty Trash in the file manager to get the space back. Changed your mind? Put "
+            "anything back below.");
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 
 #include "base/paths.h"
 #include "platform/desktop.h"
+#include "platform/locations.h"
 
 extern char** environ;
 
@@ -81,10 +82,36 @@ bool revealInFileManager(const std::string& path) {
   return openUrl(fileUri(parent));
 }
 
-bool openTrashFolder(const std::string& home) {
+namespace {
+
+constexpr std::string_view kTrashView = "trash:///";
+
+// The user's own home Trash, where the moves of their home go: $XDG_DATA_HOME/Trash, else
+// ~/.local/share/Trash of the user running us (whatever home a scan was given).
+std::string homeTrashFolder() {
   const char* data = std::getenv("XDG_DATA_HOME");
-  std::string base = data && *data == '/' ? std::string(data) : home + "/.local/share";
-  return openUrl(fileUri(base + "/Trash/files"));
+  std::string base =
+      data && *data == '/' ? paths::standardize(data) : paths::join(currentHome(), ".local/share");
+  return paths::join(base, "Trash");
+}
+
+}  // namespace
+
+std::string trashToShow(const std::string& trashPath, const std::string&) {
+  std::string files(paths::parent(trashPath));
+  if (trashPath.empty() || paths::lastComponent(files) != "files") return std::string(kTrashView);
+  std::string trash(paths::parent(files));
+  if (paths::resolveSymlinks(trash) == paths::resolveSymlinks(homeTrashFolder()))
+    return std::string(kTrashView);
+  return fileUri(files);
+}
+
+bool showTrash(const std::string& trashPath, const std::string& home) {
+  std::string where = trashToShow(trashPath, home);
+  if (where != kTrashView || !onPath("xdg-open")) return openUrl(where);
+  // A desktop without a Trash view (no handler for trash:) shows the folder itself.
+  return runDetached("{ xdg-open \"$1\" >/dev/null 2>&1 || xdg-open \"$2\" >/dev/null 2>&1; } &",
+                     {where, fileUri(paths::join(homeTrashFolder(), "files"))});
 }
 
 std::string_view revealActionTitle() {

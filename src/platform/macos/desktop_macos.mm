@@ -27,7 +27,11 @@ bool revealInFileManager(const std::string& path) {
   }
 }
 
-bool openTrashFolder(const std::string& home) {
+std::string trashToShow(const std::string&, const std::string& home) {
+  return "file://" + home + "/.Trash";
+}
+
+bool showTrash(const std::string&, const std::string& home) {
   @autoreleasepool {
     NSURL* trash = cocoa::fileURL(home + "/.Trash");
     return trash && [[NSWorkspace sharedWorkspace] openURL:trash];

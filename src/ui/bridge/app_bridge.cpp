@@ -140,6 +140,14 @@ QString AppBridge::revealTitle() const {
   return QString::fromStdString(model_->wording().revealTitle);
 }
 
+QString AppBridge::trashTitle() const {
+  return QString::fromStdString(model_->wording().showTrashTitle);
+}
+
+QString AppBridge::clearedEmptyLine() const {
+  return QString::fromStdString(texts::cleared::emptyLine(model_->wording()));
+}
+
 QString AppBridge::versionLine() const {
   // "Dustwhale <version> (<build>)"; a Linux build carries no build number, shown as "—".
   return QString::fromStdString(platform::versionLine(platform::mainBundleInfo()));
@@ -217,7 +225,8 @@ FindingListModel* AppBridge::findings(FindingListModel::Kind kind) {
 }
 
 void AppBridge::openTrash() {
-  platform::openTrashFolder(model_->places().home);
+  platform::showTrash(texts::cleared::newestTrashPath(model_->clearedEntries()),
+                      model_->places().home);
 }
 
 void AppBridge::putBack(const QString& id) {

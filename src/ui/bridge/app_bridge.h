@@ -47,6 +47,10 @@ class AppBridge : public QObject {
                  showFullDiskAccessPromptChanged)
   Q_PROPERTY(bool onboardingPresented READ onboardingPresented NOTIFY onboardingPresentedChanged)
   Q_PROPERTY(QString revealTitle READ revealTitle CONSTANT)
+  // Recently Cleared's button that shows the Trash ("Open Trash", "Show Trash"), and the line
+  // under its title that says how the space comes back.
+  Q_PROPERTY(QString trashTitle READ trashTitle CONSTANT)
+  Q_PROPERTY(QString clearedEmptyLine READ clearedEmptyLine CONSTANT)
   Q_PROPERTY(bool updatesConfigured READ updatesConfigured CONSTANT)
   Q_PROPERTY(QString versionLine READ versionLine CONSTANT)
   Q_PROPERTY(int clearedCount READ clearedCount NOTIFY clearedChanged)
@@ -87,6 +91,8 @@ class AppBridge : public QObject {
   bool showFullDiskAccessPrompt() const { return model_->showFullDiskAccessPrompt(); }
   bool onboardingPresented() const { return gate_.presented(); }
   QString revealTitle() const;
+  QString trashTitle() const;
+  QString clearedEmptyLine() const;
   // Whether an updater runs ("Check for Updates…" is available): never on Linux.
   bool updatesConfigured() const;
   QString versionLine() const;
@@ -121,6 +127,7 @@ class AppBridge : public QObject {
   Q_INVOKABLE void finishOnboarding(bool openSettings);
   Q_INVOKABLE void presentOnboarding();
   Q_INVOKABLE void openUrl(const QString& url);
+  // Shows the Trash the newest move went to (platform::showTrash).
   Q_INVOKABLE void openTrash();
   // The user's own check for updates; nothing where no updater runs.
   Q_INVOKABLE void checkForUpdates();

@@ -75,17 +75,17 @@ bool SpaceMapModel::selectedHasChildren() const {
 QString SpaceMapModel::adviceTitle() const {
   auto* node = selectedNode();
   if (!node) return {};
-  return QString::fromStdString(SpaceMapLabels::advice(node->path, model_.places().home).title);
+  return QString::fromStdString(SpaceMapLabels::advice(node->path, model_.places()).title);
 }
 QString SpaceMapModel::adviceDetail() const {
   auto* node = selectedNode();
   if (!node) return {};
-  return QString::fromStdString(SpaceMapLabels::advice(node->path, model_.places().home).detail);
+  return QString::fromStdString(SpaceMapLabels::advice(node->path, model_.places()).detail);
 }
 QString SpaceMapModel::linkedPage() const {
   auto* node = selectedNode();
   if (!node) return {};
-  auto page = SpaceMapLabels::pageToOpen(SpaceMapLabels::advice(node->path, model_.places().home));
+  auto page = SpaceMapLabels::pageToOpen(SpaceMapLabels::advice(node->path, model_.places()));
   return page ? QString::fromStdString(*page) : QString();
 }
 

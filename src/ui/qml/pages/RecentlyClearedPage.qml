@@ -41,8 +41,9 @@ Item {
                     font.weight: Font.DemiBold
                 }
                 Text {
+                    objectName: "cleared.emptyLine"
                     width: parent.width
-                    text: "Empty the Trash to get the space back. Changed your mind? Put anything back below."
+                    text: App.clearedEmptyLine
                     color: Theme.secondaryText
                     font.pixelSize: Theme.bodySize
                     wrapMode: Text.WordWrap
@@ -60,7 +61,7 @@ Item {
             DwButton {
                 objectName: "cleared.openTrash"
                 symbol: "trash"
-                text: "Open Trash"
+                text: App.trashTitle
                 onClicked: App.openTrash()
             }
         }

@@ -113,20 +113,18 @@ Item {
                     onSelectAll: page.list.selectAll(shown.keys())
                     onSelectNone: page.list.selectNone(shown.keys())
                 }
-                ListView {
+                RowList {
                     id: listView
                     objectName: "page.list"
                     Layout.fillWidth: true
                     Layout.fillHeight: true
-                    clip: true
+                    Accessible.name: page.list.sectionTitle
                     model: SearchFilter {
                         id: shown
                         source: page.list
                         query: page.query
                     }
-                    boundsBehavior: Flickable.StopAtBounds
                     reuseItems: true
-                    ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
                     delegate: FindingRow {
                         objectName: "findingRow"
                         required property int index
@@ -143,7 +141,9 @@ Item {
                         required lastUsed
                         required location
                         required largestFiles
-                        width: listView.width
+                        width: listView.rowWidth
+                        list: listView
+                        current: ListView.isCurrentItem && listView.activeFocus
                         showsSeparator: index < listView.count - 1
                         proofActionTitle: App.revealTitle
                         onToggled: page.list.toggle(key)

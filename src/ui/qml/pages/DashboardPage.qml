@@ -115,10 +115,15 @@ Item {
                         Layout.preferredWidth: 1
                         implicitHeight: 160
                         hoverEnabled: true
+                        // Read as its title, figure and line, and opens its page.
+                        Accessible.name: [modelData.title, modelData.value, modelData.detail].filter(part => part !== "").join(", ")
                         onClicked: page.openPage(modelData.page)
+                        Accessible.onPressAction: clicked()
                         background: Card {
+                            color: cardButton.down ? Qt.tint(Theme.card, Theme.pressed) : Theme.card
                             border.color: cardButton.hovered ? Theme.accent : Theme.cardBorder
                         }
+                        FocusRing { shown: cardButton.visualFocus; cornerRadius: Theme.radius }
                         contentItem: ColumnLayout {
                             spacing: 6
                             RowLayout {

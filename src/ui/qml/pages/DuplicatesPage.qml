@@ -52,7 +52,8 @@ Item {
             spacing: 16
             Repeater {
                 model: page.folders
-                delegate: AbstractButton {
+                // A check box to a screen reader, with its state.
+                delegate: CheckBox {
                     id: folder
                     required property var modelData
                     objectName: "duplicates.folder." + modelData.title
@@ -60,30 +61,41 @@ Item {
                     checked: (page.list.scopeBits & modelData.bit) !== 0
                     enabled: !page.list.searching
                     opacity: enabled ? 1 : 0.55
+                    hoverEnabled: true
+                    focusPolicy: Qt.StrongFocus
+                    padding: 2
+                    spacing: 7
+                    text: modelData.title
                     Accessible.name: modelData.title
+                    Accessible.checkable: true
+                    Accessible.checked: checked
+                    Accessible.onPressAction: if (enabled) clicked()
+                    Accessible.onToggleAction: if (enabled) clicked()
                     onClicked: page.list.setFolder(modelData.bit, !checked)
-                    contentItem: Row {
-                        spacing: 7
-                        Rectangle {
-                            anchors.verticalCenter: parent.verticalCenter
-                            width: 16; height: 16; radius: 4
-                            color: folder.checked ? Theme.accent : Theme.field
-                            border.width: folder.checked ? 0 : 1.5
-                            border.color: Theme.fieldBorder
-                            Icon {
-                                anchors.centerIn: parent
-                                visible: folder.checked
-                                symbol: "checkmark"
-                                size: 14
-                                color: Theme.accentForeground
-                            }
+                    FocusRing { shown: folder.visualFocus; cornerRadius: 4 }
+                    indicator: Rectangle {
+                        x: folder.leftPadding
+                        anchors.verticalCenter: parent.verticalCenter
+                        implicitWidth: 16; implicitHeight: 16; radius: 4
+                        color: folder.checked ? (folder.down ? Theme.accentPressed : folder.hovered ? Theme.accentHover : Theme.accent)
+                             : folder.down ? Qt.tint(Theme.field, Theme.pressed)
+                             : folder.hovered ? Qt.tint(Theme.field, Theme.hover) : Theme.field
+                        border.width: folder.checked ? 0 : 1.5
+                        border.color: Theme.fieldBorder
+                        Icon {
+                            anchors.centerIn: parent
+                            visible: folder.checked
+                            symbol: "checkmark"
+                            size: 14
+                            color: Theme.accentForeground
                         }
-                        Text {
-                            anchors.verticalCenter: parent.verticalCenter
-                            text: folder.modelData.title
-                            color: Theme.text
-                            font.pixelSize: Theme.bodySize
-                        }
+                    }
+                    contentItem: Text {
+                        leftPadding: folder.indicator.width + folder.spacing
+                        verticalAlignment: Text.AlignVCenter
+                        text: folder.text
+                        color: Theme.text
+                        font.pixelSize: Theme.bodySize
                     }
                 }
             }
@@ -99,6 +111,8 @@ Item {
 
         Text {
             objectName: "duplicates.progress"
+            Accessible.role: Accessible.ProgressBar
+            Accessible.name: text
             visible: page.list.searching
             Layout.fillWidth: true
             Layout.leftMargin: Theme.pagePadding
@@ -142,18 +156,16 @@ Item {
                     onSelectAll: page.list.selectAll()
                     onSelectNone: page.list.selectNone()
                 }
-                ListView {
+                RowList {
                     id: listView
                     objectName: "duplicates.list"
                     Layout.fillWidth: true
                     Layout.fillHeight: true
-                    clip: true
+                    Accessible.name: page.list.sectionTitle
                     model: SearchFilter {
                         source: page.list
                         query: page.query
                     }
-                    boundsBehavior: Flickable.StopAtBounds
-                    ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
                     delegate: Column {
                         id: copy
                         required property string key
@@ -171,7 +183,7 @@ Item {
                         required property bool kept
                         required property bool groupStart
                         required property string groupTitle
-                        width: listView.width
+                        width: listView.rowWidth
 
                         // Each group under its title, over the first of its copies shown.
                         Rectangle {
@@ -205,6 +217,8 @@ Item {
                             lastUsed: copy.lastUsed
                             location: copy.location
                             showsSeparator: copy.kept
+                            list: listView
+                            current: copy.ListView.isCurrentItem && listView.activeFocus
                             proofActionTitle: App.revealTitle
                             onToggled: page.list.toggle(copy.key)
                             onProofAction: page.list.reveal(copy.key)

@@ -51,6 +51,8 @@ ApplicationWindow {
         if (page === "spaceMap" && !sidebar.activeFocus) spaceMapPage.forceActiveFocus()
     }
 
+    Binding { target: Theme; property: "compact"; value: window.height < 640 }
+
     Component.onCompleted: {
         Theme.dark = App.startsDark
         App.firstAppearance()
@@ -192,7 +194,7 @@ ApplicationWindow {
                     Layout.fillWidth: true
                     Layout.leftMargin: Theme.pagePadding
                     Layout.rightMargin: Theme.pagePadding
-                    Layout.bottomMargin: 12
+                    Layout.bottomMargin: Theme.compact ? 6 : 12
                     text: App.message
                     color: Theme.secondaryText
                     font.pixelSize: Theme.smallSize + 1
@@ -209,7 +211,7 @@ ApplicationWindow {
                 Item {
                     Layout.fillWidth: true
                     Layout.fillHeight: true
-                    Layout.topMargin: 16
+                    Layout.topMargin: Theme.compact ? 8 : 16
 
                     DashboardPage {
                         objectName: "page.dashboard"

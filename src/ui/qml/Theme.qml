@@ -49,8 +49,21 @@ QtObject {
     readonly property color chartHeld: named("chartHeld")
     readonly property color chartOutline: named("chartOutline")
 
+    // A row as a screen reader says it: its parts that are not empty, joined by commas.
+    function spoken(first: string, second: string, third: string): string {
+        let out = first
+        for (const part of [second, third])
+            if (part !== "") out += (out !== "" ? ", " : "") + part
+        return out
+    }
+
     function spaceMapCell(rank: int): color { return ThemeColors.spaceMapCell(rank, dark) }
     function spaceMapLabel(rank: int): color { return ThemeColors.spaceMapLabel(rank, dark) }
+
+    // A window near its smallest height tightens the fixed parts (header, footers, rows) so that
+    // every list still shows at least four rows.
+    property bool compact: false
+    readonly property int rowHeight: compact ? 44 : 60
 
     readonly property int radius: 10
     readonly property int smallRadius: 6

@@ -142,6 +142,16 @@ try:
             print("folder toggles checked:", checked, flush=True)
             if not checked:
                 fail("no folder toggle is checked, though the search starts with folders chosen")
+            # A screen reader's press turns a toggle off and on again, and its state follows.
+            music = next((t for t in toggles if t.name == "Music"), None)
+            if music is not None:
+                before = state(music, pyatspi.STATE_CHECKED)
+                press(music)
+                if not wait_for(lambda: state(music, pyatspi.STATE_CHECKED) != before, 5):
+                    fail("pressing the Music toggle did not change its checked state")
+                press(music)
+                if not wait_for(lambda: state(music, pyatspi.STATE_CHECKED) == before, 5):
+                    fail("pressing the Music toggle again did not restore its state")
             find_button = next((n for n in find(app, pyatspi.ROLE_PUSH_BUTTON)
                                 if n.name.startswith("Find")), None)
             if find_button is None:

@@ -17,7 +17,7 @@ Item {
 
     implicitHeight: heading ? 26 : 40
     Accessible.role: heading ? Accessible.ColumnHeader : Accessible.Row
-    Accessible.name: heading ? "" : [name, sizeText, statusText].filter(part => part !== "").join(", ")
+    Accessible.name: heading ? "" : Theme.spoken(name, sizeText, statusText)
 
     Rectangle { width: parent.width - 36; x: 18; height: 1; color: Theme.separator }
 

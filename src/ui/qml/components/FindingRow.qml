@@ -39,7 +39,7 @@ Item {
 
     // A screen reader reads the row as its name, size and badge, and whether it is selected.
     Accessible.role: Accessible.ListItem
-    Accessible.name: [name, sizeText, badge].filter(part => part !== "").join(", ")
+    Accessible.name: Theme.spoken(name, sizeText, badge)
     Accessible.checkable: selectable
     Accessible.checked: selectable && selected
 
@@ -53,7 +53,7 @@ Item {
     RowLayout {
         id: main
         width: parent.width
-        height: 60
+        height: Theme.rowHeight
         anchors.top: parent.top
         spacing: 14
 

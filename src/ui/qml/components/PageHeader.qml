@@ -17,7 +17,7 @@ Item {
     signal scan()
     signal queryEdited(string text)
 
-    implicitHeight: 76
+    implicitHeight: Theme.compact ? 58 : 76
     function focusSearch() { search.forceActiveFocus(); search.selectAll() }
 
     RowLayout {

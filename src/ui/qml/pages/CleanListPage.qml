@@ -1,6 +1,5 @@
 pragma ComponentBehavior: Bound
 import QtQuick
-import QtQuick.Controls
 import QtQuick.Layouts
 import Dustwhale
 
@@ -35,13 +34,16 @@ Item {
                 font.pixelSize: Theme.largeSize
                 font.weight: Font.DemiBold
             }
-            Text {
+            ElidedText {
                 objectName: "page.summaryDetail"
                 Layout.fillWidth: true
                 text: page.list.summaryDetail
                 color: Theme.secondaryText
                 font.pixelSize: Theme.bodySize
                 wrapMode: Text.WordWrap
+                // One line in a small window, the rest on hover.
+                maximumLineCount: Theme.compact ? 1 : 100
+                elide: Text.ElideRight
             }
         }
 
@@ -84,8 +86,8 @@ Item {
             Layout.fillWidth: true
             Layout.fillHeight: true
             Layout.margins: Theme.pagePadding
-            Layout.topMargin: 16
-            Layout.bottomMargin: 18
+            Layout.topMargin: Theme.compact ? 8 : 16
+            Layout.bottomMargin: Theme.compact ? 8 : 18
             clip: true
 
             ScanningSkeleton {

@@ -35,12 +35,15 @@ Item {
                 font.pixelSize: Theme.largeSize
                 font.weight: Font.DemiBold
             }
-            Text {
+            ElidedText {
                 Layout.fillWidth: true
                 text: page.list.summaryDetail
                 color: Theme.secondaryText
                 font.pixelSize: Theme.bodySize
                 wrapMode: Text.WordWrap
+                // One line in a small window, the rest on hover.
+                maximumLineCount: Theme.compact ? 1 : 100
+                elide: Text.ElideRight
             }
         }
 
@@ -71,7 +74,8 @@ Item {
                     Accessible.checked: checked
                     Accessible.onPressAction: if (enabled) clicked()
                     Accessible.onToggleAction: if (enabled) clicked()
-                    onClicked: page.list.setFolder(modelData.bit, !checked)
+                    // From the model's choice, not checked: a click has flipped that already.
+                    onClicked: page.list.setFolder(modelData.bit, (page.list.scopeBits & modelData.bit) === 0)
                     FocusRing { shown: folder.visualFocus; cornerRadius: 4 }
                     indicator: Rectangle {
                         x: folder.leftPadding
@@ -128,8 +132,8 @@ Item {
             Layout.fillWidth: true
             Layout.fillHeight: true
             Layout.margins: Theme.pagePadding
-            Layout.topMargin: 14
-            Layout.bottomMargin: page.list.skipped.length > 0 ? 10 : 18
+            Layout.topMargin: Theme.compact ? 8 : 14
+            Layout.bottomMargin: page.list.skipped.length > 0 || Theme.compact ? 8 : 18
             clip: true
 
             ScanningSkeleton {
@@ -189,7 +193,7 @@ Item {
                         Rectangle {
                             visible: copy.groupStart
                             width: parent.width
-                            height: visible ? 30 : 0
+                            height: visible ? (Theme.compact ? 24 : 30) : 0
                             color: Theme.hover
                             Text {
                                 objectName: "duplicates.groupTitle"
@@ -226,7 +230,7 @@ Item {
                         Item {
                             visible: !copy.kept
                             width: parent.width
-                            height: visible ? 30 : 0
+                            height: visible ? (Theme.compact ? 24 : 30) : 0
                             DwButton {
                                 objectName: "duplicates.keep"
                                 plain: true

@@ -166,7 +166,8 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
     // button, a check box, the Space Map.
     const char* const kFocused[][3] = {{"review", "sidebar", "focus-sidebar"},
                                        {"review", "page.list", "focus-row"},
-                                       {"review", "footer.move", "focus-button"},
+                                       {"review", "sectionHeader.selectAll", "focus-link"},
+                                       {"dashboard", "header.scan", "focus-button"},
                                        {"duplicates", "duplicates.folder.", "focus-check"},
                                        {"dashboard", "card.review", "focus-card"},
                                        {"spaceMap", "page.spaceMap", "focus-space-map"}};
@@ -177,6 +178,13 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
       s.shoot(shot[2]);
     }
     s.focus("sidebar");
+
+    // The app's menu, open, in the theme's colours with its shortcuts.
+    if (QObject* menu = window.root->findChild<QObject*>("menu.app")) {
+      QMetaObject::invokeMethod(menu, "open");
+      s.shoot("menu");
+      QMetaObject::invokeMethod(menu, "close");
+    }
 
     // Every extra copy picked: the selection and its footer.
     dw.model().selectExtraCopies();

@@ -6,9 +6,11 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QQuickItem>
 #include <QQuickWindow>
 #include <QThread>
 #include <cstdio>
+#include <functional>
 #include <string_view>
 
 namespace dw::ui {
@@ -45,6 +47,25 @@ struct Shooter {
   }
   void call(const char* method, int arg) {
     QMetaObject::invokeMethod(window.root, method, Q_ARG(int, arg));
+  }
+  // Gives the first visible item of this name (or, for a name ending in '.', of a name that
+  // begins so) the keyboard as Tab would, so that it draws its ring.
+  void focus(const QString& name) {
+    std::function<QQuickItem*(QQuickItem*)> first = [&](QQuickItem* item) -> QQuickItem* {
+      if (!item->isVisible()) return nullptr;
+      if (item->objectName() == name || (name.endsWith('.') && item->objectName().startsWith(name)))
+        return item;
+      for (QQuickItem* child : item->childItems())
+        if (QQuickItem* found = first(child)) return found;
+      return nullptr;
+    };
+    auto* quick = qobject_cast<QQuickWindow*>(window.root);
+    if (QQuickItem* item = first(quick->contentItem())) {
+      item->forceActiveFocus(Qt::TabFocusReason);
+      return;
+    }
+    std::fprintf(stderr, "dustwhale-gui: nothing visible named %s to focus\n", qPrintable(name));
+    ok = false;
   }
   void set(const char* property, const QVariant& value) {
     window.root->setProperty(property, value);
@@ -140,6 +161,30 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
       s.shoot(QString("smallest-") + page);
     }
     quick->resize(normal);
+
+    // The keyboard's focus ring on each kind of control: the sidebar, a list's current row, a
+    // button, a check box, the Space Map.
+    const char* const kFocused[][3] = {{"review", "sidebar", "focus-sidebar"},
+                                       {"review", "page.list", "focus-row"},
+                                       {"review", "sectionHeader.selectAll", "focus-link"},
+                                       {"dashboard", "header.scan", "focus-button"},
+                                       {"duplicates", "duplicates.folder.", "focus-check"},
+                                       {"dashboard", "card.review", "focus-card"},
+                                       {"spaceMap", "page.spaceMap", "focus-space-map"}};
+    for (const auto& shot : kFocused) {
+      s.call("showPage", shot[0]);
+      settle(50);
+      s.focus(shot[1]);
+      s.shoot(shot[2]);
+    }
+    s.focus("sidebar");
+
+    // The app's menu, open, in the theme's colours with its shortcuts.
+    if (QObject* menu = window.root->findChild<QObject*>("menu.app")) {
+      QMetaObject::invokeMethod(menu, "open");
+      s.shoot("menu");
+      QMetaObject::invokeMethod(menu, "close");
+    }
 
     // Every extra copy picked: the selection and its footer.
     dw.model().selectExtraCopies();

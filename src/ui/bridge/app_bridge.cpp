@@ -3,6 +3,7 @@
 #include <QDateTime>
 #include <QQmlEngine>
 #include <QVariantMap>
+#include <algorithm>
 
 #include "base/time.h"
 #include "bridge/date_text.h"
@@ -177,7 +178,14 @@ QVariantList AppBridge::clearedGroups() const {
   for (const auto& group : ClearedLog::groupBySession(model_->clearedEntries())) {
     QVariantList entries;
     bool anyInTrash = false;
-    for (const auto& e : group.entries) {
+    // Largest first, as every list of the app; a clear's own order among equal sizes.
+    std::vector<const ClearedLog::Entry*> rows;
+    for (const auto& e : group.entries)
+      rows.push_back(&e);
+    std::stable_sort(rows.begin(), rows.end(),
+                     [](const auto* a, const auto* b) { return a->bytes > b->bytes; });
+    for (const auto* row : rows) {
+      const ClearedLog::Entry& e = *row;
       ClearedLog::Status status = ClearedLog::status(e, model_->places());
       anyInTrash = anyInTrash || status == ClearedLog::Status::inTrash;
       std::string putBackAt =

@@ -46,7 +46,12 @@ ApplicationWindow {
     onPageChanged: {
         query = ""
         if (page === "recentlyCleared") App.reloadCleared()
+        // The Space Map takes the arrows as soon as it is shown, unless the sidebar is being
+        // worked by the keyboard (then Tab or Right arrow goes into the page).
+        if (page === "spaceMap" && !sidebar.activeFocus) spaceMapPage.forceActiveFocus()
     }
+
+    Binding { target: Theme; property: "compact"; value: window.height < 640 }
 
     Component.onCompleted: {
         Theme.dark = App.startsDark
@@ -54,6 +59,7 @@ ApplicationWindow {
     }
 
     function showPage(key: string) { page = key }
+    function focusSearch() { header.focusSearch() }
     // For the screenshot mode and the tests.
     function setOnboardingStep(step: int) { onboardingSheet.step = step }
     function setDark(dark: bool) { Theme.dark = dark }
@@ -79,11 +85,11 @@ ApplicationWindow {
                 color: menuBarItem.highlighted ? Theme.accentTint : "transparent"
             }
         }
-        Menu {
+        DwMenu {
             objectName: "menu.app"
             title: "Dustwhale"
-            MenuItem { objectName: "menu.about"; text: "About Dustwhale"; onTriggered: window.aboutPresented = true }
-            MenuItem {
+            DwMenuItem { objectName: "menu.about"; text: "About Dustwhale"; onTriggered: window.aboutPresented = true }
+            DwMenuItem {
                 id: updatesItem
                 objectName: "menu.updates"
                 text: "Check for Updates…"
@@ -94,7 +100,7 @@ ApplicationWindow {
                 // click and shows why.
                 readonly property bool available: App.updatesConfigured
                 readonly property string reason: "Updates not configured yet"
-                palette.windowText: available ? Theme.text : Theme.tertiaryText
+                unavailable: !available
                 Accessible.description: available ? "" : reason
                 MouseArea {
                     id: updatesHover
@@ -105,19 +111,38 @@ ApplicationWindow {
                     acceptedButtons: Qt.AllButtons
                     cursorShape: Qt.ArrowCursor
                 }
+                // Beside the item, never over the items above or below it.
                 ToolTip {
                     objectName: "menu.updatesTip"
                     visible: updatesHover.containsMouse
                     delay: 400
+                    x: updatesItem.width + 6
+                    y: (updatesItem.height - height) / 2
                     text: updatesItem.reason
                 }
             }
             MenuSeparator {}
-            MenuItem { text: "Quit Dustwhale"; onTriggered: Qt.quit() }
+            DwMenuItem { objectName: "menu.scan"; text: "Scan Again"; shortcut: "Ctrl+R"; enabled: !App.scanning; onTriggered: App.scan() }
+            MenuSeparator {}
+            DwMenuItem { objectName: "menu.quit"; text: "Quit Dustwhale"; shortcut: "Ctrl+Q"; onTriggered: Qt.quit() }
         }
-        Menu {
+        DwMenu {
+            objectName: "menu.go"
+            title: "Go"
+            DwMenuItem { text: "Overview"; shortcut: "Ctrl+1"; onTriggered: window.page = "dashboard" }
+            DwMenuItem { text: "Caches"; shortcut: "Ctrl+2"; onTriggered: window.page = "review" }
+            DwMenuItem { text: "App leftovers"; shortcut: "Ctrl+3"; onTriggered: window.page = "leftovers" }
+            DwMenuItem { text: "Duplicates"; shortcut: "Ctrl+4"; onTriggered: window.page = "duplicates" }
+            DwMenuItem { text: "Large files"; shortcut: "Ctrl+5"; onTriggered: window.page = "largeFiles" }
+            DwMenuItem { text: "Space Map"; shortcut: "Ctrl+6"; onTriggered: window.page = "spaceMap" }
+            DwMenuItem { text: "Uninstaller"; shortcut: "Ctrl+7"; onTriggered: window.page = "apps" }
+            DwMenuItem { text: "Recently Cleared"; shortcut: "Ctrl+8"; onTriggered: window.page = "recentlyCleared" }
+            MenuSeparator {}
+            DwMenuItem { objectName: "menu.find"; text: "Search"; shortcut: "Ctrl+F"; enabled: window.current.search; onTriggered: window.focusSearch() }
+        }
+        DwMenu {
             title: "Help"
-            MenuItem { objectName: "menu.welcome"; text: "Welcome to Dustwhale"; onTriggered: App.presentOnboarding() }
+            DwMenuItem { objectName: "menu.welcome"; text: "Welcome to Dustwhale"; onTriggered: App.presentOnboarding() }
         }
     }
 
@@ -126,70 +151,17 @@ ApplicationWindow {
         spacing: 0
 
         // ---- sidebar
-        Rectangle {
+        Sidebar {
+            id: sidebar
+            objectName: "sidebar"
             Layout.fillHeight: true
             Layout.preferredWidth: 220
-            color: Theme.sidebar
-            Rectangle { anchors.right: parent.right; width: 1; height: parent.height; color: Theme.separator }
-
-            Column {
-                anchors.fill: parent
-                anchors.topMargin: 16
-                anchors.leftMargin: 10
-                anchors.rightMargin: 11
-                spacing: 2
-                Repeater {
-                    model: window.pages
-                    Column {
-                        id: entry
-                        required property var modelData
-                        required property int index
-                        width: parent.width
-                        spacing: 2
-                        Text {
-                            visible: entry.index === 0 || window.pages[entry.index - 1].section !== entry.modelData.section
-                            leftPadding: 10
-                            topPadding: entry.index === 0 ? 0 : 14
-                            bottomPadding: 4
-                            text: entry.modelData.section
-                            color: Theme.tertiaryText
-                            font.pixelSize: Theme.smallSize
-                            font.weight: Font.DemiBold
-                        }
-                        AbstractButton {
-                            id: rowButton
-                            objectName: "sidebar." + entry.modelData.key
-                            width: parent.width
-                            height: 32
-                            hoverEnabled: true
-                            Accessible.name: entry.modelData.title
-                            readonly property bool shown: window.page === entry.modelData.key
-                            onClicked: window.page = entry.modelData.key
-                            background: Rectangle {
-                                radius: 7
-                                color: rowButton.shown ? Theme.accentTint
-                                     : rowButton.hovered ? Theme.hover : "transparent"
-                            }
-                            contentItem: Row {
-                                leftPadding: 10
-                                spacing: 10
-                                Icon {
-                                    anchors.verticalCenter: parent.verticalCenter
-                                    symbol: entry.modelData.symbol
-                                    size: 17
-                                    color: rowButton.shown ? Theme.accent : Theme.secondaryText
-                                }
-                                Text {
-                                    anchors.verticalCenter: parent.verticalCenter
-                                    text: entry.modelData.title
-                                    color: Theme.text
-                                    font.pixelSize: Theme.bodySize + 1
-                                    font.weight: rowButton.shown ? Font.DemiBold : Font.Normal
-                                }
-                            }
-                        }
-                    }
-                }
+            pages: window.pages
+            page: window.page
+            focus: true
+            onChosen: (key, byKeys) => {
+                window.page = key
+                if (!byKeys && key === "spaceMap") spaceMapPage.forceActiveFocus()
             }
         }
 
@@ -204,6 +176,7 @@ ApplicationWindow {
                 spacing: 0
 
                 PageHeader {
+                    id: header
                     Layout.fillWidth: true
                     Layout.topMargin: 8
                     title: window.current.title
@@ -222,11 +195,15 @@ ApplicationWindow {
                     Layout.fillWidth: true
                     Layout.leftMargin: Theme.pagePadding
                     Layout.rightMargin: Theme.pagePadding
-                    Layout.bottomMargin: 12
+                    Layout.bottomMargin: Theme.compact ? 6 : 12
                     text: App.message
                     color: Theme.secondaryText
                     font.pixelSize: Theme.smallSize + 1
                     elide: Text.ElideRight
+                    // Read as the window's status: a screen reader hears each new message (the
+                    // name changes with the text).
+                    Accessible.role: Accessible.StatusBar
+                    Accessible.name: text
                 }
                 Rectangle { Layout.fillWidth: true; height: 1; color: Theme.separator }
 
@@ -235,7 +212,7 @@ ApplicationWindow {
                 Item {
                     Layout.fillWidth: true
                     Layout.fillHeight: true
-                    Layout.topMargin: 16
+                    Layout.topMargin: Theme.compact ? 8 : 16
 
                     DashboardPage {
                         objectName: "page.dashboard"
@@ -278,6 +255,7 @@ ApplicationWindow {
                         scanning: App.scanning
                     }
                     SpaceMapPage {
+                        id: spaceMapPage
                         objectName: "page.spaceMap"
                         anchors.fill: parent
                         visible: window.page === "spaceMap"

@@ -1,43 +1,69 @@
 pragma Singleton
 import QtQuick
+import Dustwhale
 
-// One palette for light and dark, the accent, type sizes and spacing.
+// One palette for light and dark (its colours are the table in bridge/palette.cpp, which the
+// contrast test reads too), type sizes and spacing.
 QtObject {
     property bool dark: false
 
-    readonly property color accent: dark ? "#2BB3A1" : "#0E7A6D"
-    readonly property color accentTint: dark ? Qt.rgba(0.17, 0.70, 0.63, 0.20) : Qt.rgba(0.05, 0.48, 0.43, 0.12)
-    // Text on the accent: white on the deep light-mode teal, a near-black teal on the brighter
-    // dark-mode one, where white would read poorly.
-    readonly property color accentForeground: dark ? "#06211D" : "#FFFFFF"
+    function named(name: string): color { return ThemeColors.color(name, dark) }
 
-    readonly property color window: dark ? "#1E1F21" : "#F5F5F4"
-    readonly property color sidebar: dark ? "#252628" : "#EBEBEA"
-    readonly property color content: dark ? "#1E1F21" : "#FBFBFA"
-    readonly property color card: dark ? "#2A2B2E" : "#FFFFFF"
-    readonly property color cardBorder: dark ? "#3A3B3F" : "#E3E3E1"
-    readonly property color separator: dark ? "#38393C" : "#E6E6E4"
-    readonly property color field: dark ? "#2F3033" : "#FFFFFF"
-    readonly property color fieldBorder: dark ? "#46474B" : "#D5D5D3"
-    readonly property color hover: dark ? Qt.rgba(1, 1, 1, 0.05) : Qt.rgba(0, 0, 0, 0.035)
-    readonly property color scrim: dark ? Qt.rgba(0, 0, 0, 0.55) : Qt.rgba(0, 0, 0, 0.28)
+    readonly property color accent: named("accent")
+    readonly property color accentTint: named("accentTint")
+    readonly property color accentForeground: named("accentForeground")
+    readonly property color accentHover: named("accentHover")
+    readonly property color accentPressed: named("accentPressed")
 
-    readonly property color text: dark ? "#ECECEC" : "#1D1D1F"
-    readonly property color secondaryText: dark ? "#A1A1A6" : "#6E6E73"
-    readonly property color tertiaryText: dark ? "#76767B" : "#9A9A9F"
+    readonly property color window: named("window")
+    readonly property color sidebar: named("sidebar")
+    readonly property color content: named("content")
+    readonly property color card: named("card")
+    readonly property color cardBorder: named("cardBorder")
+    readonly property color separator: named("separator")
+    readonly property color field: named("field")
+    readonly property color fieldBorder: named("fieldBorder")
+    readonly property color hover: named("hover")
+    readonly property color pressed: named("pressed")
+    readonly property color scrim: named("scrim")
+    readonly property color focusRing: named("focusRing")
 
-    readonly property color skeleton: dark ? "#35363A" : "#E8E8E6"
-    readonly property color skeletonShine: dark ? "#414246" : "#F3F3F1"
+    readonly property color text: named("text")
+    readonly property color secondaryText: named("secondaryText")
+    readonly property color tertiaryText: named("tertiaryText")
+
+    readonly property color skeleton: named("skeleton")
+    readonly property color skeletonShine: named("skeletonShine")
 
     // Badge tones: background and text.
-    readonly property color safeBack: dark ? Qt.rgba(0.17, 0.70, 0.63, 0.18) : "#E3F2EF"
-    readonly property color safeText: dark ? "#5FD3C2" : "#0B6B5F"
-    readonly property color reviewBack: dark ? Qt.rgba(0.95, 0.65, 0.20, 0.18) : "#FCF0DC"
-    readonly property color reviewText: dark ? "#F2B65C" : "#8A5A0B"
-    readonly property color neutralBack: dark ? "#37383C" : "#EFEFED"
-    readonly property color neutralText: dark ? "#B0B0B5" : "#5E5E63"
-    readonly property color warning: dark ? "#F2B65C" : "#B26B00"
-    readonly property color warningBack: dark ? Qt.rgba(0.95, 0.65, 0.20, 0.12) : "#FDF5E7"
+    readonly property color safeBack: named("safeBack")
+    readonly property color safeText: named("safeText")
+    readonly property color reviewBack: named("reviewBack")
+    readonly property color reviewText: named("reviewText")
+    readonly property color neutralBack: named("neutralBack")
+    readonly property color neutralText: named("neutralText")
+    readonly property color warning: named("warning")
+    readonly property color warningBack: named("warningBack")
+
+    readonly property color chartUsed: named("chartUsed")
+    readonly property color chartHeld: named("chartHeld")
+    readonly property color chartOutline: named("chartOutline")
+
+    // A row as a screen reader says it: its parts that are not empty, joined by commas.
+    function spoken(first: string, second: string, third: string): string {
+        let out = first
+        for (const part of [second, third])
+            if (part !== "") out += (out !== "" ? ", " : "") + part
+        return out
+    }
+
+    function spaceMapCell(rank: int): color { return ThemeColors.spaceMapCell(rank, dark) }
+    function spaceMapLabel(rank: int): color { return ThemeColors.spaceMapLabel(rank, dark) }
+
+    // A window near its smallest height tightens the fixed parts (header, footers, rows) so that
+    // every list still shows at least four rows.
+    property bool compact: false
+    readonly property int rowHeight: compact ? 44 : 60
 
     readonly property int radius: 10
     readonly property int smallRadius: 6

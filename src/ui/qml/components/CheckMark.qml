@@ -2,21 +2,34 @@ import QtQuick
 import QtQuick.Controls
 import Dustwhale
 
-// The row's selection control: a rounded square, filled with the accent when on.
-AbstractButton {
+// A selection control: a rounded square, filled with the accent when on. A check box to a
+// screen reader, with its state.
+CheckBox {
     id: box
-    checkable: true
+    // The owner binds checked to its model and changes the model on clicked; the binding stays
+    // (a click sets checked from C++, which keeps it) and the model's answer settles the state.
     implicitWidth: 18
     implicitHeight: 18
     focusPolicy: Qt.TabFocus
+    hoverEnabled: true
+    Accessible.checkable: true
+    Accessible.checked: checked
+    // A screen reader's "press" or "toggle" is a click.
+    Accessible.onPressAction: if (enabled) clicked()
+    Accessible.onToggleAction: if (enabled) clicked()
+    padding: 0
+    spacing: 0
 
-    background: Rectangle {
+    contentItem: Item {}
+    indicator: Rectangle {
+        implicitWidth: 18
+        implicitHeight: 18
         radius: 5
-        color: box.checked ? Theme.accent : Theme.field
+        color: box.checked ? (box.down ? Theme.accentPressed : box.hovered ? Theme.accentHover : Theme.accent)
+             : box.down ? Qt.tint(Theme.field, Theme.pressed)
+             : box.hovered ? Qt.tint(Theme.field, Theme.hover) : Theme.field
         border.width: box.checked ? 0 : 1.5
         border.color: Theme.fieldBorder
-    }
-    contentItem: Item {
         Icon {
             anchors.centerIn: parent
             visible: box.checked
@@ -25,4 +38,6 @@ AbstractButton {
             color: Theme.accentForeground
         }
     }
+
+    FocusRing { shown: box.visualFocus; cornerRadius: 5 }
 }

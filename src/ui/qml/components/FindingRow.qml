@@ -23,21 +23,37 @@ Item {
     property string proofActionTitle
     property bool expanded: startsExpanded
     property bool showsSeparator: true
+    // The row under the list's keyboard cursor, while the list has the keyboard.
+    property bool current: false
+    // The list whose keys work this row: Space toggles it, Return shows or hides its details.
+    property RowList list: null
+    Connections {
+        target: row.list
+        function onToggleCurrent() { if (row.current && row.selectable) row.toggled() }
+        function onOpenCurrent() { if (row.current) row.expanded = !row.expanded }
+    }
     signal toggled()
     signal proofAction()
 
     implicitHeight: main.height + (expanded ? details.height + 14 : 0)
+
+    // A screen reader reads the row as its name, size and badge, and whether it is selected.
+    Accessible.role: Accessible.ListItem
+    Accessible.name: Theme.spoken(name, sizeText, badge)
+    Accessible.checkable: selectable
+    Accessible.checked: selectable && selected
 
     Rectangle {
         anchors.fill: parent
         color: hover.hovered ? Theme.hover : "transparent"
     }
     HoverHandler { id: hover }
+    FocusRing { shown: row.current; gap: -4; cornerRadius: Theme.smallRadius }
 
     RowLayout {
         id: main
         width: parent.width
-        height: 60
+        height: Theme.rowHeight
         anchors.top: parent.top
         spacing: 14
 
@@ -50,7 +66,11 @@ Item {
                 anchors.fill: parent
                 visible: row.selectable
                 checked: row.selected
-                Accessible.name: "Select " + row.name
+                // The list takes the keys (Space toggles the current row).
+                focusPolicy: Qt.NoFocus
+                // Two items of one name (copies, files in two folders) are told apart by where
+                // they are.
+                Accessible.name: "Select " + row.name + (row.location !== "" ? ", " + row.location : "")
                 onClicked: row.toggled()
             }
             Icon {
@@ -75,6 +95,8 @@ Item {
                 elide: Text.ElideMiddle
             }
             Text {
+                id: noteLine
+                objectName: "row.note"
                 width: parent.width
                 text: row.note
                 color: Theme.secondaryText
@@ -102,6 +124,7 @@ Item {
             Layout.rightMargin: 10
             Layout.preferredWidth: 122
             plain: true
+            focusPolicy: Qt.NoFocus
             symbol: row.expanded ? "chevron.up" : "chevron.down"
             text: row.expanded ? "Hide details" : "Show details"
             onClicked: row.expanded = !row.expanded
@@ -120,6 +143,9 @@ Item {
         columnSpacing: 16
         rowSpacing: 6
 
+        // A note the row had to cut is shown whole here.
+        Text { visible: noteLine.truncated; text: "Note"; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1; Layout.alignment: Qt.AlignTop }
+        Text { objectName: "row.fullNote"; visible: noteLine.truncated; Layout.fillWidth: true; text: row.note; color: Theme.text; font.pixelSize: Theme.smallSize + 1; wrapMode: Text.WordWrap }
         Text { text: "Why it's safe"; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1; Layout.alignment: Qt.AlignTop }
         Text { objectName: "row.whySafe"; Layout.fillWidth: true; text: row.whySafe; color: Theme.text; font.pixelSize: Theme.smallSize + 1; wrapMode: Text.WordWrap }
         Text { text: "Last used"; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1 }

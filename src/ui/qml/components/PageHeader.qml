@@ -17,7 +17,8 @@ Item {
     signal scan()
     signal queryEdited(string text)
 
-    implicitHeight: 76
+    implicitHeight: Theme.compact ? 58 : 76
+    function focusSearch() { search.forceActiveFocus(); search.selectAll() }
 
     RowLayout {
         anchors.fill: parent
@@ -70,12 +71,13 @@ Item {
             font.pixelSize: Theme.bodySize
             text: header.query
             selectByMouse: true
+            Accessible.name: header.searchPrompt + " " + header.title
             onTextEdited: header.queryEdited(text)
             background: Rectangle {
                 radius: Theme.smallRadius
                 color: Theme.field
                 border.width: search.activeFocus ? 2 : 1
-                border.color: search.activeFocus ? Theme.accent : Theme.fieldBorder
+                border.color: search.activeFocus ? Theme.focusRing : Theme.fieldBorder
                 Icon {
                     anchors.left: parent.left
                     anchors.leftMargin: 9

@@ -10,7 +10,7 @@ Item {
     signal selectAll()
     signal selectNone()
 
-    implicitHeight: 44
+    implicitHeight: Theme.compact ? 34 : 44
 
     RowLayout {
         anchors.fill: parent

@@ -14,7 +14,7 @@ Rectangle {
     signal action()
     signal other()
 
-    implicitHeight: 64
+    implicitHeight: Theme.compact ? 52 : 64
     color: Theme.window
 
     Rectangle { width: parent.width; height: 1; color: Theme.separator }

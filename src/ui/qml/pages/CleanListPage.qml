@@ -1,6 +1,5 @@
 pragma ComponentBehavior: Bound
 import QtQuick
-import QtQuick.Controls
 import QtQuick.Layouts
 import Dustwhale
 
@@ -35,13 +34,16 @@ Item {
                 font.pixelSize: Theme.largeSize
                 font.weight: Font.DemiBold
             }
-            Text {
+            ElidedText {
                 objectName: "page.summaryDetail"
                 Layout.fillWidth: true
                 text: page.list.summaryDetail
                 color: Theme.secondaryText
                 font.pixelSize: Theme.bodySize
                 wrapMode: Text.WordWrap
+                // One line in a small window, the rest on hover.
+                maximumLineCount: Theme.compact ? 1 : 100
+                elide: Text.ElideRight
             }
         }
 
@@ -84,8 +86,8 @@ Item {
             Layout.fillWidth: true
             Layout.fillHeight: true
             Layout.margins: Theme.pagePadding
-            Layout.topMargin: 16
-            Layout.bottomMargin: 18
+            Layout.topMargin: Theme.compact ? 8 : 16
+            Layout.bottomMargin: Theme.compact ? 8 : 18
             clip: true
 
             ScanningSkeleton {
@@ -113,20 +115,18 @@ Item {
                     onSelectAll: page.list.selectAll(shown.keys())
                     onSelectNone: page.list.selectNone(shown.keys())
                 }
-                ListView {
+                RowList {
                     id: listView
                     objectName: "page.list"
                     Layout.fillWidth: true
                     Layout.fillHeight: true
-                    clip: true
+                    Accessible.name: page.list.sectionTitle
                     model: SearchFilter {
                         id: shown
                         source: page.list
                         query: page.query
                     }
-                    boundsBehavior: Flickable.StopAtBounds
                     reuseItems: true
-                    ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
                     delegate: FindingRow {
                         objectName: "findingRow"
                         required property int index
@@ -143,7 +143,9 @@ Item {
                         required lastUsed
                         required location
                         required largestFiles
-                        width: listView.width
+                        width: listView.rowWidth
+                        list: listView
+                        current: ListView.isCurrentItem && listView.activeFocus
                         showsSeparator: index < listView.count - 1
                         proofActionTitle: App.revealTitle
                         onToggled: page.list.toggle(key)

@@ -53,16 +53,20 @@ Item {
                         Layout.fillWidth: true
                         implicitHeight: 14
                         radius: 7
-                        color: Theme.skeleton
+                        // Free space is the empty track; its outline shows where the volume ends.
+                        color: Theme.card
+                        border.width: 1
+                        border.color: Theme.chartOutline
                         clip: true
                         readonly property var colors: ({
-                            used: Theme.dark ? "#8E8E93" : "#5E5E63",
+                            used: Theme.chartUsed,
                             ready: Theme.accent,
-                            held: Theme.warning,
-                            free: Theme.skeleton
+                            held: Theme.chartHeld,
+                            free: "transparent"
                         })
                         Row {
                             anchors.fill: parent
+                            // A hairline of the card between segments, so two marks never merge.
                             spacing: 0
                             // One segment per legend entry: held space only where the system reports it.
                             Repeater {
@@ -74,6 +78,7 @@ Item {
                                     width: Math.round(bar.width * modelData.fraction)
                                     height: bar.height
                                     color: bar.colors[modelData.part]
+                                    Rectangle { anchors.right: parent.right; width: 2; height: parent.height; color: Theme.card; visible: parent.width > 4 && parent.part !== "free" }
                                 }
                             }
                         }
@@ -89,7 +94,7 @@ Item {
                                 objectName: "storage.legend"
                                 property string label: modelData.label
                                 spacing: 6
-                                Rectangle { width: 9; height: 9; radius: 4.5; color: bar.colors[legendEntry.modelData.part]; anchors.verticalCenter: parent.verticalCenter; border.width: 1; border.color: legendEntry.modelData.part === "free" ? Theme.fieldBorder : Qt.darker(color, 1.08) }
+                                Rectangle { width: 9; height: 9; radius: 4.5; color: bar.colors[legendEntry.modelData.part]; anchors.verticalCenter: parent.verticalCenter; border.width: 1; border.color: legendEntry.modelData.part === "free" ? Theme.chartOutline : color }
                                 Text { text: legendEntry.label; color: Theme.secondaryText; font.pixelSize: Theme.smallSize + 1 }
                             }
                         }
@@ -115,10 +120,15 @@ Item {
                         Layout.preferredWidth: 1
                         implicitHeight: 160
                         hoverEnabled: true
+                        // Read as its title, figure and line, and opens its page.
+                        Accessible.name: Theme.spoken(modelData.title, modelData.value, modelData.detail)
                         onClicked: page.openPage(modelData.page)
+                        Accessible.onPressAction: clicked()
                         background: Card {
+                            color: cardButton.down ? Qt.tint(Theme.card, Theme.pressed) : Theme.card
                             border.color: cardButton.hovered ? Theme.accent : Theme.cardBorder
                         }
+                        FocusRing { shown: cardButton.visualFocus; cornerRadius: Theme.radius }
                         contentItem: ColumnLayout {
                             spacing: 6
                             RowLayout {

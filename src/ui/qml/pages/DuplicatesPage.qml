@@ -35,12 +35,15 @@ Item {
                 font.pixelSize: Theme.largeSize
                 font.weight: Font.DemiBold
             }
-            Text {
+            ElidedText {
                 Layout.fillWidth: true
                 text: page.list.summaryDetail
                 color: Theme.secondaryText
                 font.pixelSize: Theme.bodySize
                 wrapMode: Text.WordWrap
+                // One line in a small window, the rest on hover.
+                maximumLineCount: Theme.compact ? 1 : 100
+                elide: Text.ElideRight
             }
         }
 
@@ -52,7 +55,8 @@ Item {
             spacing: 16
             Repeater {
                 model: page.folders
-                delegate: AbstractButton {
+                // A check box to a screen reader, with its state.
+                delegate: CheckBox {
                     id: folder
                     required property var modelData
                     objectName: "duplicates.folder." + modelData.title
@@ -60,30 +64,42 @@ Item {
                     checked: (page.list.scopeBits & modelData.bit) !== 0
                     enabled: !page.list.searching
                     opacity: enabled ? 1 : 0.55
+                    hoverEnabled: true
+                    focusPolicy: Qt.StrongFocus
+                    padding: 2
+                    spacing: 7
+                    text: modelData.title
                     Accessible.name: modelData.title
-                    onClicked: page.list.setFolder(modelData.bit, !checked)
-                    contentItem: Row {
-                        spacing: 7
-                        Rectangle {
-                            anchors.verticalCenter: parent.verticalCenter
-                            width: 16; height: 16; radius: 4
-                            color: folder.checked ? Theme.accent : Theme.field
-                            border.width: folder.checked ? 0 : 1.5
-                            border.color: Theme.fieldBorder
-                            Icon {
-                                anchors.centerIn: parent
-                                visible: folder.checked
-                                symbol: "checkmark"
-                                size: 14
-                                color: Theme.accentForeground
-                            }
+                    Accessible.checkable: true
+                    Accessible.checked: checked
+                    Accessible.onPressAction: if (enabled) clicked()
+                    Accessible.onToggleAction: if (enabled) clicked()
+                    // From the model's choice, not checked: a click has flipped that already.
+                    onClicked: page.list.setFolder(modelData.bit, (page.list.scopeBits & modelData.bit) === 0)
+                    FocusRing { shown: folder.visualFocus; cornerRadius: 4 }
+                    indicator: Rectangle {
+                        x: folder.leftPadding
+                        anchors.verticalCenter: parent.verticalCenter
+                        implicitWidth: 16; implicitHeight: 16; radius: 4
+                        color: folder.checked ? (folder.down ? Theme.accentPressed : folder.hovered ? Theme.accentHover : Theme.accent)
+                             : folder.down ? Qt.tint(Theme.field, Theme.pressed)
+                             : folder.hovered ? Qt.tint(Theme.field, Theme.hover) : Theme.field
+                        border.width: folder.checked ? 0 : 1.5
+                        border.color: Theme.fieldBorder
+                        Icon {
+                            anchors.centerIn: parent
+                            visible: folder.checked
+                            symbol: "checkmark"
+                            size: 14
+                            color: Theme.accentForeground
                         }
-                        Text {
-                            anchors.verticalCenter: parent.verticalCenter
-                            text: folder.modelData.title
-                            color: Theme.text
-                            font.pixelSize: Theme.bodySize
-                        }
+                    }
+                    contentItem: Text {
+                        leftPadding: folder.indicator.width + folder.spacing
+                        verticalAlignment: Text.AlignVCenter
+                        text: folder.text
+                        color: Theme.text
+                        font.pixelSize: Theme.bodySize
                     }
                 }
             }
@@ -99,6 +115,8 @@ Item {
 
         Text {
             objectName: "duplicates.progress"
+            Accessible.role: Accessible.ProgressBar
+            Accessible.name: text
             visible: page.list.searching
             Layout.fillWidth: true
             Layout.leftMargin: Theme.pagePadding
@@ -114,8 +132,8 @@ Item {
             Layout.fillWidth: true
             Layout.fillHeight: true
             Layout.margins: Theme.pagePadding
-            Layout.topMargin: 14
-            Layout.bottomMargin: page.list.skipped.length > 0 ? 10 : 18
+            Layout.topMargin: Theme.compact ? 8 : 14
+            Layout.bottomMargin: page.list.skipped.length > 0 || Theme.compact ? 8 : 18
             clip: true
 
             ScanningSkeleton {
@@ -142,18 +160,16 @@ Item {
                     onSelectAll: page.list.selectAll()
                     onSelectNone: page.list.selectNone()
                 }
-                ListView {
+                RowList {
                     id: listView
                     objectName: "duplicates.list"
                     Layout.fillWidth: true
                     Layout.fillHeight: true
-                    clip: true
+                    Accessible.name: page.list.sectionTitle
                     model: SearchFilter {
                         source: page.list
                         query: page.query
                     }
-                    boundsBehavior: Flickable.StopAtBounds
-                    ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
                     delegate: Column {
                         id: copy
                         required property string key
@@ -171,13 +187,13 @@ Item {
                         required property bool kept
                         required property bool groupStart
                         required property string groupTitle
-                        width: listView.width
+                        width: listView.rowWidth
 
                         // Each group under its title, over the first of its copies shown.
                         Rectangle {
                             visible: copy.groupStart
                             width: parent.width
-                            height: visible ? 30 : 0
+                            height: visible ? (Theme.compact ? 24 : 30) : 0
                             color: Theme.hover
                             Text {
                                 objectName: "duplicates.groupTitle"
@@ -205,6 +221,8 @@ Item {
                             lastUsed: copy.lastUsed
                             location: copy.location
                             showsSeparator: copy.kept
+                            list: listView
+                            current: copy.ListView.isCurrentItem && listView.activeFocus
                             proofActionTitle: App.revealTitle
                             onToggled: page.list.toggle(copy.key)
                             onProofAction: page.list.reveal(copy.key)
@@ -212,7 +230,7 @@ Item {
                         Item {
                             visible: !copy.kept
                             width: parent.width
-                            height: visible ? 30 : 0
+                            height: visible ? (Theme.compact ? 24 : 30) : 0
                             DwButton {
                                 objectName: "duplicates.keep"
                                 plain: true

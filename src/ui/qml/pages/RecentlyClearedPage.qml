@@ -1,6 +1,5 @@
 pragma ComponentBehavior: Bound
 import QtQuick
-import QtQuick.Controls
 import QtQuick.Layouts
 import Dustwhale
 
@@ -66,23 +65,25 @@ Item {
             }
         }
 
-        ListView {
+        // The cards, each as wide as the list less the scroll bar's own gutter; Tab goes
+        // through their Put Back buttons.
+        RowList {
             id: groups
             objectName: "cleared.groups"
             Layout.fillWidth: true
             Layout.fillHeight: true
-            clip: true
+            activeFocusOnTab: false
+            keyNavigationEnabled: false
+            Accessible.name: "Recently Cleared"
             spacing: 14
             model: App.clearedGroups
-            boundsBehavior: Flickable.StopAtBounds
-            ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
             bottomMargin: 18
 
             delegate: Card {
                 id: card
                 required property var modelData
                 objectName: "cleared.group"
-                width: groups.width
+                width: groups.rowWidth
                 height: column.implicitHeight + 8
                 Accessible.name: "Items cleared " + modelData.dateText
 

@@ -11,13 +11,29 @@ Item {
     readonly property SpaceMapModel map: App.spaceMap
     signal openPage(string key)
 
-    readonly property var cellList: map.hasMap ? map.cells(strip.width) : []
+    // The cells of the folder shown. Replaced only when the folder or the widths change, not
+    // when the selection does, so a cell lives through the first click of a double-click.
+    property var cellList: []
+    function refreshCells() {
+        const next = map.hasMap ? map.cells(strip.width) : []
+        const shape = (cells) => JSON.stringify(cells.map(cell => [cell.path, cell.x, cell.width]))
+        if (shape(next) !== shape(cellList)) cellList = next
+    }
+    Connections {
+        target: page.map
+        function onChanged() { page.refreshCells() }
+    }
+    Component.onCompleted: refreshCells()
     function stepOut() {
         const crumbs = page.map.crumbs
         if (crumbs.length > 1) page.map.leave(crumbs.length - 2)
     }
 
-    focus: true
+    activeFocusOnTab: true
+    Accessible.role: Accessible.List
+    Accessible.name: map.hasMap ? map.currentTitle : "Space Map"
+    Keys.onUpPressed: map.move(-1)
+    Keys.onDownPressed: map.move(1)
     Keys.onLeftPressed: map.move(-1)
     Keys.onRightPressed: map.move(1)
     Keys.onReturnPressed: if (map.hasSelection) map.enter(map.selectedPath)
@@ -127,6 +143,7 @@ Item {
                     objectName: "spaceMap.strip"
                     width: parent.parent.width
                     height: parent.parent.height
+                    onWidthChanged: page.refreshCells()
                     property real rowWidth: page.cellList.length > 0
                         ? page.cellList[page.cellList.length - 1].x + page.cellList[page.cellList.length - 1].width : 0
                     Repeater {
@@ -140,10 +157,17 @@ Item {
                             width: modelData.width
                             height: strip.height
                             radius: 6
-                            color: Qt.rgba(Theme.accent.r, Theme.accent.g, Theme.accent.b,
-                                           Math.max(0.16, 0.85 - modelData.rank * 0.12))
-                            border.width: modelData.selected ? 2 : 0
-                            border.color: Theme.text
+                            readonly property bool selected: page.map.selectedPath === modelData.path
+                            readonly property color label: Theme.spaceMapLabel(modelData.rank)
+                            color: Theme.spaceMapCell(modelData.rank)
+                            // Each cell's edge stands out from the card and from its neighbours.
+                            border.width: selected ? 2 : 1
+                            border.color: selected ? Theme.text : Theme.accent
+                            Accessible.role: Accessible.ListItem
+                            Accessible.name: modelData.name + ", " + modelData.sizeText
+                            Accessible.selectable: true
+                            Accessible.selected: selected
+                            FocusRing { objectName: "spaceMap.focusRing"; shown: cell.selected && page.activeFocus; gap: -5; cornerRadius: 6 }
                             Column {
                                 visible: parent.width >= 64
                                 anchors.left: parent.left
@@ -152,9 +176,10 @@ Item {
                                 anchors.margins: 8
                                 spacing: 2
                                 Text {
+                                    objectName: "spaceMap.cellName"
                                     width: parent.width
                                     text: cell.modelData.name
-                                    color: cell.modelData.rank < 4 ? Theme.accentForeground : Theme.text
+                                    color: cell.label
                                     font.pixelSize: Theme.smallSize + 1
                                     font.weight: Font.DemiBold
                                     elide: Text.ElideRight
@@ -162,13 +187,13 @@ Item {
                                 Text {
                                     width: parent.width
                                     text: cell.modelData.sizeText
-                                    color: cell.modelData.rank < 4 ? Theme.accentForeground : Theme.secondaryText
+                                    color: cell.label
                                     font.pixelSize: Theme.smallSize
                                     elide: Text.ElideRight
                                 }
                             }
                             TapHandler {
-                                // The strip is rebuilt on selection: focus first, while this cell lives.
+                                // The arrows work from the cell clicked; a second click steps in.
                                 onTapped: { page.forceActiveFocus(); page.map.select(cell.modelData.path) }
                                 onDoubleTapped: page.map.enter(cell.modelData.path)
                             }

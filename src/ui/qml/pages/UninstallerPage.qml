@@ -1,6 +1,5 @@
 pragma ComponentBehavior: Bound
 import QtQuick
-import QtQuick.Controls
 import QtQuick.Layouts
 import Dustwhale
 
@@ -65,20 +64,21 @@ Item {
                     title: "No apps listed"
                     detail: "Refresh to list the apps in your Applications folders."
                 }
-                ListView {
+                // Up/Down choose the app above or below, as a click does.
+                RowList {
                     id: list
                     anchors.fill: parent
                     anchors.topMargin: 6  // clear of the card's rounded corners
                     anchors.bottomMargin: 6
                     anchors.leftMargin: 1
                     anchors.rightMargin: 1
-                    clip: true
+                    Accessible.name: page.apps.title
                     model: SearchFilter {
+                        id: shownApps
                         source: page.apps
                         query: page.query
                     }
-                    boundsBehavior: Flickable.StopAtBounds
-                    ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
+                    onCurrentIndexChanged: if (activeFocus && currentIndex >= 0) page.apps.choose(shownApps.keys()[currentIndex])
                     delegate: Rectangle {
                         id: appRow
                         required property string key
@@ -91,7 +91,13 @@ Item {
                         required property bool needsAdmin
                         required property bool current
                         objectName: "apps.row"
-                        width: list.width
+                        required property int index
+                        width: list.rowWidth
+                        Accessible.role: Accessible.ListItem
+                        Accessible.name: Theme.spoken(appRow.name, appRow.sizeText, appRow.rowText)
+                        Accessible.selectable: true
+                        Accessible.selected: appRow.current
+                        FocusRing { shown: appRow.ListView.isCurrentItem && list.activeFocus; gap: -3; cornerRadius: 4 }
                         height: Math.max(58, rowColumn.implicitHeight + 20)
                         color: appRow.current ? Theme.accentTint : "transparent"
                         Image {
@@ -173,7 +179,7 @@ Item {
                             height: 1
                             color: Theme.separator
                         }
-                        TapHandler { onTapped: page.apps.choose(appRow.key) }
+                        TapHandler { onTapped: { list.currentIndex = appRow.index; page.apps.choose(appRow.key) } }
                     }
                 }
             }

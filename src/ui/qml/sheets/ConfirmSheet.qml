@@ -6,7 +6,8 @@ import Dustwhale
 
 // "Move N items to the Trash?": what will move, the reassurance, Cancel and Move to Trash (a
 // share's question in its own words: what each copy gives back, what stays and why).
-// Return and Esc both cancel; the move starts only from the button. While the move runs it
+// Return and Esc both cancel; the move starts only from the button (clicked, or reached with
+// Tab and pressed with Space). While the move runs it
 // shows progress, and when it is done a checkmark, the outcome and a way to Recently Cleared.
 // Every state is the model's (App.moves); the sheet only shows it.
 Sheet {
@@ -66,14 +67,18 @@ Sheet {
                         objectName: "confirm.recentlyCleared"
                         visible: sheet.moves.offerRecentlyCleared
                         text: "Show Recently Cleared"
-                        focusPolicy: Qt.NoFocus
+                        // Tab reaches it and Space presses it; Return and Esc still cancel.
+                        focusPolicy: Qt.TabFocus
+                        returnPresses: false
                         onClicked: { sheet.moves.dismiss(); sheet.openRecentlyCleared() }
                     }
                     DwButton {
                         objectName: "confirm.done"
                         primary: true
                         text: "Done"
-                        focusPolicy: Qt.NoFocus
+                        // Tab reaches it and Space presses it; Return and Esc still cancel.
+                        focusPolicy: Qt.TabFocus
+                        returnPresses: false
                         onClicked: sheet.moves.dismiss()
                     }
                 }
@@ -165,7 +170,9 @@ Sheet {
                 DwButton {
                     objectName: "confirm.showAll"
                     plain: true
-                    focusPolicy: Qt.NoFocus
+                    // Tab reaches it and Space presses it; Return and Esc still cancel.
+                    focusPolicy: Qt.TabFocus
+                    returnPresses: false
                     text: sheet.moves.showAllText
                     onClicked: sheet.showAll = true
                 }
@@ -193,7 +200,9 @@ Sheet {
                 spacing: 6
                 ProgressBar {
                     id: bar
+                    objectName: "confirm.progressBar"
                     Layout.fillWidth: true
+                    Accessible.name: sheet.moves.progress
                     value: sheet.moves.fraction
                     background: Rectangle { implicitHeight: 6; radius: 3; color: Theme.skeleton }
                     contentItem: Item {
@@ -225,7 +234,9 @@ Sheet {
                 DwButton {
                     objectName: "confirm.cancel"
                     text: "Cancel"
-                    focusPolicy: Qt.NoFocus
+                    // Tab reaches it and Space presses it; Return and Esc still cancel.
+                    focusPolicy: Qt.TabFocus
+                    returnPresses: false
                     enabled: !sheet.moves.stopping
                     onClicked: sheet.moves.cancel()
                 }
@@ -233,7 +244,9 @@ Sheet {
                     objectName: "confirm.move"
                     primary: true
                     text: sheet.moves.action
-                    focusPolicy: Qt.NoFocus
+                    // Tab reaches it and Space presses it; Return and Esc still cancel.
+                    focusPolicy: Qt.TabFocus
+                    returnPresses: false
                     enabled: !sheet.moves.moving && sheet.moves.count > 0
                     onClicked: sheet.moves.move()
                 }

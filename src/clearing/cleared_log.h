@@ -53,7 +53,8 @@ inline constexpr std::string_view kNothingToPutBack =
 class PutBackError : public std::runtime_error {
  public:
   enum class Kind { moveFailed, alreadyPutBack, notInTrash, originalOccupied, refusedLocation };
-  PutBackError(Kind kind, const std::string& text = {});
+  // The message names the item (name), except where text says all (moveFailed with no name).
+  PutBackError(Kind kind, const std::string& text = {}, const std::string& name = {});
   Kind kind() const { return kind_; }
 
  private:

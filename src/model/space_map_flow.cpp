@@ -48,7 +48,7 @@ void SpaceMapFlow::finish(SpaceMap::Node root, double seconds, std::uint64_t bui
   context_.notify(ModelField::spaceScanning);
   elapsed_ = seconds;
   context_.notify(ModelField::spaceElapsed);
-  context_.say(texts::scan::spaceMapReady(seconds));
+  context_.say(texts::scan::spaceMapReady(seconds), MessageTopic::spaceMap);
 }
 
 void SpaceMapFlow::endWithError(std::uint64_t build) {
@@ -57,7 +57,7 @@ void SpaceMapFlow::endWithError(std::uint64_t build) {
   task_.ended();
   scanning_ = false;
   context_.notify(ModelField::spaceScanning);
-  context_.say(std::string(texts::scan::kSpaceMapFailed));
+  context_.say(std::string(texts::scan::kSpaceMapFailed), MessageTopic::spaceMap);
 }
 
 const SpaceMap::Node* SpaceMapFlow::current() const {

@@ -123,6 +123,26 @@ QString AppBridge::message() const {
   return QString::fromStdString(model_->message());
 }
 
+QVariantMap AppBridge::statusLines() const {
+  static const std::pair<const char*, MessageTopic> kPages[] = {
+      {"dashboard", MessageTopic::scan},
+      {"review", MessageTopic::caches},
+      {"leftovers", MessageTopic::leftovers},
+      {"duplicates", MessageTopic::duplicates},
+      {"largeFiles", MessageTopic::largeFiles},
+      {"spaceMap", MessageTopic::spaceMap},
+      {"apps", MessageTopic::apps},
+      {"recentlyCleared", MessageTopic::cleared}};
+  QVariantMap out;
+  for (const auto& [page, topic] : kPages)
+    out.insert(QString::fromLatin1(page), QString::fromStdString(model_->statusLine(topic)));
+  return out;
+}
+
+QString AppBridge::machine() const {
+  return QString::fromStdString(model_->wording().machine);
+}
+
 QString AppBridge::unreadNotice() const {
   if (noticePicture_) return *noticePicture_;
   const auto& unread = model_->unreadLeftoverLocations();
@@ -139,8 +159,8 @@ QString AppBridge::revealTitle() const {
 }
 
 QString AppBridge::versionLine() const {
-  // "Dustwhale <version> (<build>)"; this build carries no build number, shown as "—".
-  return QStringLiteral("Dustwhale " DUSTWHALE_VERSION " (—)");
+  // "Dustwhale <version> (<build>)".
+  return QStringLiteral("Dustwhale " DUSTWHALE_VERSION " (" DUSTWHALE_BUILD_NUMBER ")");
 }
 
 void AppBridge::showUnreadNoticePicture(std::optional<QString> notice) {

@@ -215,17 +215,19 @@ ApplicationWindow {
                     onScan: App.scan()
                 }
 
-                // The one status line.
+                // The page's own status line, in full: its flows' newest message.
                 Text {
                     objectName: "statusLine"
                     Layout.fillWidth: true
                     Layout.leftMargin: Theme.pagePadding
                     Layout.rightMargin: Theme.pagePadding
                     Layout.bottomMargin: 12
-                    text: App.message
+                    text: App.statusLines[window.page] ?? ""
                     color: Theme.secondaryText
                     font.pixelSize: Theme.smallSize + 1
-                    elide: Text.ElideRight
+                    wrapMode: Text.Wrap
+                    Accessible.role: Accessible.StaticText
+                    Accessible.name: text
                 }
                 Rectangle { Layout.fillWidth: true; height: 1; color: Theme.separator }
 

@@ -158,6 +158,7 @@ Item {
             Layout.fillWidth: true
             summary: page.list.footerSummary
             detail: page.list.footerDetail
+            hiddenNote: shown.hiddenNote
             enabled: page.list.canClear && !page.scanning
             onAction: page.list.requestMove()
         }

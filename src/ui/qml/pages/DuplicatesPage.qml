@@ -139,8 +139,8 @@ Item {
                     Layout.fillWidth: true
                     title: page.list.sectionTitle
                     detail: page.list.sectionDetail
-                    onSelectAll: page.list.selectAll()
-                    onSelectNone: page.list.selectNone()
+                    onSelectAll: page.list.selectAll(shown.keys())
+                    onSelectNone: page.list.selectNone(shown.keys())
                 }
                 ListView {
                     id: listView
@@ -149,6 +149,7 @@ Item {
                     Layout.fillHeight: true
                     clip: true
                     model: SearchFilter {
+                        id: shown
                         source: page.list
                         query: page.query
                     }
@@ -266,6 +267,7 @@ Item {
             Layout.fillWidth: true
             summary: page.list.footerSummary
             detail: page.list.footerDetail
+            hiddenNote: shown.hiddenNote
             enabled: page.list.canClear && !page.scanning
             onAction: page.list.requestMove()
             otherAction: page.list.shareTitle

@@ -32,21 +32,24 @@ namespace {
 
 using Kind = PutBackError::Kind;
 
-std::string describe(Kind kind, const std::string& text) {
+// Every refusal names the item it refuses.
+std::string describe(Kind kind, const std::string& text, const std::string& name) {
+  const std::string item = name.empty() ? std::string("This item") : name;
   switch (kind) {
     case Kind::moveFailed:
-      return text;
+      return name.empty() ? text : name + " was not put back: " + text;
     case Kind::alreadyPutBack:
-      return "This item was already put back.";
+      return item + " was already put back.";
     case Kind::notInTrash:
-      return "This item is no longer in the Trash (it may have been emptied).";
+      return item + " is no longer in the Trash (it may have been emptied).";
     case Kind::originalOccupied:
-      return "Something already exists at the original location.";
+      return item + " was not put back: something already exists at its original location.";
     case Kind::refusedLocation:
-      return "This item cannot be put back. The recorded Trash path or original location is "
-             "not allowed.";
+      return item +
+             " cannot be put back: the recorded Trash path or original location is not "
+             "allowed.";
     case Kind::alreadyInPlace:
-      return "This item is already back in its original location.";
+      return item + " is already back in its original location.";
   }
   return text;
 }
@@ -888,6 +891,27 @@ bool absolute(const std::string& path) {
   return !path.empty() && path.front() == '/';
 }
 
+// An app bundle that lay in one of the Applications folders the uninstaller lists (directly, or
+// in a vendor folder one level down): that folder as it resolves, and the rest of the path. The
+// folder is the system's (not the user's own), so it is opened as it resolves, never through a
+// link below it, and the rename back never replaces anything; the system's rights decide.
+std::optional<platform::Placement> applicationPlacement(const std::string& original,
+                                                        const Locations& places) {
+  const std::string item = paths::standardize(original);
+  if (!paths::lastComponent(item).ends_with(".app")) return std::nullopt;
+  for (const std::string& folder : places.applicationFolders) {
+    if (folder.empty()) continue;
+    const std::string written = paths::standardize(folder);
+    for (const std::string& form : {written, paths::resolveSymlinks(written)}) {
+      if (!paths::isStrictlyWithin(item, form)) continue;
+      std::string relative = item.substr(form == "/" ? 1 : form.size() + 1);
+      if (paths::split(relative, '/').size() > 2) return std::nullopt;
+      return platform::Placement{paths::resolveSymlinks(written), relative, false};
+    }
+  }
+  return std::nullopt;
+}
+
 // A record's two places as Put Back takes them.
 struct Accepted {
   std::string trash;             // links resolved
@@ -909,6 +933,13 @@ std::optional<Accepted> acceptedPlaces(const Entry& entry, const Locations& plac
     return std::nullopt;
   }
   Ownership::Place place = Ownership::placeOf(entry.originalPath, places);
+  if (place.where == Ownership::Where::elsewhere) {
+    // An app the uninstaller moved from an Applications folder goes back there.
+    std::optional<platform::Placement> app = applicationPlacement(entry.originalPath, places);
+    if (!app) return std::nullopt;
+    place.where = Ownership::Where::usable;
+    place.placement = std::move(*app);
+  }
   if (place.where != Ownership::Where::usable) return std::nullopt;
   accepted.original = place.placement;
   std::string folder = accepted.original.folder;
@@ -929,8 +960,8 @@ std::string originalPathOf(const platform::Placement& original) {
 
 }  // namespace
 
-PutBackError::PutBackError(Kind kind, const std::string& text)
-    : std::runtime_error(describe(kind, text)), kind_(kind) {}
+PutBackError::PutBackError(Kind kind, const std::string& text, const std::string& name)
+    : std::runtime_error(describe(kind, text, name)), kind_(kind) {}
 
 std::string encode(const std::vector<Entry>& entries) {
   json::Array array;
@@ -1140,21 +1171,22 @@ Status status(const Entry& entry, const Locations& places) {
 }
 
 Entry putBack(const Entry& entry, const Locations& places) {
-  if (entry.putBackAt) throw PutBackError(Kind::alreadyPutBack);
+  if (entry.putBackAt) throw PutBackError(Kind::alreadyPutBack, {}, entry.name);
   if (isShare(entry)) throw PutBackError(Kind::moveFailed, std::string(kNothingToPutBack));
   // Nothing goes back into a home of another user (root with that user's HOME).
   if (std::optional<std::string> refusal = Ownership::refusalToMove(places)) {
     throw PutBackError(Kind::moveFailed, *refusal);
   }
   std::optional<Accepted> accepted = acceptedPlaces(entry, places);
-  if (!accepted) throw PutBackError(Kind::refusedLocation);
+  if (!accepted) throw PutBackError(Kind::refusedLocation, {}, entry.name);
   const std::string& trash = accepted->trash;
   const std::string original = originalPathOf(accepted->original);
 
   if (!platform::trashItemMatches(trash, entry.originalPath)) {
-    throw PutBackError(isBackInPlace(entry) ? Kind::alreadyInPlace : Kind::notInTrash);
+    throw PutBackError(isBackInPlace(entry) ? Kind::alreadyInPlace : Kind::notInTrash, {},
+                       entry.name);
   }
-  if (existsAt(original)) throw PutBackError(Kind::originalOccupied);
+  if (existsAt(original)) throw PutBackError(Kind::originalOccupied, {}, entry.name);
 
   if (int e = platform::makeFolders(accepted->original)) {
     throw systemError(e, "Cannot create " + std::string(paths::parent(original)));
@@ -1175,7 +1207,7 @@ Entry putBack(const Entry& entry, const Locations& places) {
     } catch (const std::exception&) {
       // The refusal is what matters; the journal is settled at the next start.
     }
-    throw PutBackError(Kind::moveFailed, failure);
+    throw PutBackError(Kind::moveFailed, failure, entry.name);
   }
   // The item is back. A failure to note it (here or in the merge) is reported, and the next
   // start finds it back from the Trash and the journal.

@@ -64,7 +64,8 @@ class PutBackError : public std::runtime_error {
     refusedLocation,
     alreadyInPlace,  // another program (the file manager's Restore) put the item back
   };
-  PutBackError(Kind kind, const std::string& text = {});
+  // The message names the item (name), except where text says all (moveFailed with no name).
+  PutBackError(Kind kind, const std::string& text = {}, const std::string& name = {});
   Kind kind() const { return kind_; }
 
  private:

@@ -7,6 +7,7 @@
 #include "base/paths.h"
 #include "base/time.h"
 #include "findings/size_text.h"
+#include "platform/known_programs.h"
 
 namespace dw::notes {
 
@@ -197,6 +198,10 @@ std::string largestFilesText(const Finding& f) {
 std::string cacheDisplayName(std::string_view folderName) {
   if (folderName == "Google") return "Google cache";
   if (folderName == "Homebrew") return "Homebrew downloads";
+  // A folder a known program keeps is named after the program ("com.spotify.client" is
+  // "Spotify cache", not "client"); an identifier says little to its user.
+  if (const platform::KnownProgram* program = platform::programOfCacheFolder(folderName))
+    return std::string(program->name) + " cache";
   if (folderName.substr(0, 4) == "com.") {
     auto dot = folderName.rfind('.');
     return std::string(folderName.substr(dot + 1));
@@ -287,6 +292,9 @@ std::string linuxCacheDisplayName(std::string_view relativePath) {
 }
 
 std::string badge(const Finding& f) {
+  // A removable item whose note asks to quit a program first is not safe to clear now: the
+  // badge says the same as the note, and the scan never pre-selects it.
+  if (f.removable && noteSaysQuit(f.note)) return "In use";
   if (f.removable) {
     switch (f.kind) {
       case Finding::Kind::cache:
@@ -303,6 +311,7 @@ std::string badge(const Finding& f) {
 
 BadgeTone badgeTone(const Finding& f) {
   if (!f.removable) return BadgeTone::neutral;
+  if (noteSaysQuit(f.note)) return BadgeTone::review;
   return f.kind == Finding::Kind::cache ? BadgeTone::safe : BadgeTone::review;
 }
 

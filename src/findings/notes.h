@@ -30,7 +30,8 @@ std::string cacheDisplayName(std::string_view folderName);
 // ("mozilla", "pypoetry/cache"): the name its users know it by, else the Mac rule above.
 std::string linuxCacheDisplayName(std::string_view relativePath);
 
-// The row's badge: "Safe to clear", "Your call", "Review", "Quit <name> first" or "Kept".
+// The row's badge: "Safe to clear", "Your call", "Review", "In use" (removable, but its note
+// asks to quit a program first), "Quit <name> first" or "Kept".
 std::string badge(const Finding& finding);
 
 // The badge's tone: a cache that can go is safe, a file or leftover the user should look at is

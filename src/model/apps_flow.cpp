@@ -40,6 +40,7 @@ void AppsFlow::finish(std::vector<AppUninstaller::AppRecord> apps, std::uint64_t
   if (!task_.isNewest(generation)) return;  // overtaken by a newer listing
   task_.ended();
   apps_ = std::move(apps);
+  listed_ = true;
   context_.notify(ModelField::installedApps);
   loading_ = false;
   context_.notify(ModelField::appsLoading);

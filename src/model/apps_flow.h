@@ -28,6 +28,8 @@ class AppsFlow {
   // The bundle paths of apps whose move the system refused for lack of rights.
   const std::set<std::string>& needingAdmin() const { return needingAdmin_; }
   bool loading() const { return loading_; }
+  // A listing has finished: the list is what is installed, not merely empty so far.
+  bool listed() const { return listed_; }
   bool running() const { return task_.running(); }
 
   // Lists the installed apps; false under a test host, where nothing starts by itself.
@@ -47,6 +49,7 @@ class AppsFlow {
   std::optional<AppUninstaller::AppRecord> target_;
   std::set<std::string> needingAdmin_;
   bool loading_ = false;
+  bool listed_ = false;
   LatestTask task_;
 };
 

@@ -1,5 +1,7 @@
 #include "model/duplicate_flow.h"
 
+#include <algorithm>
+
 #include "base/paths.h"
 #include "scanners/duplicates/duplicate_scanner.h"
 #include "texts/duplicates.h"
@@ -113,7 +115,8 @@ void DuplicateFlow::finish(DuplicateScanner::Result result, Sharing::Survey surv
   progress_.reset();
   context_.notify(ModelField::duplicateProgress);
   context_.say(groups_.empty() ? std::string(texts::duplicates::kNoneFound)
-                               : texts::duplicates::found(extraBytes()));
+                               : texts::duplicates::found(extraBytes()),
+               MessageTopic::duplicates);
 }
 
 void DuplicateFlow::endWithError(bool cancelled, std::uint64_t search) {
@@ -123,7 +126,8 @@ void DuplicateFlow::endWithError(bool cancelled, std::uint64_t search) {
   context_.notify(ModelField::duplicatesScanning);
   progress_.reset();
   context_.notify(ModelField::duplicateProgress);
-  context_.say(std::string(cancelled ? texts::duplicates::kCancelled : texts::duplicates::kFailed));
+  context_.say(std::string(cancelled ? texts::duplicates::kCancelled : texts::duplicates::kFailed),
+               MessageTopic::duplicates);
 }
 
 void DuplicateFlow::keepCopy(const std::string& hashHex, const std::string& path) {
@@ -144,22 +148,29 @@ void DuplicateFlow::setSelected(const std::string& path, bool on) {
   if (changed) context_.notify(ModelField::duplicateSelected);
 }
 
-void DuplicateFlow::selectExtraCopies() {
-  std::set<std::string> extra;
+void DuplicateFlow::selectExtraCopies(const std::optional<std::set<std::string>>& among) {
+  std::set<std::string> extra = among ? selected_ : std::set<std::string>{};
   for (const auto& group : groups_) {
     auto kept = keepPath_.find(group.hashHex);
     for (const auto& file : group.files) {
+      if (among && !among->count(file.path)) continue;
       if (kept == keepPath_.end() || file.path != kept->second) extra.insert(file.path);
     }
   }
+  if (extra == selected_) return;
   selected_ = std::move(extra);
   context_.notify(ModelField::duplicateSelected);
 }
 
-void DuplicateFlow::selectNone() {
-  if (selected_.empty()) return;
-  selected_.clear();
-  context_.notify(ModelField::duplicateSelected);
+void DuplicateFlow::selectNone(const std::optional<std::set<std::string>>& among) {
+  size_t before = selected_.size();
+  if (among) {
+    for (const auto& path : *among)
+      selected_.erase(path);
+  } else {
+    selected_.clear();
+  }
+  if (selected_.size() != before) context_.notify(ModelField::duplicateSelected);
 }
 
 std::vector<Clearing::DuplicateCopy> DuplicateFlow::selectedCopyList() const {
@@ -191,8 +202,13 @@ MoveRunner::Plan DuplicateFlow::plan() {
   std::vector<Clearing::DuplicateCopy> copies = selectedCopyList();
   MoveRunner::Plan plan;
   for (const auto& copy : copies) {
-    plan.items.push_back({std::string(paths::lastComponent(copy.path)), copy.path, copy.bytes,
-                          std::string(texts::kCopyKindWord), copy.keptPath});
+    auto group = std::find_if(groups_.begin(), groups_.end(),
+                              [&](const auto& g) { return g.hashHex == copy.hashHex; });
+    std::string name = group == groups_.end()
+                           ? std::string(paths::lastComponent(copy.path))
+                           : texts::duplicates::copyName(*group, copy.path, context_.places.home);
+    plan.items.push_back(
+        {std::move(name), copy.path, copy.bytes, std::string(texts::kCopyKindWord), copy.keptPath});
     plan.bytes = Clearing::addBytes(plan.bytes, copy.bytes);
   }
   plan.title = texts::confirmTitle(static_cast<std::int64_t>(copies.size()));

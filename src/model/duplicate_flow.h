@@ -52,9 +52,10 @@ class DuplicateFlow {
   // The chosen copy (a file of the group) becomes the one kept and leaves the selection.
   void keepCopy(const std::string& hashHex, const std::string& path);
   void setSelected(const std::string& path, bool on);
-  // Every copy but the kept one of each group, or none.
-  void selectExtraCopies();
-  void selectNone();
+  // Every copy but the kept one of each group, or none; given the paths a page shows, only
+  // those of them (a search's hidden rows keep their choice).
+  void selectExtraCopies(const std::optional<std::set<std::string>>& among = std::nullopt);
+  void selectNone(const std::optional<std::set<std::string>>& among = std::nullopt);
   // The move of the selected copies; the kept copy of a group never moves.
   MoveRunner::Plan plan();
 

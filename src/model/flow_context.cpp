@@ -18,7 +18,9 @@ FlowContext::FlowContext(Dispatcher& dispatcher_, Locations places_,
       wording(texts::Wording::of(places)),
       workspace(workspace_),
       defaults(defaults_),
-      message_(texts::scan::kStarting) {}
+      message_(texts::scan::kStarting) {
+  said_[static_cast<std::size_t>(MessageTopic::scan)].text = message_;
+}
 
 void FlowContext::addObserver(Observer observer) {
   observers_.push_back(std::move(observer));
@@ -29,9 +31,20 @@ void FlowContext::notify(ModelField field) const {
     observer(field);
 }
 
-void FlowContext::say(std::string text) {
+void FlowContext::say(std::string text, MessageTopic topic) {
+  Said& said = said_[static_cast<std::size_t>(topic)];
+  said.order = ++said_order_;
+  said.text = text;
   message_ = std::move(text);
   notify(ModelField::message);
+}
+
+const std::string& FlowContext::statusLine(MessageTopic page) const {
+  const Said& own = said_[static_cast<std::size_t>(page)];
+  const bool list = page == MessageTopic::caches || page == MessageTopic::leftovers ||
+                    page == MessageTopic::largeFiles;
+  const Said& scan = said_[static_cast<std::size_t>(MessageTopic::scan)];
+  return list && scan.order > own.order ? scan.text : own.text;
 }
 
 void FlowContext::Poster::operator()(std::function<void()> closure) const {

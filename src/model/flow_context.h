@@ -3,6 +3,7 @@
 // the words of this home, the one status line, and the observers told of each change. One per
 // model, on the model's thread.
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -57,6 +58,21 @@ enum class ModelField {
   appsLoading
 };
 
+// Whose status line a message is: each page of the app shows the newest message of its own
+// flows (a clear's outcome on the list it cleared, a Put Back's on Recently Cleared), never
+// another page's.
+enum class MessageTopic {
+  scan,
+  caches,
+  leftovers,
+  largeFiles,
+  duplicates,
+  spaceMap,
+  apps,
+  cleared
+};
+inline constexpr std::size_t kMessageTopics = 8;
+
 // A flow's long work where only the newest counts: beginning one cancels the one before, and
 // the results of an overtaken one are dropped by their generation. Cancelled when it goes.
 class LatestTask {
@@ -102,9 +118,12 @@ class FlowContext {
   void addObserver(Observer observer);
   void notify(ModelField field) const;
 
-  // The one status line, which every flow ends with.
+  // The newest status line of any flow (the command line's), and the newest of a page's own
+  // flows: the scan's page shows the scan's; a clean list's, the newer of its clears' and the
+  // scan's (which fills it); every other page, its own topic's.
   const std::string& message() const { return message_; }
-  void say(std::string text);
+  const std::string& statusLine(MessageTopic page) const;
+  void say(std::string text, MessageTopic topic);
 
   // Brings a closure back to the model's thread, where it runs only while the model lives. A
   // task holds a Poster, never a flow, so it may outlive the model harmlessly.
@@ -125,6 +144,12 @@ class FlowContext {
  private:
   std::vector<Observer> observers_;
   std::string message_;
+  struct Said {
+    std::uint64_t order = 0;  // newer messages have larger orders
+    std::string text;
+  };
+  std::array<Said, kMessageTopics> said_;
+  std::uint64_t said_order_ = 0;
   std::shared_ptr<const bool> alive_ = std::make_shared<const bool>(true);
 };
 

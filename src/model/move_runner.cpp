@@ -33,6 +33,18 @@ ConfirmScope scopeOf(Finding::Kind kind) {
   return ConfirmScope::caches;
 }
 
+MessageTopic topicOf(Finding::Kind kind) {
+  switch (kind) {
+    case Finding::Kind::cache:
+      return MessageTopic::caches;
+    case Finding::Kind::leftover:
+      return MessageTopic::leftovers;
+    case Finding::Kind::file:
+      return MessageTopic::largeFiles;
+  }
+  return MessageTopic::caches;
+}
+
 MoveRunner::MoveRunner(FlowContext& context,
                        std::function<void(const Clearing::Outcome&)> afterMove)
     : context_(context), afterMove_(std::move(afterMove)) {}
@@ -84,16 +96,17 @@ bool MoveRunner::run(Planner planner) {
 
 bool MoveRunner::start(Plan plan, bool asked) {
   // A refusal takes the question down with its reason.
+  topic_ = plan.topic;
   auto refuse = [&](std::string reason) {
     if (asked) setStage(Stage::idle);
-    context_.say(std::move(reason));
+    context_.say(std::move(reason), topic_);
     return false;
   };
   if (plan.refusal) {
     if (std::optional<std::string> refused = plan.refusal()) return refuse(std::move(*refused));
   }
   if (plan.items.empty()) {
-    if (!plan.nothing.empty()) context_.say(plan.nothing);
+    if (!plan.nothing.empty()) context_.say(plan.nothing, topic_);
     return false;
   }
   // Nothing moves from, or into the Trash of, a home of another user: refused before anything
@@ -108,7 +121,7 @@ bool MoveRunner::start(Plan plan, bool asked) {
   plan_ = std::move(plan);
   context_.notify(ModelField::confirmItems);
   setStage(Stage::moving);
-  context_.say(std::move(moving));
+  context_.say(std::move(moving), topic_);
   progress_ = Progress{0, total, ""};
   context_.notify(ModelField::progress);
 
@@ -145,14 +158,14 @@ void MoveRunner::end(Ending ending) {
   // Recently Cleared is offered after a move that moved something, never for an older one.
   offerRecentlyCleared_ = !ending.moves.entries.empty();
   context_.notify(ModelField::offerRecentlyCleared);
-  context_.say(outcome_);
+  context_.say(outcome_, topic_);
 }
 
 void MoveRunner::stop() {
   if (stage_ != Stage::moving) return;
   task_->cancel();
   setStage(Stage::stopping);
-  context_.say(std::string(texts::kStopping));
+  context_.say(std::string(texts::kStopping), topic_);
 }
 
 void MoveRunner::dismiss() {

@@ -28,6 +28,8 @@ enum class ConfirmScope { caches, leftovers, files, duplicates, app, sharing };
 // The findings' kind a scope clears; nothing for copies and apps.
 std::optional<Finding::Kind> findingKind(ConfirmScope scope);
 ConfirmScope scopeOf(Finding::Kind kind);
+// The status line of a clean list.
+MessageTopic topicOf(Finding::Kind kind);
 
 class MoveRunner {
  public:
@@ -66,6 +68,8 @@ class MoveRunner {
     // Why it may not start at all, asked only when it would start.
     std::function<std::optional<std::string>()> refusal;
     Work work;
+    // The page whose status line its messages are.
+    MessageTopic topic = MessageTopic::scan;
   };
   using Planner = std::function<Plan()>;
 
@@ -122,6 +126,7 @@ class MoveRunner {
   std::function<void(const Clearing::Outcome&)> afterMove_;
   Stage stage_ = Stage::idle;
   ConfirmScope scope_ = ConfirmScope::caches;
+  MessageTopic topic_ = MessageTopic::scan;
   Planner planner_;
   Plan plan_;
   std::optional<Progress> progress_;

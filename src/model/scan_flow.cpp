@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "clearing/clearing.h"
+#include "findings/notes.h"
 #include "measure/shared_measurer.h"
 #include "platform/volume.h"
 #include "scanners/caches/cache_scanner.h"
@@ -77,7 +78,7 @@ bool ScanFlow::start() {
 
   phase_ = ScanPhase::scanning();
   context_.notify(ModelField::phase);
-  context_.say(std::string(texts::scan::kStarting));
+  context_.say(std::string(texts::scan::kStarting), MessageTopic::scan);
   scanArea_ = std::string(texts::scan::kStartingArea);
   context_.notify(ModelField::scanArea);
 
@@ -111,7 +112,7 @@ void ScanFlow::areaStarted(const std::string& area, std::uint64_t generation) {
   if (!task_.isNewest(generation)) return;
   scanArea_ = area;
   context_.notify(ModelField::scanArea);
-  context_.say(texts::scan::measuring(area, context_.wording));
+  context_.say(texts::scan::measuring(area, context_.wording), MessageTopic::scan);
 }
 
 void ScanFlow::finish(Result result, std::uint64_t generation) {
@@ -125,7 +126,8 @@ void ScanFlow::finish(Result result, std::uint64_t generation) {
   context_.notify(ModelField::unreadLeftoverLocations);
   selected_.clear();
   for (const auto& finding : findings_) {
-    if (finding.suggested) selected_.insert(finding.id);
+    // An item in use (its note asks to quit a program first) is never chosen for the user.
+    if (finding.suggested && !notes::noteSaysQuit(finding.note)) selected_.insert(finding.id);
   }
   context_.notify(ModelField::selected);
   phase_ = ScanPhase::ready();
@@ -146,7 +148,8 @@ void ScanFlow::finish(Result result, std::uint64_t generation) {
     showFullDiskAccessPrompt_ = true;
     context_.notify(ModelField::showFullDiskAccessPrompt);
   }
-  context_.say(texts::scan::finished(!findings_.empty(), unread_, context_.wording));
+  context_.say(texts::scan::finished(!findings_.empty(), unread_, context_.wording),
+               MessageTopic::scan);
 }
 
 void ScanFlow::endWithError(bool cancelled, std::uint64_t generation) {
@@ -156,8 +159,9 @@ void ScanFlow::endWithError(bool cancelled, std::uint64_t generation) {
   scanArea_.reset();
   context_.notify(ModelField::scanArea);
   task_.ended();
-  context_.say(cancelled ? std::string(texts::scan::kCancelled)
-                         : texts::scan::failed(context_.wording));
+  context_.say(
+      cancelled ? std::string(texts::scan::kCancelled) : texts::scan::failed(context_.wording),
+      MessageTopic::scan);
 }
 
 void ScanFlow::setSelected(const std::string& id, bool on) {

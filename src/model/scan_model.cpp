@@ -33,7 +33,7 @@ ScanModel::ScanModel(Dispatcher& dispatcher, Locations places, platform::Workspa
   try {
     ClearedLog::recover(context_.places);
   } catch (const std::exception& e) {
-    context_.say(texts::scan::recoveryProblem(e.what()));
+    context_.say(texts::scan::recoveryProblem(e.what()), MessageTopic::cleared);
   }
 }
 
@@ -48,11 +48,29 @@ std::vector<Finding> ScanModel::itemsToClear(std::optional<ConfirmScope> scope) 
 }
 
 MoveRunner::Planner ScanModel::planner(std::optional<ConfirmScope> scope) {
-  if (scope == ConfirmScope::duplicates) return [this] { return duplicates_.plan(); };
-  if (scope == ConfirmScope::sharing) return [this] { return duplicates_.sharing(); };
-  if (scope == ConfirmScope::app) return [this] { return apps_.plan(); };
-  std::optional<Finding::Kind> kind = scope ? findingKind(*scope) : std::nullopt;
-  return [this, kind] { return scan_.plan(kind); };
+  // A move's status lines belong to the page it was asked from.
+  MoveRunner::Planner plan;
+  MessageTopic topic = MessageTopic::scan;
+  if (scope == ConfirmScope::duplicates || scope == ConfirmScope::sharing) {
+    topic = MessageTopic::duplicates;
+    if (scope == ConfirmScope::duplicates) {
+      plan = [this] { return duplicates_.plan(); };
+    } else {
+      plan = [this] { return duplicates_.sharing(); };
+    }
+  } else if (scope == ConfirmScope::app) {
+    topic = MessageTopic::apps;
+    plan = [this] { return apps_.plan(); };
+  } else {
+    std::optional<Finding::Kind> kind = scope ? findingKind(*scope) : std::nullopt;
+    if (kind) topic = topicOf(*kind);
+    plan = [this, kind] { return scan_.plan(kind); };
+  }
+  return [plan = std::move(plan), topic] {
+    MoveRunner::Plan p = plan();
+    p.topic = topic;
+    return p;
+  };
 }
 
 void ScanModel::requestConfirm(std::optional<ConfirmScope> scope) {
@@ -97,10 +115,10 @@ bool ScanModel::putBack(const ClearedLog::Entry& entry) {
   try {
     ClearedLog::Entry updated = ClearedLog::putBack(entry, context_.places);
     reloadCleared();
-    context_.say(texts::cleared::putBack(updated.name));
+    context_.say(texts::cleared::putBack(updated.name), MessageTopic::cleared);
     return true;
   } catch (const std::exception& e) {
-    context_.say(e.what());
+    context_.say(e.what(), MessageTopic::cleared);
     return false;
   }
 }
@@ -109,7 +127,7 @@ bool ScanModel::putBackClear(const std::string& sessionID) {
   ClearedLog::PutBackAllOutcome outcome = ClearedLog::putBackAll(
       ClearedLog::ofClear(ClearedLog::load(context_.places), sessionID), context_.places);
   reloadCleared();
-  context_.say(texts::cleared::putBackAll(outcome));
+  context_.say(texts::cleared::putBackAll(outcome), MessageTopic::cleared);
   return outcome.stayed.empty();
 }
 

@@ -43,6 +43,8 @@ class ScanModel {
   const Locations& places() const { return context_.places; }
   const texts::Wording& wording() const { return context_.wording; }
   const std::string& message() const { return context_.message(); }
+  // The status line of one page: its own flows' newest message.
+  const std::string& statusLine(MessageTopic page) const { return context_.statusLine(page); }
   // clearing while a move runs, else the main scan's phase.
   Phase phase() const { return moves_.moving() ? Phase::clearing() : scan_.phase(); }
 
@@ -137,8 +139,12 @@ class ScanModel {
     duplicates_.keepCopy(hashHex, path);
   }
   void setDuplicateSelected(const std::string& path, bool on) { duplicates_.setSelected(path, on); }
-  void selectExtraCopies() { duplicates_.selectExtraCopies(); }
-  void selectNoCopies() { duplicates_.selectNone(); }
+  void selectExtraCopies(const std::optional<std::set<std::string>>& among = std::nullopt) {
+    duplicates_.selectExtraCopies(among);
+  }
+  void selectNoCopies(const std::optional<std::set<std::string>>& among = std::nullopt) {
+    duplicates_.selectNone(among);
+  }
   // Sharing instead of moving: what the search's files can do, read with each search (the share
   // is offered only where some group can), and what sharing the selected copies would do.
   const Sharing::Survey& duplicateSurvey() const { return duplicates_.survey(); }

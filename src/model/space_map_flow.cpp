@@ -60,7 +60,7 @@ void SpaceMapFlow::finish(SpaceMap::Node root, double seconds, std::uint64_t bui
   context_.notify(ModelField::spaceScanning);
   elapsed_ = seconds;
   context_.notify(ModelField::spaceElapsed);
-  context_.say(texts::scan::spaceMapReady(seconds));
+  context_.say(texts::scan::spaceMapReady(seconds), MessageTopic::spaceMap);
 }
 
 void SpaceMapFlow::complete(SpaceMap::Node root, double seconds, std::uint64_t build) {
@@ -94,7 +94,7 @@ void SpaceMapFlow::complete(SpaceMap::Node root, double seconds, std::uint64_t b
   context_.notify(ModelField::spaceComplete);
   elapsed_ = seconds;
   context_.notify(ModelField::spaceElapsed);
-  context_.say(texts::scan::spaceMapComplete(seconds));
+  context_.say(texts::scan::spaceMapComplete(seconds), MessageTopic::spaceMap);
 }
 
 void SpaceMapFlow::endWithError(std::uint64_t build) {
@@ -106,7 +106,7 @@ void SpaceMapFlow::endWithError(std::uint64_t build) {
   context_.notify(ModelField::spaceScanning);
   // Both stages end here: the flow is no longer completing.
   context_.notify(ModelField::spaceComplete);
-  if (!picture) context_.say(std::string(texts::scan::kSpaceMapFailed));
+  if (!picture) context_.say(std::string(texts::scan::kSpaceMapFailed), MessageTopic::spaceMap);
 }
 
 const SpaceMap::Node* SpaceMapFlow::current() const {

@@ -1,6 +1,7 @@
 #include "texts/cleared.h"
 
 #include <algorithm>
+#include <set>
 
 #include "clearing/clearing.h"
 #include "findings/size_text.h"
@@ -49,7 +50,16 @@ std::string cardHeader(std::string_view date, const std::vector<ClearedLog::Entr
   const bool shares =
       !entries.empty() && std::all_of(entries.begin(), entries.end(),
                                       [](const auto& e) { return ClearedLog::isShare(e); });
-  if (!shares) return groupHeader(date, static_cast<std::int64_t>(entries.size()), bytes);
+  if (!shares) {
+    // Counted as the question counted them: a leftover is one item however many of its app's
+    // folders and files moved (each is a row of its own, named after the app).
+    std::set<std::string> leftovers;
+    std::int64_t items = 0;
+    for (const auto& e : entries) {
+      if (e.kind != "leftover" || leftovers.insert(e.name).second) ++items;
+    }
+    return groupHeader(date, items, bytes);
+  }
   std::int64_t copies = 0;
   for (const auto& e : entries)
     copies += static_cast<std::int64_t>(e.shared.size());

@@ -23,7 +23,8 @@ inline constexpr std::string_view kPutBackByHand = "In the Trash; put back by ha
 std::string rowStatus(ClearedLog::Status status, std::string_view putBackWhen);
 // "Today, 14:05 · 2 items · 43 MB": one clear, dated by its newest entry.
 std::string groupHeader(std::string_view date, std::int64_t items, std::int64_t bytes);
-// The app's card of one clear: groupHeader, or for a share, which moved nothing, the copies that
+// The app's card of one clear: groupHeader (a leftover's paths counted as the one item the
+// question listed), or for a share, which moved nothing, the copies that
 // now share and what came back: "Today, 14:05 · 2 shared copies · 6 MB freed".
 std::string cardHeader(std::string_view date, const std::vector<ClearedLog::Entry>& entries,
                        std::int64_t bytes);

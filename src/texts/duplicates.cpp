@@ -1,5 +1,8 @@
 #include "texts/duplicates.h"
 
+#include <algorithm>
+
+#include "base/paths.h"
 #include "findings/size_text.h"
 #include "texts/sharing.h"
 
@@ -56,6 +59,16 @@ std::string extraWhySafe(const Wording& wording) {
       "This matches another file byte for byte. Savings are up to the size shown, because copies "
       "on APFS may share storage.",
       wording);
+}
+
+std::string copyName(const DuplicateScanner::Group& group, const std::string& path,
+                     const std::string& home) {
+  const std::string_view name = paths::lastComponent(path);
+  const bool shared = std::any_of(group.files.begin(), group.files.end(), [&](const auto& file) {
+    return file.path != path && paths::lastComponent(file.path) == name;
+  });
+  if (!shared) return std::string(name);
+  return std::string(name) + " · " + paths::tilde(paths::parent(path), home);
 }
 
 std::string_view badge(bool kept) {

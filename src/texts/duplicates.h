@@ -23,6 +23,11 @@ std::string sectionTitle(std::int64_t groups);
 inline constexpr std::string_view kSectionDetail = "Most space first";
 // "3 identical copies · 2 MB each"
 std::string groupTitle(std::int64_t files, std::int64_t bytesEach);
+// A copy as its row and the question name it: its file name, and where another file of its
+// group has the same name, the folder it is in ("film.mov · ~/Downloads/old"), so choosing
+// which copy stays is an informed choice.
+std::string copyName(const DuplicateScanner::Group& group, const std::string& path,
+                     const std::string& home);
 
 // A copy's row: the kept copy (the one kept by default, or the one the user picked) or an extra
 // copy. The default one says its folder (a DuplicateScanner::Scope member, 0 for none): "The copy

@@ -64,6 +64,24 @@ std::string sectionDetail(std::int64_t shown, std::int64_t total) {
   return std::to_string(shown) + " of " + std::to_string(total) + " match the search";
 }
 
+std::string scanningTitle(Finding::Kind kind) {
+  switch (kind) {
+    case Finding::Kind::cache:
+      return "Looking through caches…";
+    case Finding::Kind::leftover:
+      return "Looking for leftovers…";
+    case Finding::Kind::file:
+      return "Looking through large files…";
+  }
+  return "Looking…";
+}
+
+std::string hiddenBySearch(std::int64_t hidden) {
+  if (hidden <= 0) return "";
+  return countNoun(hidden, "selected item") + (hidden == 1 ? " is" : " are") +
+         " hidden by the search";
+}
+
 EmptyState emptyState(Finding::Kind kind, const Wording& wording) {
   const std::string inGoodShape =
       "Nothing to clear here — your " + wording.machine + " is in good shape";

@@ -30,6 +30,12 @@ std::string footerSummary(Finding::Kind kind, std::int64_t bytes, std::int64_t c
 inline constexpr std::string_view kFooterDetail = "Goes to the Trash. You can put anything back.";
 // Over the list: "Largest first", or while a search hides some rows "3 of 12 match the search".
 std::string sectionDetail(std::int64_t shown, std::int64_t total);
+// The summary's place while the first scan has listed nothing yet: "Looking through caches…",
+// "Looking for leftovers…", "Looking through large files…" (no figure before there is one).
+std::string scanningTitle(Finding::Kind kind);
+// Under the footer's summary while a search hides chosen rows (they still move, and the
+// question lists them): "1 selected item is hidden by the search"; "" for none.
+std::string hiddenBySearch(std::int64_t hidden);
 
 struct EmptyState {
   std::string_view symbol;

@@ -49,7 +49,8 @@ std::string totalText(const StorageAmounts& a) {
 }
 
 std::vector<Card> cards(const std::vector<Finding>& findings, bool scanning,
-                        const std::optional<ExtraCopies>& copies, const Wording& wording) {
+                        const std::optional<ExtraCopies>& copies, const Wording& wording,
+                        bool searchingCopies, bool measured) {
   std::int64_t bytes[3] = {0, 0, 0}, count[3] = {0, 0, 0};
   for (const auto& f : findings) {
     auto k = static_cast<size_t>(f.kind);
@@ -60,24 +61,27 @@ std::vector<Card> cards(const std::vector<Finding>& findings, bool scanning,
     return values[static_cast<size_t>(kind)];
   };
   auto title = [](Finding::Kind kind) { return std::string(listTitle(kind)); };
+  auto value = [&](Finding::Kind kind) {
+    return measured ? sizeText(of(kind, bytes)) : std::string(kMeasuring);
+  };
   using K = Finding::Kind;
   std::vector<Card> out;
-  out.push_back({title(K::cache), "trash", sizeText(of(K::cache, bytes)),
+  out.push_back({title(K::cache), "trash", value(K::cache),
                  scanning ? "Looking through caches."
                           : countNoun(of(K::cache, count), "folder") + " apps rebuild on their own",
                  "Safe to clear", "safe", "review"});
-  out.push_back({title(K::leftover), "square.dashed", sizeText(of(K::leftover, bytes)),
+  out.push_back({title(K::leftover), "square.dashed", value(K::leftover),
                  scanning
                      ? "Looking for leftovers."
                      : "From " + countNoun(of(K::leftover, count), "app") + " no longer installed",
                  "Review", "review", "leftovers"});
   out.push_back({"Duplicates", "square.on.square", "up to " + sizeText(copies ? copies->bytes : 0),
-                 scanning ? "Looking for extra copies."
-                 : copies ? countNoun(copies->files, "file") + " with an identical copy"
+                 searchingCopies ? "Looking for extra copies."
+                 : copies        ? countNoun(copies->files, "file") + " with an identical copy"
                           : namingFolders("Find extra copies in Downloads and media folders.",
                                           wording.folders),
                  "Your call", "neutral", "duplicates"});
-  out.push_back({title(K::file), "doc", sizeText(of(K::file, bytes)),
+  out.push_back({title(K::file), "doc", value(K::file),
                  scanning
                      ? "Looking through large files."
                      : countNoun(of(K::file, count), "file") + " over 200 MB, never pre-selected",
@@ -91,6 +95,20 @@ std::string readyHeading(std::int64_t ready) {
 
 std::string reviewButton(std::int64_t ready) {
   return "Review " + sizeText(ready);
+}
+
+std::vector<ReviewPlace> reviewPlaces(const std::vector<Finding>& findings) {
+  std::vector<ReviewPlace> out{{"review", std::string(listTitle(Finding::Kind::cache)), 0},
+                               {"leftovers", std::string(listTitle(Finding::Kind::leftover)), 0}};
+  for (const auto& f : findings) {
+    if (!f.removable || f.kind == Finding::Kind::file) continue;
+    ReviewPlace& place = out[f.kind == Finding::Kind::cache ? 0 : 1];
+    place.bytes = Clearing::addBytes(place.bytes, f.bytes);
+  }
+  std::erase_if(out, [](const ReviewPlace& p) { return p.bytes <= 0; });
+  for (auto& place : out)
+    place.title += " · " + sizeText(place.bytes);
+  return out;
 }
 
 }  // namespace dw::texts::overview

@@ -51,17 +51,35 @@ struct ExtraCopies {
 struct Card {
   std::string title, symbol, value, detail, badge, badgeKind, page;
 };
-// The four cards in order: Caches, App leftovers, Duplicates, Large files. scanning gives each
-// its "Looking …" line.
+// Said in place of a figure no scan has measured yet.
+inline constexpr const char* kMeasuring = "Measuring…";
+
+// The four cards in order: Caches, App leftovers, Duplicates, Large files. scanning (the main
+// scan) gives the three lists their "Looking …" line, and until a first scan has measured them
+// (measured false) their values are kMeasuring; the duplicates card looks for copies only while
+// the duplicate search runs (searchingCopies), which the main scan never does.
 std::vector<Card> cards(const std::vector<Finding>& findings, bool scanning,
-                        const std::optional<ExtraCopies>& copies, const Wording& wording);
+                        const std::optional<ExtraCopies>& copies, const Wording& wording,
+                        bool searchingCopies = false, bool measured = true);
 
 // "Ready to clear 2 GB"
 std::string readyHeading(std::int64_t ready);
+// The heading until a first scan has measured what is ready.
+inline constexpr const char* kReadyMeasuring = "Measuring what is ready to clear…";
 inline constexpr const char* kReadyLine =
     "Caches, leftovers from deleted apps, and extra copies. Each one is shown with its proof "
     "before anything moves.";
 // "Review 2 GB"
 std::string reviewButton(std::int64_t ready);
+
+// Where the ready amount lies, page by page, in the sidebar's order: the Caches page
+// ("review") and App leftovers ("leftovers"), each with its part of what storageAmounts counts
+// as ready and its line in Review's choice ("Caches · 40 MB"); a page with nothing ready is left
+// out. Review opens the one page, or offers each of them.
+struct ReviewPlace {
+  std::string page, title;
+  std::int64_t bytes = 0;
+};
+std::vector<ReviewPlace> reviewPlaces(const std::vector<Finding>& findings);
 
 }  // namespace dw::texts::overview

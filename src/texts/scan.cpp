@@ -67,7 +67,9 @@ std::string headerLine(const std::optional<std::string>& scanArea,
                        const std::optional<TimePoint>& lastScannedAt, TimePoint now) {
   if (!scanArea || scanArea->empty()) return scannedText(lastScannedAt, now);
   if (scanArea->ends_with("…")) return *scanArea;
-  return "Looking through " + *scanArea + "…";
+  // Mid-sentence, the lists' areas are common nouns; the others are names (Library, Chrome).
+  bool commonNoun = *scanArea == kAreaLargeFiles || *scanArea == kAreaLeftovers;
+  return "Looking through " + (commonNoun ? paths::asciiLower(*scanArea) : *scanArea) + "…";
 }
 
 std::string volumeName(const Wording& wording) {

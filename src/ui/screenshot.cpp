@@ -111,11 +111,13 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
   s.set("forcedSheet", "");
   // The skeleton: the first scan is running and nothing is listed yet. Its results reach the
   // window only through the event loop, which a grab without settling does not run.
-  s.call("showPage", "review");
   for (const QString& appearance : appearances) {
     s.appearance = appearance;
     s.call("setDark", appearance == "dark");
+    s.call("showPage", "review");
     s.shoot("caches-scanning", false);
+    s.call("showPage", "dashboard");
+    s.shoot("overview-scanning", false);
   }
   if (!waitFor([&] { return !dw.scanning(); }, 120'000)) {
     std::fprintf(stderr, "dustwhale-gui: the scan did not finish\n");
@@ -148,7 +150,7 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
 
     // The smallest window the user can make.
     auto* quick = qobject_cast<QQuickWindow*>(window.root);
-    QSize normal = quick->size();
+    const QSize normal = quick->size();
     quick->resize(quick->minimumSize());
     for (const char* page : {"dashboard", "review", "recentlyCleared"}) {
       s.call("showPage", page);
@@ -198,7 +200,7 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
       dw.moves()->cancel();
       s.set("forcedSheet", "");
     }
-    dw.duplicates()->selectNone();
+    dw.model().selectNoCopies();
 
     s.call("showPage", "review");
     for (int step = 0; step < 3; ++step) {
@@ -215,12 +217,24 @@ bool renderScreenshots(AppWindow& window, const QString& dirPath, const QStringL
     s.set("forcedSheet", "");
     s.call("showPage", "review");
     FindingListModel* caches = dw.findings(FindingListModel::Kind::Cache);
-    caches->selectAll(keysOf(*caches));
+    const QStringList cacheKeys = keysOf(*caches);
+    caches->selectAll(cacheKeys);
+    // A search that hides chosen caches: the footer says so.
+    if (cacheKeys.size() > 1) {
+      const int nameRole = caches->roleNames().key("name");
+      s.set("query", caches->data(caches->index(cacheKeys.size() - 1), nameRole));
+      s.shoot("caches-search-hidden");
+      s.set("query", "");
+    }
     caches->requestMove();
     s.set("forcedSheet", "confirm");
     s.shoot("sheet-confirm");
     s.call("setConfirmShowAll", true);
     s.shoot("sheet-confirm-all");
+    // The whole list at the smallest window: it scrolls within the window.
+    quick->resize(quick->minimumSize());
+    s.shoot("smallest-sheet-confirm-all");
+    quick->resize(normal);
     s.call("setConfirmShowAll", false);
 
     // The same sheet while the caches move and once they have: pictures drawn from the core's

@@ -270,11 +270,11 @@ TEST_F(PutBackTest, RestoresTheItemAndRecordsWhen) {
   // Equal as the log holds them: dates are stored to a fraction of a microsecond.
   EXPECT_EQ(encode(load(places)), encode({docs, back}));
   EXPECT_EQ(status(back, places), Status::putBack);
-  EXPECT_EQ(refused(back, Kind::alreadyPutBack), "This item was already put back.");
+  EXPECT_EQ(refused(back, Kind::alreadyPutBack), back.name + " was already put back.");
   // A stale copy of the record: the item is no longer in the Trash.
   EXPECT_EQ(status(notes, places), Status::trashEmptied);
   EXPECT_EQ(refused(notes, Kind::notInTrash),
-            "This item is no longer in the Trash (it may have been emptied).");
+            notes.name + " is no longer in the Trash (it may have been emptied).");
 
   // "In the Trash" is what Put Back accepts: a record gone, or naming another place, is neither.
   Entry gone = cleared("gone.txt", "g"), moved = cleared("moved.txt", "m");
@@ -301,7 +301,7 @@ TEST_F(PutBackTest, EveryRefusalLeavesBothPlacesUntouched) {
   fs::create_symlink(home / "nowhere", home / "link");
   for (const Entry& e : {file, folder, link})
     EXPECT_EQ(refused(e, Kind::originalOccupied),
-              "Something already exists at the original location.");
+              e.name + " was not put back: something already exists at its original location.");
 
   const std::string trash = home.trashFiles(), h = home.path();
   auto edited = [&](std::string Entry::*field, const std::string& value) {

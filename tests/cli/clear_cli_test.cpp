@@ -131,7 +131,7 @@ TEST_F(ClearCli, ClearHistoryAndPutBackRoundTrip) {
 
   auto again = run("put-back", {entries->array()[0].find("id")->string()});
   EXPECT_NE(again.status, 0);
-  EXPECT_EQ(again.err, "This item was already put back.\n");
+  EXPECT_EQ(again.err, entries->array()[0].find("name")->string() + " was already put back.\n");
   auto after = json::parse(run("history", {"--json"}).out);
   EXPECT_THAT(after->array()[0].find("status")->string(), StartsWith("Put back "));
   EXPECT_NE(run("put-back", {"00000000-0000-0000-0000-000000000000"}).status, 0);

@@ -43,11 +43,15 @@ TEST(Notes, RowTexts) {
          {"A large file. Nothing is selected until you choose it.", {f(file, "chrome.dmg")}},
          {"Last opened in May", {f(file, "a.iso", "~/a.iso", "Last opened in May")}},
          {"Left behind by an app that is no longer installed.", {f(leftover, "Spotify")}}});
-  // Only "com." names are shortened, and only the exact "Google" and "Homebrew" are renamed.
+  // A known program's folder is named after it; other "com." names are shortened, and only the
+  // exact "Google" and "Homebrew" are renamed.
   for (auto [folder, shown] :
        {std::pair("Google", "Google cache"), std::pair("google", "google"),
         std::pair("Homebrew", "Homebrew downloads"), std::pair("com.example.tool", "tool"),
-        std::pair("org.mozilla.firefox", "org.mozilla.firefox")})
+        std::pair("org.mozilla.firefox", "Firefox cache"),
+        std::pair("com.spotify.client", "Spotify cache"),
+        std::pair("com.tinyspeck.slackmacgap", "Slack cache"),
+        std::pair("org.example.tool", "org.example.tool")})
     EXPECT_EQ(notes::cacheDisplayName(folder), shown);
   check(notes::badge,
         {{"Safe to clear", {f(cache, "Tool")}},

@@ -254,7 +254,7 @@ TEST_F(ScanModelTest, ClearMovesEveryKindUnderOneSessionAndPutBackRestoresThem) 
   }
   EXPECT_EQ(test::snapshot(tree.home()), before);
   EXPECT_FALSE(model->putBack(model->clearedEntries().front()));
-  EXPECT_EQ(model->message(), "This item was already put back.");
+  EXPECT_EQ(model->message(), model->clearedEntries().front().name + " was already put back.");
 }
 
 TEST_F(ScanModelTest, ClearReportsWhatStayedAndWhy) {

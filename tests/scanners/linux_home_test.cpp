@@ -184,13 +184,14 @@ TEST(LinuxHome, ACacheOfARunningBrowserOrToolIsNotChosenEvenWithNothingHeldOpen)
             "In use by Steam. Quit it before clearing this cache.\n");
   EXPECT_TRUE(found[0].removable) << "the user may still choose it";
 
-  // The same programs on a Mac-shaped home: their caches under their identifiers.
+  // The same programs on a Mac-shaped home: their caches under their identifiers, named after
+  // the programs.
   test::HomeBuilder mac;
   mac.cache("org.mozilla.firefox", 60 * MB);
   mac.cache("com.microsoft.VSCode.ShipIt", 55 * MB);
   mac.cache("com.example.other", 52 * MB);
   EXPECT_EQ(lines(scanAll(mac.locations(), workspace)),
-            "org.mozilla.firefox 60\nShipIt 55\nother 52 +selected\n");
+            "Firefox cache 60\nVisual Studio Code cache 55\nother 52 +selected\n");
 }
 
 TEST(LinuxHome, ChromeAndChromiumProfilesAndCachesFollowTheChromeRule) {

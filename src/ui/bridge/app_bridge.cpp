@@ -126,6 +126,26 @@ QString AppBridge::message() const {
   return QString::fromStdString(model_->message());
 }
 
+QVariantMap AppBridge::statusLines() const {
+  static const std::pair<const char*, MessageTopic> kPages[] = {
+      {"dashboard", MessageTopic::scan},
+      {"review", MessageTopic::caches},
+      {"leftovers", MessageTopic::leftovers},
+      {"duplicates", MessageTopic::duplicates},
+      {"largeFiles", MessageTopic::largeFiles},
+      {"spaceMap", MessageTopic::spaceMap},
+      {"apps", MessageTopic::apps},
+      {"recentlyCleared", MessageTopic::cleared}};
+  QVariantMap out;
+  for (const auto& [page, topic] : kPages)
+    out.insert(QString::fromLatin1(page), QString::fromStdString(model_->statusLine(topic)));
+  return out;
+}
+
+QString AppBridge::machine() const {
+  return QString::fromStdString(model_->wording().machine);
+}
+
 QString AppBridge::unreadNotice() const {
   if (noticePicture_) return *noticePicture_;
   const auto& unread = model_->unreadLeftoverLocations();
@@ -150,8 +170,11 @@ QString AppBridge::clearedEmptyLine() const {
 }
 
 QString AppBridge::versionLine() const {
-  // "Dustwhale <version> (<build>)"; a Linux build carries no build number, shown as "—".
-  return QString::fromStdString(platform::versionLine(platform::mainBundleInfo()));
+  // "Dustwhale <version> (<build>)". A build without a bundle (Linux) shows the number it was
+  // built with.
+  platform::BundleInfo info = platform::mainBundleInfo();
+  if (!info.version) info.version = DUSTWHALE_BUILD_NUMBER;
+  return QString::fromStdString(platform::versionLine(info));
 }
 
 bool AppBridge::updatesConfigured() const {

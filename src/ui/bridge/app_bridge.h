@@ -9,6 +9,7 @@
 #include <QString>
 #include <QTimer>
 #include <QVariantList>
+#include <QVariantMap>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -41,6 +42,10 @@ class AppBridge : public QObject {
   // Under a page's title: the area a running scan measures, else when the last one ended.
   Q_PROPERTY(QString scanStatus READ scanStatus NOTIFY scanStatusChanged)
   Q_PROPERTY(QString message READ message NOTIFY messageChanged)
+  // Each page's own status line, by the page's key ("review", "recentlyCleared", ...).
+  Q_PROPERTY(QVariantMap statusLines READ statusLines NOTIFY messageChanged)
+  // The machine as this home's texts name it: "Mac", or "computer".
+  Q_PROPERTY(QString machine READ machine CONSTANT)
   Q_PROPERTY(QString unreadNotice READ unreadNotice NOTIFY unreadNoticeChanged)
   Q_PROPERTY(bool fullDiskAccessSetting READ fullDiskAccessSetting CONSTANT)
   Q_PROPERTY(bool showFullDiskAccessPrompt READ showFullDiskAccessPrompt NOTIFY
@@ -86,6 +91,8 @@ class AppBridge : public QObject {
   QString failureText() const;
   QString scanStatus() const;
   QString message() const;
+  QVariantMap statusLines() const;
+  QString machine() const;
   QString unreadNotice() const;
   bool fullDiskAccessSetting() const;
   bool showFullDiskAccessPrompt() const { return model_->showFullDiskAccessPrompt(); }

@@ -96,7 +96,12 @@ const AppUninstaller::AppRecord* AppListModel::currentApp() const {
   return current_.isEmpty() ? nullptr : find(current_);
 }
 
+void AppListModel::listOnce() {
+  if (!listed() && !loading()) refresh();
+}
+
 QString AppListModel::title() const {
+  if (!listed()) return QStringLiteral("Looking for apps…");
   return QString::fromStdString(
       texts::apps::title(static_cast<std::int64_t>(model_.installedApps().size())));
 }

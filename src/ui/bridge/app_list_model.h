@@ -20,6 +20,8 @@ class AppListModel : public QAbstractListModel {
   QML_UNCREATABLE("The bridge's lists are made by the bridge.")
   Q_PROPERTY(int count READ rowCount NOTIFY listChanged)
   Q_PROPERTY(bool loading READ loading NOTIFY listChanged)
+  // A listing has finished (before it, the page shows no count and no empty state).
+  Q_PROPERTY(bool listed READ listed NOTIFY listChanged)
   Q_PROPERTY(QString title READ title NOTIFY listChanged)
   Q_PROPERTY(QString detail READ detail CONSTANT)
   Q_PROPERTY(bool hasCurrent READ hasCurrent NOTIFY currentChanged)
@@ -49,6 +51,7 @@ class AppListModel : public QAbstractListModel {
   QHash<int, QByteArray> roleNames() const override;
 
   bool loading() const { return model_.appsLoading(); }
+  bool listed() const { return model_.apps().listed(); }
   // "12 apps": every listed app, whatever the search.
   QString title() const;
   QString detail() const;
@@ -65,6 +68,8 @@ class AppListModel : public QAbstractListModel {
   static QString lastUsedText(const AppUninstaller::AppRecord& app, TimePoint now);
 
   Q_INVOKABLE void refresh();
+  // The page's first visit: lists the apps unless a listing has run or runs.
+  Q_INVOKABLE void listOnce();
   // Chooses the app with this key; "" chooses none.
   Q_INVOKABLE void choose(const QString& key);
   // "Uninstall…": the question of the chosen app with its data.

@@ -1,7 +1,6 @@
 #include "bridge/duplicate_list_model.h"
 
 #include <QDateTime>
-#include <QFileInfo>
 #include <QLocale>
 
 #include "findings/size_text.h"
@@ -20,9 +19,6 @@ QString q(std::string_view text) {
   return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
-QString fileName(const std::string& path) {
-  return QFileInfo(QString::fromStdString(path)).fileName();
-}
 }  // namespace
 
 DuplicateListModel::DuplicateListModel(ScanModel& model, QObject* parent)
@@ -103,7 +99,8 @@ QVariant DuplicateListModel::data(const QModelIndex& index, int role) const {
     case LocationRole:
       return QString::fromStdString(file.path);
     case NameRole:
-      return fileName(file.path);
+      return QString::fromStdString(
+          copies::copyName(groupAt(row), file.path, model_.places().home));
     case NoteRole:
       if (!kept) return q(copies::kExtraNote);
       if (&file != &groupAt(row).files.front()) return q(copies::kKeptPicked);
@@ -257,12 +254,21 @@ void DuplicateListModel::keep(const QString& key) {
   if (row >= 0) model_.keepCopy(groupAt(row).hashHex, fileAt(row).path);
 }
 
-void DuplicateListModel::selectAll() {
-  model_.selectExtraCopies();
+namespace {
+std::set<std::string> pathsOf(const QStringList& keys) {
+  std::set<std::string> out;
+  for (const QString& key : keys)
+    out.insert(key.toStdString());
+  return out;
+}
+}  // namespace
+
+void DuplicateListModel::selectAll(const QStringList& keys) {
+  model_.selectExtraCopies(pathsOf(keys));
 }
 
-void DuplicateListModel::selectNone() {
-  model_.selectNoCopies();
+void DuplicateListModel::selectNone(const QStringList& keys) {
+  model_.selectNoCopies(pathsOf(keys));
 }
 
 void DuplicateListModel::reveal(const QString& key) {

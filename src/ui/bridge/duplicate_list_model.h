@@ -100,9 +100,9 @@ class DuplicateListModel : public QAbstractListModel {
   Q_INVOKABLE void toggle(const QString& key);
   // This copy becomes the one its group keeps.
   Q_INVOKABLE void keep(const QString& key);
-  // Every extra copy of every group, or none.
-  Q_INVOKABLE void selectAll();
-  Q_INVOKABLE void selectNone();
+  // Every extra copy among the rows listed now, or none of them.
+  Q_INVOKABLE void selectAll(const QStringList& keys);
+  Q_INVOKABLE void selectNone(const QStringList& keys);
   Q_INVOKABLE void reveal(const QString& key);
   Q_INVOKABLE void requestMove();
   // "Share copies": the question of sharing the selected copies instead of moving them.

@@ -33,6 +33,8 @@ void FindingListModel::modelChanged(ScanModel::Field field) {
     endResetModel();
     emit listChanged();
     emit selectionChanged();
+  } else if (field == ScanModel::Field::phase) {
+    emit listChanged();
   } else if (field == ScanModel::Field::selected) {
     if (!rows_.empty()) emit dataChanged(index(0), index(rowCount() - 1), {SelectedRole});
     emit selectionChanged();
@@ -125,6 +127,8 @@ FindingListModel::Kind FindingListModel::kind() const {
 }
 
 QString FindingListModel::summaryTitle() const {
+  if (rows_.empty() && model_.mainScan().phase().kind() == ScanPhase::Kind::scanning)
+    return QString::fromStdString(texts::scanningTitle(kind_));
   std::int64_t bytes = 0;
   for (size_t i : rows_)
     bytes = Clearing::addBytes(bytes, model_.caches()[i].bytes);

@@ -28,7 +28,9 @@ void OverviewModel::modelChanged(ScanModel::Field field) {
     case F::volume:
     case F::volumeName:
     case F::caches:
+    case F::lastScannedAt:
     case F::duplicateGroups:
+    case F::duplicatesScanning:
       emit changed();
       break;
     default:
@@ -40,7 +42,12 @@ QString OverviewModel::volumeName() const {
   return s(model_.volumeName());
 }
 
+bool OverviewModel::scanning() const {
+  return model_.phase().kind() == ScanModel::Phase::Kind::scanning;
+}
+
 QString OverviewModel::totalText() const {
+  if (!measured()) return QString::fromUtf8(overview::kMeasuring);
   return s(overview::totalText(amounts(model_)));
 }
 
@@ -63,6 +70,7 @@ QVariantList OverviewModel::legend() const {
 }
 
 QString OverviewModel::summary() const {
+  if (!measured()) return QString::fromUtf8(overview::kMeasuring);
   return s(overview::storageSummary(amounts(model_)));
 }
 
@@ -76,9 +84,9 @@ QVariantList OverviewModel::cards() const {
   if (!duplicates.groups().empty()) {
     copies = overview::ExtraCopies{duplicates.extraCopies(), duplicates.extraBytes()};
   }
-  bool scanning = model_.phase().kind() == ScanModel::Phase::Kind::scanning;
   QVariantList out;
-  for (const auto& c : overview::cards(model_.caches(), scanning, copies, model_.wording())) {
+  for (const auto& c : overview::cards(model_.caches(), scanning(), copies, model_.wording(),
+                                       model_.duplicatesScanning(), measured())) {
     out.append(QVariantMap{{"title", s(c.title)},
                            {"symbol", s(c.symbol)},
                            {"value", s(c.value)},
@@ -91,6 +99,7 @@ QVariantList OverviewModel::cards() const {
 }
 
 QString OverviewModel::readyHeading() const {
+  if (!measured()) return QString::fromUtf8(overview::kReadyMeasuring);
   return s(overview::readyHeading(amounts(model_).ready));
 }
 
@@ -99,7 +108,20 @@ QString OverviewModel::readyLine() const {
 }
 
 QString OverviewModel::reviewTitle() const {
+  if (!measured() || scanning()) return QStringLiteral("Review");
   return s(overview::reviewButton(amounts(model_).ready));
+}
+
+bool OverviewModel::reviewEnabled() const {
+  return measured() && !scanning() && amounts(model_).ready > 0 &&
+         !overview::reviewPlaces(model_.caches()).empty();
+}
+
+QVariantList OverviewModel::reviewPlaces() const {
+  QVariantList out;
+  for (const auto& place : overview::reviewPlaces(model_.caches()))
+    out.append(QVariantMap{{"page", s(place.page)}, {"title", s(place.title)}});
+  return out;
 }
 
 }  // namespace dw::ui

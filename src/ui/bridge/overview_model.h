@@ -27,6 +27,11 @@ class OverviewModel : public QObject {
   Q_PROPERTY(QString readyHeading READ readyHeading NOTIFY changed)
   Q_PROPERTY(QString readyLine READ readyLine CONSTANT)
   Q_PROPERTY(QString reviewTitle READ reviewTitle NOTIFY changed)
+  // Review is offered once a finished scan has measured something ready, and not while a scan
+  // runs; reviewPlaces are the pages that hold the ready amount (page, title): Review opens the
+  // one, or offers each.
+  Q_PROPERTY(bool reviewEnabled READ reviewEnabled NOTIFY changed)
+  Q_PROPERTY(QVariantList reviewPlaces READ reviewPlaces NOTIFY changed)
 
  public:
   explicit OverviewModel(const ScanModel& model, QObject* parent = nullptr);
@@ -40,6 +45,8 @@ class OverviewModel : public QObject {
   QString readyHeading() const;
   QString readyLine() const;
   QString reviewTitle() const;
+  bool reviewEnabled() const;
+  QVariantList reviewPlaces() const;
 
   void modelChanged(ScanModel::Field field);
 
@@ -47,6 +54,10 @@ class OverviewModel : public QObject {
   void changed();
 
  private:
+  // A scan has ended, so there are figures to show (until then, placeholders).
+  bool measured() const { return model_.lastScannedAt().has_value(); }
+  bool scanning() const;
+
   const ScanModel& model_;
 };
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "texts/lists.h"
+
 namespace dw::ui {
 
 SearchFilter::SearchFilter(QObject* parent) : QSortFilterProxyModel(parent) {
@@ -14,9 +16,41 @@ SearchFilter::SearchFilter(QObject* parent) : QSortFilterProxyModel(parent) {
 
 void SearchFilter::setSource(QAbstractItemModel* source) {
   if (source == sourceModel()) return;
+  for (auto& connection : sourceChanges_)
+    disconnect(connection);
   setSourceModel(source);
   setFilterRole(roleNamed("name"));
+  if (source) {
+    sourceChanges_[0] =
+        connect(source, &QAbstractItemModel::dataChanged, this, &SearchFilter::countHidden);
+    sourceChanges_[1] =
+        connect(source, &QAbstractItemModel::modelReset, this, &SearchFilter::countHidden);
+    sourceChanges_[2] =
+        connect(source, &QAbstractItemModel::rowsInserted, this, &SearchFilter::countHidden);
+    sourceChanges_[3] =
+        connect(source, &QAbstractItemModel::rowsRemoved, this, &SearchFilter::countHidden);
+  }
+  countHidden();
   emit sourceChanged();
+}
+
+void SearchFilter::countHidden() {
+  int hidden = 0;
+  const int selected = roleNamed("selected");
+  if (!query_.isEmpty() && selected >= 0) {
+    QAbstractItemModel* source = sourceModel();
+    for (int row = 0; row < source->rowCount(); ++row) {
+      if (!filterAcceptsRow(row, {}) && source->data(source->index(row, 0), selected).toBool())
+        ++hidden;
+    }
+  }
+  if (hidden == hiddenSelected_) return;
+  hiddenSelected_ = hidden;
+  emit hiddenChanged();
+}
+
+QString SearchFilter::hiddenNote() const {
+  return QString::fromStdString(texts::hiddenBySearch(hiddenSelected_));
 }
 
 void SearchFilter::setQuery(const QString& query) {
@@ -25,6 +59,7 @@ void SearchFilter::setQuery(const QString& query) {
   // The rows shown change as a whole (a view lays them out anew, as after a reset): which row
   // starts its group changes with them.
   invalidate();
+  countHidden();
   emit queryChanged();
   emit countChanged();
 }

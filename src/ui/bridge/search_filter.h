@@ -19,6 +19,9 @@ class SearchFilter : public QSortFilterProxyModel {
   Q_PROPERTY(QString query READ query WRITE setQuery NOTIFY queryChanged)
   // The rows shown now.
   Q_PROPERTY(int count READ count NOTIFY countChanged)
+  // The chosen rows (a "selected" role) the search hides, and the footer's line saying so.
+  Q_PROPERTY(int hiddenSelected READ hiddenSelected NOTIFY hiddenChanged)
+  Q_PROPERTY(QString hiddenNote READ hiddenNote NOTIFY hiddenChanged)
 
  public:
   explicit SearchFilter(QObject* parent = nullptr);
@@ -27,6 +30,8 @@ class SearchFilter : public QSortFilterProxyModel {
   QString query() const { return query_; }
   void setQuery(const QString& query);
   int count() const { return rowCount(); }
+  int hiddenSelected() const { return hiddenSelected_; }
+  QString hiddenNote() const;
   // The keys of the rows shown now, in order ("Select all" chooses among these).
   Q_INVOKABLE QStringList keys() const;
 
@@ -37,6 +42,7 @@ class SearchFilter : public QSortFilterProxyModel {
   void sourceChanged();
   void queryChanged();
   void countChanged();
+  void hiddenChanged();
 
  protected:
   bool filterAcceptsRow(int sourceRow, const QModelIndex& sourceParent) const override;
@@ -46,7 +52,11 @@ class SearchFilter : public QSortFilterProxyModel {
   // The role this filter adds: one past the list's own.
   int groupStartRole() const;
 
+  void countHidden();
+
   QString query_;
+  int hiddenSelected_ = 0;
+  QMetaObject::Connection sourceChanges_[4];
 };
 
 }  // namespace dw::ui

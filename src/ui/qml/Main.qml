@@ -189,17 +189,17 @@ ApplicationWindow {
                     onScan: App.scan()
                 }
 
-                // The one status line.
+                // The page's own status line, in full: its flows' newest message.
                 Text {
                     objectName: "statusLine"
                     Layout.fillWidth: true
                     Layout.leftMargin: Theme.pagePadding
                     Layout.rightMargin: Theme.pagePadding
                     Layout.bottomMargin: Theme.compact ? 6 : 12
-                    text: App.message
+                    text: App.statusLines[window.page] ?? ""
                     color: Theme.secondaryText
                     font.pixelSize: Theme.smallSize + 1
-                    elide: Text.ElideRight
+                    wrapMode: Text.Wrap
                     // Read as the window's status: a screen reader hears each new message (the
                     // name changes with the text).
                     Accessible.role: Accessible.StatusBar

@@ -58,12 +58,14 @@ Item {
         spacing: 14
 
         Item {
-            Layout.leftMargin: 18
-            Layout.preferredWidth: 18
-            Layout.preferredHeight: 18
+            Layout.leftMargin: 14
+            Layout.preferredWidth: 26
+            Layout.preferredHeight: 30
             CheckMark {
                 objectName: "row.check"
-                anchors.fill: parent
+                anchors.centerIn: parent
+                width: 18
+                height: 18
                 visible: row.selectable
                 checked: row.selected
                 // The list takes the keys (Space toggles the current row).
@@ -73,13 +75,25 @@ Item {
                 Accessible.name: "Select " + row.name + (row.location !== "" ? ", " + row.location : "")
                 onClicked: row.toggled()
             }
-            Icon {
-                objectName: "row.lock"
+            // Not selectable: the lock and the word in the control's place.
+            Column {
                 anchors.centerIn: parent
                 visible: !row.selectable && row.showsLock
-                symbol: "lock"
-                size: 16
-                color: Theme.tertiaryText
+                spacing: 1
+                Icon {
+                    objectName: "row.lock"
+                    anchors.horizontalCenter: parent.horizontalCenter
+                    symbol: "lock"
+                    size: 14
+                    color: Theme.tertiaryText
+                }
+                Text {
+                    objectName: "row.kept"
+                    anchors.horizontalCenter: parent.horizontalCenter
+                    text: "Kept"
+                    color: Theme.tertiaryText
+                    font.pixelSize: Theme.smallSize - 1
+                }
             }
         }
         Column {
@@ -137,7 +151,7 @@ Item {
         anchors.top: main.bottom
         anchors.left: parent.left
         anchors.right: parent.right
-        anchors.leftMargin: 18 + 18 + 14
+        anchors.leftMargin: 14 + 26 + 14
         anchors.rightMargin: 24
         columns: 2
         columnSpacing: 16

@@ -8,6 +8,8 @@ Rectangle {
     id: footer
     property string summary
     property string detail
+    // Said instead of the detail while a search hides chosen rows.
+    property string hiddenNote: ""
     property bool enabled: false
     property string otherAction: ""
     property bool otherEnabled: false
@@ -37,9 +39,10 @@ Rectangle {
                 elide: Text.ElideRight
             }
             Text {
+                objectName: "footer.detail"
                 width: parent.width
-                text: footer.detail
-                color: Theme.secondaryText
+                text: footer.hiddenNote !== "" ? footer.hiddenNote : footer.detail
+                color: footer.hiddenNote !== "" ? Theme.text : Theme.secondaryText
                 font.pixelSize: Theme.smallSize + 1
                 elide: Text.ElideRight
             }

@@ -160,6 +160,7 @@ Item {
             Layout.fillWidth: true
             summary: page.list.footerSummary
             detail: page.list.footerDetail
+            hiddenNote: shown.hiddenNote
             enabled: page.list.canClear && !page.scanning
             onAction: page.list.requestMove()
         }

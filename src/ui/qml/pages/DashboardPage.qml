@@ -2,6 +2,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import QtQml.Models
 import Dustwhale
 
 // Overview: how the home volume divides, one card per kind of finding, and the way to review.
@@ -179,7 +180,34 @@ Item {
                         Text { width: parent.width; text: page.overview.readyLine; color: Theme.secondaryText; font.pixelSize: Theme.bodySize; wrapMode: Text.WordWrap }
                     }
                     DwButton { text: "See what's using space"; onClicked: page.openPage("spaceMap") }
-                    DwButton { objectName: "ready.review"; primary: true; text: page.overview.reviewTitle; onClicked: page.openPage("review") }
+                    // Opens the page that holds what is ready, or offers each page that holds a part.
+                    DwButton {
+                        id: reviewButton
+                        objectName: "ready.review"
+                        primary: true
+                        text: page.overview.reviewTitle
+                        enabled: page.overview.reviewEnabled
+                        onClicked: {
+                            const places = page.overview.reviewPlaces
+                            if (places.length === 1) page.openPage(places[0].page)
+                            else if (places.length > 1) reviewMenu.popup(reviewButton, 0, reviewButton.height + 4)
+                        }
+                        Menu {
+                            id: reviewMenu
+                            objectName: "ready.reviewMenu"
+                            Instantiator {
+                                model: page.overview.reviewPlaces
+                                delegate: MenuItem {
+                                    required property var modelData
+                                    objectName: "ready.reviewChoice"
+                                    text: modelData.title
+                                    onTriggered: page.openPage(modelData.page)
+                                }
+                                onObjectAdded: (index, object) => reviewMenu.insertItem(index, object as MenuItem)
+                                onObjectRemoved: (index, object) => reviewMenu.removeItem(object as MenuItem)
+                            }
+                        }
+                    }
                 }
             }
         }

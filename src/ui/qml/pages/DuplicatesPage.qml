@@ -157,8 +157,8 @@ Item {
                     Layout.fillWidth: true
                     title: page.list.sectionTitle
                     detail: page.list.sectionDetail
-                    onSelectAll: page.list.selectAll()
-                    onSelectNone: page.list.selectNone()
+                    onSelectAll: page.list.selectAll(shown.keys())
+                    onSelectNone: page.list.selectNone(shown.keys())
                 }
                 RowList {
                     id: listView
@@ -167,6 +167,7 @@ Item {
                     Layout.fillHeight: true
                     Accessible.name: page.list.sectionTitle
                     model: SearchFilter {
+                        id: shown
                         source: page.list
                         query: page.query
                     }
@@ -284,6 +285,7 @@ Item {
             Layout.fillWidth: true
             summary: page.list.footerSummary
             detail: page.list.footerDetail
+            hiddenNote: shown.hiddenNote
             enabled: page.list.canClear && !page.scanning
             onAction: page.list.requestMove()
             otherAction: page.list.shareTitle

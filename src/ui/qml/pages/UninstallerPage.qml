@@ -11,6 +11,9 @@ Item {
     // A search starts over: no app is chosen among the rows it shows.
     property string query: ""
     onQueryChanged: apps.choose("")
+    // The apps are listed on the page's first visit.
+    onVisibleChanged: if (visible) apps.listOnce()
+    Component.onCompleted: if (visible) apps.listOnce()
 
     ColumnLayout {
         anchors.fill: parent
@@ -56,10 +59,11 @@ Item {
                 Layout.fillWidth: true
                 Layout.fillHeight: true
                 clip: true
-                ScanningSkeleton { anchors.fill: parent; visible: page.apps.loading && page.apps.count === 0 }
+                ScanningSkeleton { anchors.fill: parent; visible: (page.apps.loading || !page.apps.listed) && page.apps.count === 0 }
                 EmptyState {
+                    objectName: "apps.empty"
                     anchors.fill: parent
-                    visible: !page.apps.loading && page.apps.count === 0
+                    visible: page.apps.listed && !page.apps.loading && page.apps.count === 0
                     symbol: "minus.square"
                     title: "No apps listed"
                     detail: "Refresh to list the apps in your Applications folders."

@@ -19,7 +19,16 @@ Sheet {
     readonly property int listedLimit: moves.listed
     signal openRecentlyCleared()
 
+    // Never taller than the window: the list gives up rows first, and scrolls.
+    height: Math.min(implicitHeight, parent ? parent.height - 24 : implicitHeight)
+
     onOpened: { showAll = false; content.forceActiveFocus() }
+
+    // The list scrolls by the keys as well as by the bar: arrows by a row, pages by a page.
+    function scrollList(by: real) {
+        const bottom = Math.max(0, itemList.contentHeight - itemList.height)
+        itemList.contentY = Math.max(0, Math.min(bottom, itemList.contentY + by))
+    }
 
     // The one child of the sheet: the sheet takes its height.
     FocusScope {
@@ -30,10 +39,20 @@ Sheet {
         Keys.onReturnPressed: sheet.moves.cancel()
         Keys.onEnterPressed: sheet.moves.cancel()
         Keys.onEscapePressed: sheet.moves.cancel()
+        Keys.onUpPressed: sheet.scrollList(-34)
+        Keys.onDownPressed: sheet.scrollList(34)
+        Keys.onPressed: (event) => {
+            if (event.key === Qt.Key_PageUp) sheet.scrollList(-itemList.height)
+            else if (event.key === Qt.Key_PageDown) sheet.scrollList(itemList.height)
+            else if (event.key === Qt.Key_Home) sheet.scrollList(-itemList.contentHeight)
+            else if (event.key === Qt.Key_End) sheet.scrollList(itemList.contentHeight)
+            else return
+            event.accepted = true
+        }
 
         ColumnLayout {
             id: column
-            width: parent.width
+            anchors.fill: parent
             spacing: 14
 
             // ---- done
@@ -119,7 +138,12 @@ Sheet {
             Rectangle {
                 visible: !sheet.moves.done
                 Layout.fillWidth: true
-                implicitHeight: itemList.height + 2
+                // Up to eight rows where the window has room, down to two where it has not.
+                readonly property real rowsHeight: Math.min(itemList.contentHeight, 34 * 8) + 2
+                Layout.fillHeight: true
+                Layout.preferredHeight: rowsHeight
+                Layout.maximumHeight: rowsHeight
+                Layout.minimumHeight: Math.min(rowsHeight, 34 * 2 + 2)
                 radius: Theme.smallRadius
                 color: "transparent"
                 border.width: 1
@@ -129,11 +153,17 @@ Sheet {
                     objectName: "confirm.list"
                     x: 1; y: 1
                     width: parent.width - 2
-                    height: Math.min(contentHeight, 34 * 8)
+                    height: parent.height - 2
                     clip: true
                     interactive: contentHeight > height
+                    boundsBehavior: Flickable.StopAtBounds
                     model: sheet.moves.items
-                    ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
+                    // Shown whenever rows lie out of view, not only while it scrolls.
+                    ScrollBar.vertical: ScrollBar {
+                        objectName: "confirm.scrollBar"
+                        policy: itemList.contentHeight > itemList.height + 1 ? ScrollBar.AlwaysOn
+                                                                              : ScrollBar.AsNeeded
+                    }
                     delegate: Item {
                         id: listed
                         required property int index
@@ -146,9 +176,9 @@ Sheet {
                         RowLayout {
                             anchors.fill: parent
                             anchors.leftMargin: 12
-                            anchors.rightMargin: 12
+                            anchors.rightMargin: itemList.interactive ? 20 : 12
                             spacing: 10
-                            Text { Layout.fillWidth: true; text: listed.name; color: Theme.text; font.pixelSize: Theme.bodySize; elide: Text.ElideMiddle }
+                            Text { objectName: "confirm.itemName"; Layout.fillWidth: true; text: listed.name; color: Theme.text; font.pixelSize: Theme.bodySize; elide: Text.ElideMiddle }
                             Text { text: listed.kindWord; color: Theme.tertiaryText; font.pixelSize: Theme.smallSize + 1 }
                             Text { objectName: "confirm.itemSize"; Layout.preferredWidth: 70; horizontalAlignment: Text.AlignRight; text: listed.sizeText; color: Theme.text; font.pixelSize: Theme.bodySize; font.weight: Font.Medium }
                         }

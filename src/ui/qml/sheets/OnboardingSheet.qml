@@ -45,8 +45,6 @@ Sheet {
                 color: Theme.accent
                 font.pixelSize: Theme.smallSize
                 font.weight: Font.DemiBold
-                font.capitalization: Font.AllUppercase
-                font.letterSpacing: 0.8
             }
             Text {
                 objectName: "onboarding.title"
@@ -83,13 +81,13 @@ Sheet {
                     model: ["Only the Trash. Nothing is permanently deleted.",
                             "Put Back stays available from Recently Cleared.",
                             "Documents, the Desktop, and projects stay.",
-                            App.fullDiskAccessSetting ? "No data leaves this Mac." : "No data leaves this computer."]
+                            "No data leaves this " + App.machine + "."]
                     Row {
                         id: promise
                         required property string modelData
                         spacing: 10
                         Icon { symbol: "checkmark"; size: 16; color: Theme.accent; anchors.verticalCenter: parent.verticalCenter }
-                        Text { text: promise.modelData; color: Theme.text; font.pixelSize: Theme.bodySize + 1 }
+                        Text { objectName: "onboarding.promise"; text: promise.modelData; color: Theme.text; font.pixelSize: Theme.bodySize + 1 }
                     }
                 }
             }

@@ -8,6 +8,7 @@
 #include "bridge/date_text.h"
 #include "clearing/cleared_groups.h"
 #include "findings/size_text.h"
+#include "milestones.h"
 #include "platform/desktop.h"
 #include "texts/cleared.h"
 #include "texts/scan.h"
@@ -216,9 +217,10 @@ void AppBridge::openUrl(const QString& url) {
   platform::openUrl(url.toStdString());
 }
 
-void AppBridge::firstAppearance() {
+void AppBridge::start() {
   if (FlowContext::underTestHost()) return;
   model_->scan();
+  milestones::mark("scan-started");
   model_->reloadCleared();
 }
 

@@ -19,20 +19,20 @@ constexpr std::int64_t kMiB = 1024 * 1024;
 TEST(StartupUi, TheFirstScanRunsWithoutTheWindow) {
   test::TempHome trashHome;
   test::HomeBuilder mac;
-  mac.cache("com.example.big", 5 * kMiB);
+  mac.cache("com.example.big", 50 * kMiB);
   ui::AppBridge bridge(mac.locations(), false);
-  EXPECT_FALSE(bridge.scanning());
+  EXPECT_FALSE(bridge.model().isScanRunning());
   bridge.start();
-  EXPECT_TRUE(bridge.scanning()) << "started by the bridge, before any QML loads";
+  EXPECT_TRUE(bridge.model().isScanRunning()) << "started by the bridge, before any QML loads";
   ASSERT_TRUE(ui::waitFor([&] { return !bridge.scanning(); }, 60'000));
   ASSERT_EQ(bridge.model().caches().size(), 1u);
-  EXPECT_EQ(bridge.model().caches()[0].bytes, 5 * kMiB);
+  EXPECT_EQ(bridge.model().caches()[0].bytes, 50 * kMiB);
 }
 
 TEST(StartupUi, APageIsMadeWhenFirstShownAndKept) {
   test::TempHome trashHome;
   test::HomeBuilder mac;
-  mac.cache("com.example.big", 5 * kMiB);
+  mac.cache("com.example.big", 50 * kMiB);
   platform::UserDefaults(mac.locations().defaultsFile).setBool(platform::kOnboardingShownKey, true);
   test::UiDriver ui(mac.locations());
   QQuickItem* content = ui.window()->contentItem();

@@ -12,7 +12,8 @@
 namespace dw::ui {
 
 // Before the application object exists: with no display (and no platform chosen), the app
-// draws offscreen with Qt Quick's software renderer, so it runs on a machine with no GPU.
+// draws offscreen with Qt Quick's software renderer, so it runs on a machine with no GPU; on a
+// display, it draws with that renderer too where no GPU could (unless QT_QUICK_BACKEND says).
 void chooseDisplayBackend(bool forceOffscreen);
 
 struct AppWindow {
@@ -25,8 +26,9 @@ struct AppWindow {
 // window manager asks for.
 QIcon windowIcon();
 
-// Loads Main.qml over a bridge for places; appearance is "light", "dark" or "" (the system
-// palette decides). The window is shown.
+// Starts the bridge for places (its first scan runs while the window is built), then loads
+// Main.qml over it; appearance is "light", "dark" or "" (the system palette decides). The window
+// is shown.
 AppWindow openAppWindow(const Locations& places, const QString& appearance);
 
 }  // namespace dw::ui

@@ -3,10 +3,12 @@
 
 #include <QCommandLineParser>
 #include <QGuiApplication>
+#include <QQuickWindow>
 #include <cstdio>
 #include <stdexcept>
 
 #include "app_window.h"
+#include "milestones.h"
 #include "platform/updates.h"
 #include "screenshot.h"
 
@@ -14,6 +16,7 @@
 Q_IMPORT_QML_PLUGIN(DustwhalePlugin)
 
 int main(int argc, char** argv) {
+  dw::ui::milestones::mark("main");
   bool screenshot = false;
   for (int i = 1; i < argc; ++i) {
     if (std::string_view(argv[i]) == "--screenshot") screenshot = true;
@@ -21,6 +24,7 @@ int main(int argc, char** argv) {
   dw::ui::chooseDisplayBackend(screenshot);
 
   QGuiApplication app(argc, argv);
+  dw::ui::milestones::mark("application");
   QGuiApplication::setApplicationName("Dustwhale");
   QGuiApplication::setApplicationVersion(DUSTWHALE_VERSION);
   // The installed desktop entry is named after the application's identifier.
@@ -67,6 +71,8 @@ int main(int argc, char** argv) {
 
   dw::ui::AppWindow window = dw::ui::openAppWindow(places, appearance);
   if (!window.root) return 1;
+  if (auto* quick = qobject_cast<QQuickWindow*>(window.root))
+    dw::ui::milestones::watch(*quick, *window.bridge);
   if (parser.isSet(shotOption)) {
     QStringList appearances =
         appearance.isEmpty() ? QStringList{"light", "dark"} : QStringList{appearance};

@@ -9,6 +9,7 @@
 #include "bridge/date_text.h"
 #include "clearing/cleared_groups.h"
 #include "findings/size_text.h"
+#include "milestones.h"
 #include "platform/bundle_info.h"
 #include "platform/desktop.h"
 #include "platform/updates.h"
@@ -278,9 +279,10 @@ void AppBridge::openUrl(const QString& url) {
   platform::openUrl(url.toStdString());
 }
 
-void AppBridge::firstAppearance() {
+void AppBridge::start() {
   if (FlowContext::underTestHost()) return;
   model_->scan();
+  milestones::mark("scan-started");
   model_->reloadCleared();
 }
 

@@ -125,8 +125,9 @@ class AppBridge : public QObject {
   // for folders it could read after all. None follows the model again.
   void showUnreadNoticePicture(std::optional<QString> notice);
 
-  // The window's first appearance: scan, then load Recently Cleared (nothing under a test host).
-  Q_INVOKABLE void firstAppearance();
+  // Before the window is built: the first scan starts, to run while the QML loads, and the log
+  // of Recently Cleared is read (nothing under a test host).
+  void start();
   Q_INVOKABLE void scan();
   Q_INVOKABLE void reloadCleared();
   Q_INVOKABLE void closeFullDiskAccessPrompt(bool openSettings);

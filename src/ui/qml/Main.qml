@@ -48,17 +48,18 @@ ApplicationWindow {
         if (page === "recentlyCleared") App.reloadCleared()
         // The Space Map takes the arrows as soon as it is shown, unless the sidebar is being
         // worked by the keyboard (then Tab or Right arrow goes into the page).
-        if (page === "spaceMap" && !sidebar.activeFocus) spaceMapPage.forceActiveFocus()
+        // (Once the page is made: it is made the first time it is shown.)
+        if (page === "spaceMap" && !sidebar.activeFocus) Qt.callLater(window.focusSpaceMap)
     }
 
     Binding { target: Theme; property: "compact"; value: window.height < 640 }
 
-    Component.onCompleted: {
-        Theme.dark = App.startsDark
-        App.firstAppearance()
-    }
+    Component.onCompleted: Theme.dark = App.startsDark
 
     function showPage(key: string) { page = key }
+    function focusSpaceMap() {
+        if (spaceMapSlot.count > 0) spaceMapSlot.itemAt(0).forceActiveFocus()
+    }
     function focusSearch() { header.focusSearch() }
     // For the screenshot mode and the tests.
     function setOnboardingStep(step: int) { onboardingSheet.step = step }
@@ -161,7 +162,7 @@ ApplicationWindow {
             focus: true
             onChosen: (key, byKeys) => {
                 window.page = key
-                if (!byKeys && key === "spaceMap") spaceMapPage.forceActiveFocus()
+                if (!byKeys && key === "spaceMap") Qt.callLater(window.focusSpaceMap)
             }
         }
 
@@ -208,69 +209,97 @@ ApplicationWindow {
                 Rectangle { Layout.fillWidth: true; height: 1; color: Theme.separator }
 
                 // The pages, each shown by its key; a list sees the search text only while its
-                // page is up.
+                // page is up. A page is made the first time it is shown and kept from then on,
+                // so the window's first frame builds Overview alone.
                 Item {
                     Layout.fillWidth: true
                     Layout.fillHeight: true
                     Layout.topMargin: Theme.compact ? 8 : 16
 
-                    DashboardPage {
-                        objectName: "page.dashboard"
-                        anchors.fill: parent
-                        visible: window.page === "dashboard"
-                        onOpenPage: (key) => window.showPage(key)
+                    // One page, made the first time it is shown (a Repeater of none, then of
+                    // one) and kept from then on; shown only while it is the page.
+                    component PageSlot: Repeater {
+                        id: slot
+                        required property string key
+                        readonly property bool shown: window.page === key
+                        onShownChanged: if (shown) model = 1
+                        Component.onCompleted: if (shown) model = 1
+                        onItemAdded: (index, item) => item.visible = Qt.binding(() => slot.shown)
                     }
-                    CleanListPage {
-                        objectName: "page.review"
-                        anchors.fill: parent
-                        visible: window.page === "review"
-                        list: App.findings(FindingListModel.Cache)
-                        query: visible ? window.query : ""
-                        scanning: App.scanning
+
+                    PageSlot {
+                        key: "dashboard"
+                        DashboardPage {
+                            objectName: "page.dashboard"
+                            anchors.fill: parent
+                            onOpenPage: (key) => window.showPage(key)
+                        }
                     }
-                    CleanListPage {
-                        objectName: "page.leftovers"
-                        anchors.fill: parent
-                        visible: window.page === "leftovers"
-                        list: App.findings(FindingListModel.Leftover)
-                        query: visible ? window.query : ""
-                        scanning: App.scanning
-                        notice: App.unreadNotice
-                        noticeAction: App.fullDiskAccessSetting ? "Open Full Disk Access settings" : ""
-                        onNoticeTriggered: App.openFullDiskAccessSettings()
+                    PageSlot {
+                        key: "review"
+                        CleanListPage {
+                            objectName: "page.review"
+                            anchors.fill: parent
+                            list: App.findings(FindingListModel.Cache)
+                            query: visible ? window.query : ""
+                            scanning: App.scanning
+                        }
                     }
-                    DuplicatesPage {
-                        objectName: "page.duplicates"
-                        anchors.fill: parent
-                        visible: window.page === "duplicates"
-                        query: visible ? window.query : ""
-                        scanning: App.scanning
+                    PageSlot {
+                        key: "leftovers"
+                        CleanListPage {
+                            objectName: "page.leftovers"
+                            anchors.fill: parent
+                            list: App.findings(FindingListModel.Leftover)
+                            query: visible ? window.query : ""
+                            scanning: App.scanning
+                            notice: App.unreadNotice
+                            noticeAction: App.fullDiskAccessSetting ? "Open Full Disk Access settings" : ""
+                            onNoticeTriggered: App.openFullDiskAccessSettings()
+                        }
                     }
-                    CleanListPage {
-                        objectName: "page.largeFiles"
-                        anchors.fill: parent
-                        visible: window.page === "largeFiles"
-                        list: App.findings(FindingListModel.File)
-                        query: visible ? window.query : ""
-                        scanning: App.scanning
+                    PageSlot {
+                        key: "duplicates"
+                        DuplicatesPage {
+                            objectName: "page.duplicates"
+                            anchors.fill: parent
+                            query: visible ? window.query : ""
+                            scanning: App.scanning
+                        }
                     }
-                    SpaceMapPage {
-                        id: spaceMapPage
-                        objectName: "page.spaceMap"
-                        anchors.fill: parent
-                        visible: window.page === "spaceMap"
-                        onOpenPage: (key) => window.showPage(key)
+                    PageSlot {
+                        key: "largeFiles"
+                        CleanListPage {
+                            objectName: "page.largeFiles"
+                            anchors.fill: parent
+                            list: App.findings(FindingListModel.File)
+                            query: visible ? window.query : ""
+                            scanning: App.scanning
+                        }
                     }
-                    UninstallerPage {
-                        objectName: "page.apps"
-                        anchors.fill: parent
-                        visible: window.page === "apps"
-                        query: visible ? window.query : ""
+                    PageSlot {
+                        id: spaceMapSlot
+                        key: "spaceMap"
+                        SpaceMapPage {
+                            objectName: "page.spaceMap"
+                            anchors.fill: parent
+                            onOpenPage: (key) => window.showPage(key)
+                        }
                     }
-                    RecentlyClearedPage {
-                        objectName: "page.recentlyCleared"
-                        anchors.fill: parent
-                        visible: window.page === "recentlyCleared"
+                    PageSlot {
+                        key: "apps"
+                        UninstallerPage {
+                            objectName: "page.apps"
+                            anchors.fill: parent
+                            query: visible ? window.query : ""
+                        }
+                    }
+                    PageSlot {
+                        key: "recentlyCleared"
+                        RecentlyClearedPage {
+                            objectName: "page.recentlyCleared"
+                            anchors.fill: parent
+                        }
                     }
                 }
             }

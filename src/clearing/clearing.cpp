@@ -246,11 +246,9 @@ bool copyHolds(const DuplicateCopy& copy, const platform::ItemAt& item, std::sto
 }
 
 // Whether the copy may still go by its paths: both still copies the search would list.
-bool copyIsListable(const DuplicateCopy& copy, const Locations& places,
-                    DuplicateScanner::Scope scope) {
+bool copyIsListable(const DuplicateCopy& copy, DuplicateScanner::CopyCheck& listable) {
   if (paths::standardize(copy.path) == paths::standardize(copy.keptPath)) return false;
-  return DuplicateScanner::isListableCopy(copy.keptPath, copy.bytes, places, scope) &&
-         DuplicateScanner::isListableCopy(copy.path, copy.bytes, places, scope);
+  return listable.listable(copy.keptPath, copy.bytes) && listable.listable(copy.path, copy.bytes);
 }
 
 }  // namespace
@@ -261,6 +259,7 @@ Outcome clearDuplicates(const std::vector<DuplicateCopy>& copies, const Location
   Outcome outcome;
   outcome.sessionID = newUuid();
   KeptReads keptReads;
+  DuplicateScanner::CopyCheck listable(places, scope);
   int total = static_cast<int>(copies.size());
   for (int i = 0; i < total; ++i) {
     if (stop.stop_requested()) {
@@ -271,7 +270,7 @@ Outcome clearDuplicates(const std::vector<DuplicateCopy>& copies, const Location
     std::string name(paths::lastComponent(copy.path));
     std::optional<MoveFailure> failure = MoveFailure{std::string(kNoLongerAllowed)};
     bool cancelled = false;
-    if (copyIsListable(copy, places, scope)) {
+    if (copyIsListable(copy, listable)) {
       MoveRequest request{copy.path, copy.bytes, "duplicate", name, copy.identity, {}};
       request.verify = [&](const platform::ItemAt& item, std::int64_t&) {
         try {

@@ -53,13 +53,13 @@ std::string reasonFor(const share::Result& result) {
 // The re-check before a copy shares, as before a copy moves: still a file the search would
 // list. Contents are not read again: the file system compares them itself. A file whose size
 // changed since the search has changed.
-std::string recheck(const std::string& path, std::int64_t bytes, const Locations& places,
-                    DuplicateScanner::Scope scope) {
+std::string recheck(const std::string& path, std::int64_t bytes,
+                    DuplicateScanner::CopyCheck& listable) {
   struct stat s {};
   if (::lstat(path.c_str(), &s) == 0 && S_ISREG(s.st_mode) && s.st_size != bytes) {
     return std::string(kChanged);
   }
-  if (!DuplicateScanner::isListableCopy(path, bytes, places, scope)) {
+  if (!listable.listable(path, bytes)) {
     return std::string(Clearing::kNoLongerAllowed);
   }
   return {};
@@ -209,8 +209,9 @@ Outcome share(const std::vector<Clearing::DuplicateCopy>& copies, const Location
   }
   std::vector<std::string> verdict(unique.size());
   auto check = [&](size_t from, size_t to) {
+    DuplicateScanner::CopyCheck listable(places, scope);
     for (size_t k = from; k < to; ++k)
-      verdict[k] = recheck(unique[k].first, unique[k].second, places, scope);
+      verdict[k] = recheck(unique[k].first, unique[k].second, listable);
   };
   {
     const size_t half = unique.size() / 2;

@@ -56,21 +56,25 @@ bool hasTrashComponent(std::string_view path) {
 namespace {
 
 // Inside (or at) our ground, and with holding when asked.
-bool touches(const std::string& path, const Locations& places, bool holding) {
-  if (path.empty()) return false;
-  const std::string written = paths::standardize(path);
-  // A link to our ground is not our ground: moving the link moves only the link.
-  const std::string itself = paths::resolveParentSymlinks(path);
-  for (const std::string* candidate : {&written, &itself}) {
-    if (hasTrashComponent(*candidate)) return true;
+bool touches(std::string_view written, std::string_view itself, const std::vector<std::string>& own,
+             bool holding) {
+  for (std::string_view candidate : {written, itself}) {
+    if (hasTrashComponent(candidate)) return true;
   }
-  for (const std::string& own : ownPlaces(places)) {
-    for (const std::string* candidate : {&written, &itself}) {
-      if (paths::isWithin(*candidate, own)) return true;
-      if (holding && paths::isWithin(own, *candidate)) return true;
+  for (const std::string& place : own) {
+    for (std::string_view candidate : {written, itself}) {
+      if (paths::isWithin(candidate, place)) return true;
+      if (holding && paths::isWithin(place, candidate)) return true;
     }
   }
   return false;
+}
+
+bool touches(const std::string& path, const Locations& places, bool holding) {
+  if (path.empty()) return false;
+  // A link to our ground is not our ground: moving the link moves only the link.
+  return touches(paths::standardize(path), paths::resolveParentSymlinks(path), ownPlaces(places),
+                 holding);
 }
 
 }  // namespace
@@ -81,6 +85,12 @@ bool excludes(const std::string& path, const Locations& places) {
 
 bool contains(const std::string& path, const Locations& places) {
   return touches(path, places, false);
+}
+
+Ground::Ground(const Locations& places) : own_(ownPlaces(places)) {}
+
+bool Ground::excludes(std::string_view written, std::string_view itself) const {
+  return !written.empty() && touches(written, itself, own_, true);
 }
 
 }  // namespace dw::OwnGround

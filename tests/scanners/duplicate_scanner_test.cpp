@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <map>
 #include <system_error>
 
@@ -214,6 +215,31 @@ TEST(DuplicateScanner, NeverListsLibrariesPackagesProjectFoldersHiddenEntriesOrL
       isListableCopy(b.inHome("Downloads/.cache/x.bin"), 2 * kMiB, b.locations(), Scope::all()));
   EXPECT_FALSE(isListableCopy(b.inHome("Downloads/Tool.app/Contents/x.bin"), 2 * kMiB,
                               b.locations(), Scope::all()));
+}
+
+TEST(DuplicateScanner, ABatchCheckJudgesAFolderAgainOnceItsPathLeadsElsewhere) {
+  test::HomeBuilder b;
+  Locations places = b.locations();
+  std::string photo = fileWith(b, "Pictures/Album/photo.jpg", 2 * kMiB, {{0, 'p'}});
+  std::string other = fileWith(b, "Pictures/Album/other.jpg", 2 * kMiB, {{0, 'o'}});
+  // Outside every searched folder: a same-named file of the same size.
+  std::string outside = fileWith(b, "Elsewhere/photo.jpg", 2 * kMiB, {{0, 'p'}});
+  CopyCheck check(places, Scope::all());
+  EXPECT_TRUE(check.listable(photo, 2 * kMiB));
+  EXPECT_TRUE(check.listable(other, 2 * kMiB));
+
+  // The album swapped for a link to a folder outside the search, mid-batch: refused, though
+  // the folder's path was judged a moment ago.
+  std::filesystem::rename(b.inHome("Pictures/Album"), b.inHome("Pictures/Album moved"));
+  b.symlink(b.inHome("Elsewhere"), b.inHome("Pictures/Album"));
+  EXPECT_FALSE(check.listable(photo, 2 * kMiB));
+  EXPECT_FALSE(isListableCopy(photo, 2 * kMiB, places, Scope::all()));
+
+  // The real folder back in its place is judged again and accepted.
+  std::filesystem::remove(b.inHome("Pictures/Album"));
+  std::filesystem::rename(b.inHome("Pictures/Album moved"), b.inHome("Pictures/Album"));
+  EXPECT_TRUE(check.listable(photo, 2 * kMiB));
+  EXPECT_FALSE(check.listable(outside, 2 * kMiB));
 }
 
 TEST(DuplicateScanner, NeverListsTheProgramsOwnGroundButWalksAFolderHoldingIt) {

@@ -414,29 +414,62 @@ Result scan(const Locations& places, Scope scope, std::stop_token stop,
   return result;
 }
 
-bool isListableCopy(const std::string& path, std::int64_t bytes, const Locations& places,
-                    Scope scope) {
-  const std::string& home = places.home;
+CopyCheck::CopyCheck(const Locations& places, Scope scope)
+    : libraries_(places.home), ground_(places) {
+  for (const std::string& root : searchRoots(places, scope))
+    roots_.push_back({paths::standardize(root), paths::resolveSymlinks(root)});
+}
+
+CopyCheck::Folder CopyCheck::judge(const std::string& folder) const {
+  Folder out;
+  for (const Root& root : roots_) {
+    if (!paths::isWithin(folder, root.written)) continue;
+    out.resolved = paths::resolveSymlinks(folder);
+    // No folder on the way swapped for a link that leads elsewhere.
+    if (!paths::isWithin(out.resolved, root.resolved)) return out;
+    if (folder.size() > root.written.size()) {
+      std::string_view below = std::string_view(folder).substr(root.written.size() + 1);
+      for (std::string_view part : paths::split(below, '/')) {
+        if (part.front() == '.') return out;
+      }
+    }
+    out.allowed = !anyProjectComponent(folder) && !packageAtOrAbove(folder);
+    return out;
+  }
+  return out;
+}
+
+bool CopyCheck::listable(const std::string& path, std::int64_t bytes) {
   struct stat s {};
   if (::lstat(path.c_str(), &s) != 0 || !S_ISREG(s.st_mode) || s.st_size != bytes ||
       bytes < kMinimumBytes || !Ownership::owns(s)) {
     return false;
   }
-  std::string standard = paths::standardize(path);
-  std::string real = paths::resolveParentSymlinks(standard);
-  for (const std::string& root : searchRoots(places, scope)) {
-    std::string base = paths::standardize(root);
-    if (!paths::isStrictlyWithin(standard, base)) continue;
-    // No folder on the way swapped for a link that leads elsewhere.
-    if (!paths::isStrictlyWithin(real, paths::resolveSymlinks(base))) return false;
-    std::string_view below = std::string_view(standard).substr(base.size() + 1);
-    for (std::string_view part : paths::split(below, '/')) {
-      if (part.front() == '.') return false;
-    }
-    return !anyProjectComponent(standard) && !packageAtOrAbove(paths::parent(standard)) &&
-           !ProtectedLibraries(home).contains(standard) && !OwnGround::excludes(path, places);
+  const std::string standard = paths::standardize(path);
+  const std::string_view name = paths::lastComponent(standard);
+  if (name.empty() || name.front() == '.' || isProjectFolderName(name)) return false;
+  const std::string folder(paths::parent(standard));
+
+  // The folder the path leads to now; its answer is reused only while it is the same folder.
+  struct stat now {};
+  if (::stat(folder.c_str(), &now) != 0 || !S_ISDIR(now.st_mode)) return false;
+  auto known = folders_.find(folder);
+  if (known == folders_.end() || known->second.identity != identityOf(now)) {
+    Folder judged = judge(folder);
+    struct stat after {};
+    // Swapped while being judged: judged again next time, refused this time.
+    if (::stat(folder.c_str(), &after) != 0 || identityOf(after) != identityOf(now)) return false;
+    judged.identity = identityOf(now);
+    known = folders_.insert_or_assign(folder, std::move(judged)).first;
   }
-  return false;
+  if (!known->second.allowed) return false;
+  const std::string itself = paths::join(known->second.resolved, name);
+  return !libraries_.contains(standard) && !ground_.excludes(standard, itself);
+}
+
+bool isListableCopy(const std::string& path, std::int64_t bytes, const Locations& places,
+                    Scope scope) {
+  return CopyCheck(places, scope).listable(path, bytes);
 }
 
 }  // namespace dw::DuplicateScanner

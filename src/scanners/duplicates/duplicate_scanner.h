@@ -9,9 +9,13 @@
 #include <stop_token>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
+#include "base/core.h"
+#include "measure/protected_libraries.h"
 #include "platform/locations.h"
+#include "platform/own_ground.h"
 #include "scanners/duplicates/duplicate_types.h"
 
 namespace dw::DuplicateScanner {
@@ -80,5 +84,34 @@ std::int64_t wastedBytes(const Group& group);
 // package, a protected library, a project folder or the program's own ground).
 bool isListableCopy(const std::string& path, std::int64_t bytes, const Locations& places,
                     Scope scope);
+
+// The same re-check for the many copies of one clear or share: the scope's folders, the
+// protected libraries and our own ground are resolved once, and a folder's answer is kept for as
+// long as its path still leads to the same folder (device and inode), so a folder swapped for a
+// link during the batch is judged again. Each file itself is looked at every time. Lives for one
+// batch, on one thread.
+class CopyCheck {
+ public:
+  CopyCheck(const Locations& places, Scope scope);
+  bool listable(const std::string& path, std::int64_t bytes);
+
+ private:
+  struct Root {
+    std::string written;   // standardised
+    std::string resolved;  // its links resolved
+  };
+  struct Folder {
+    FileIdentity identity;  // the folder the path led to when judged
+    bool allowed = false;
+    std::string resolved;  // the folder's path with its links resolved
+  };
+  // Judges a folder the file lies in, from scratch.
+  Folder judge(const std::string& folder) const;
+
+  std::vector<Root> roots_;
+  ProtectedLibraries libraries_;
+  OwnGround::Ground ground_;
+  std::unordered_map<std::string, Folder> folders_;
+};
 
 }  // namespace dw::DuplicateScanner

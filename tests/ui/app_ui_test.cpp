@@ -100,10 +100,12 @@ TEST_F(AppUiTest, ListPagesShowTheCoreTextsBadgesAndLocks) {
 
   // Large files: a Desktop file stays, with the lock; a Downloads file is the user's call.
   ui.page("largeFiles");
-  EXPECT_EQ(ui.text("page.summaryTitle"), "550 MB in 2 files");
+  // Both are sparse: listed by their length, counted by what they take on disk.
+  EXPECT_EQ(ui.text("page.summaryTitle"), "0 MB in 2 files");
   QQuickItem* film = rowNamed(ui, "film.mov");
   QQuickItem* disk = rowNamed(ui, "disk.iso");
   ASSERT_TRUE(film && disk);
+  EXPECT_EQ(field(film, "row.size"), "300 MB, 0 MB on disk");
   EXPECT_EQ(field(film, "row.badge"), "Kept");
   EXPECT_TRUE(showing(film, "row.lock"));
   EXPECT_FALSE(showing(film, "row.check"));

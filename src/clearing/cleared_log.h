@@ -140,8 +140,8 @@ enum class Status {
   inTrash,        // in the Trash, and Put Back can take it back
   putBack,        // put back (putBackAt)
   trashEmptied,   // no longer in the Trash
-  putBackByHand,  // in the Trash, but its original place is not one Put Back accepts (an app
-                  // from /Applications)
+  putBackByHand,  // in the Trash, but its original place is not one Put Back accepts (a
+                  // folder outside the home that is not the user's own)
   shared,         // a share: never in the Trash, nothing to put back
 };
 Status status(const Entry& entry, const Locations& places);

@@ -152,8 +152,8 @@ enum class Status {
   putBack,        // put back (putBackAt), or back in its place by another program's Restore:
                   // the very item moved (its recorded mark) is at its original path
   trashEmptied,   // no longer in the Trash
-  putBackByHand,  // in the Trash, but its original place is not one Put Back accepts (an app
-                  // from /Applications)
+  putBackByHand,  // in the Trash, but its original place is not one Put Back accepts (a
+                  // folder outside the home that is not the user's own)
   shared,         // a share: never in the Trash, nothing to put back
 };
 Status status(const Entry& entry, const Locations& places);

@@ -323,8 +323,9 @@ TEST_F(PutBackTest, EveryRefusalLeavesBothPlacesUntouched) {
         edited(&Entry::originalPath, h + "/door/new"), edited(&Entry::originalPath, h),
         edited(&Entry::originalPath, h + "/../elsewhere/new")})
     EXPECT_EQ(refused(e, Kind::refusedLocation),
-              "This item cannot be put back. The recorded Trash path or original location is not "
-              "allowed.");
+              e.name +
+                  " cannot be put back: the recorded Trash path or original location is "
+                  "not allowed.");
 
   // After all that, the real one still comes back, also through a link to home.
   fs::remove(home / "file");
@@ -341,7 +342,8 @@ TEST_F(PutBackTest, FailuresAfterTheChecksAreReported) {
   platform::sys::setFaultHook([](platform::sys::Step step, const std::string&) {
     return step == platform::sys::Step::rename ? EIO : 0;
   });
-  EXPECT_EQ(refused(b, Kind::moveFailed), "Input/output error");  // nothing moved nor logged
+  // Nothing moved nor logged; the refusal names the item.
+  EXPECT_EQ(refused(b, Kind::moveFailed), b.name + " was not put back: Input/output error");
   platform::sys::setFaultHook({});
 
   // The parent chain cannot be made: the file system's own error, nothing moved.

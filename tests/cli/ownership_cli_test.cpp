@@ -264,7 +264,7 @@ TEST(OwnershipCli, PutBackReturnsWhatMovedFromALinkedDownloadsNeverThroughANewLi
   }
   auto refused = asNobody({"put-back", ids["deep.iso"]});
   EXPECT_EQ(refused.status, 1);
-  EXPECT_THAT(refused.err, HasSubstr("This item cannot be put back."));
+  EXPECT_THAT(refused.err, HasSubstr("deep.iso cannot be put back: "));
   EXPECT_FALSE(test::exists(home / "Documents/deep.iso"));
 }
 

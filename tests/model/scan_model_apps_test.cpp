@@ -156,6 +156,56 @@ TEST_F(ScanModelApps, RefusalsComeFirstAndWhatChangedSinceTheListingStays) {
   EXPECT_TRUE(test::exists(baz));
 }
 
+TEST_F(ScanModelApps, AnAppFromTheApplicationsFoldersComesBackWithPutBack) {
+  std::string foo = tree.app(tree.inRoot("Applications/Foo.app"), "com.example.foo");
+  tree.file(foo + "/Contents/MacOS/foo", 1 << 20);
+  std::string bar = tree.app(tree.inRoot("Applications/Vendor/Bar.app"), "com.example.bar");
+  std::string baz = tree.app(tree.inRoot("Applications/Baz.app"), "com.example.baz");
+  const std::string fooBytes = test::readFile(foo + "/Contents/MacOS/foo");
+  refresh();
+  ASSERT_TRUE(uninstall("Foo"));
+  ASSERT_TRUE(uninstall("Bar"));
+  ASSERT_TRUE(uninstall("Baz"));
+  ASSERT_EQ(model->clearedEntries().size(), 3u);
+  for (const auto& e : model->clearedEntries())
+    EXPECT_EQ(ClearedLog::status(e, places), ClearedLog::Status::inTrash) << e.name;
+  auto entryOf = [&](const std::string& path) {
+    for (const auto& e : model->clearedEntries())
+      if (e.originalPath == path) return e;
+    return ClearedLog::Entry{};
+  };
+
+  // Straight into the Applications folder, and into its vendor folder.
+  EXPECT_TRUE(model->putBack(entryOf(foo)));
+  EXPECT_EQ(test::readFile(foo + "/Contents/MacOS/foo"), fooBytes);
+  EXPECT_TRUE(model->putBack(entryOf(bar)));
+  EXPECT_TRUE(test::exists(bar + "/Contents/Info.plist"));
+
+  // Never over what stands there now, and never through a link put in its way; each refusal
+  // names the app.
+  test::makeDirs(baz);
+  EXPECT_FALSE(model->putBack(entryOf(baz)));
+  EXPECT_EQ(model->message(),
+            "Baz was not put back: something already exists at its original location.");
+  std::filesystem::remove(baz);  // the test's own empty folder
+  std::filesystem::rename(tree.inRoot("Applications"), tree.inRoot("Apps"));
+  tree.folder(tree.inRoot("Applications"));
+  tree.symlink(tree.inRoot("Apps/Vendor"), tree.inRoot("Applications/Vendor"));
+  ClearedLog::Entry throughLink = entryOf(baz);
+  throughLink.originalPath = tree.inRoot("Applications/Vendor/Baz.app");
+  EXPECT_FALSE(model->putBack(throughLink));
+  EXPECT_EQ(model->message(),
+            "Baz cannot be put back: the recorded Trash path or original location is not "
+            "allowed.");
+  EXPECT_FALSE(test::exists(tree.inRoot("Apps/Vendor/Baz.app")));
+  // An app's place is an Applications folder: anything else outside the home stays refused.
+  ClearedLog::Entry elsewhere = entryOf(baz);
+  elsewhere.originalPath = tree.inRoot("opt/Baz.app");
+  EXPECT_FALSE(ClearedLog::isAllowed(elsewhere, places));
+  EXPECT_TRUE(model->putBack(entryOf(baz)));
+  EXPECT_TRUE(test::exists(baz + "/Contents/Info.plist"));
+}
+
 TEST_F(ScanModelApps, ABundleTheUserMayNotMoveNeedsAnAdministrator) {
   std::string foo = tree.app(tree.inRoot("Applications/Foo.app"), "com.example.foo");
   std::string data = tree.folder(tree.inHome("Library/Application Support/com.example.foo"));

@@ -64,11 +64,14 @@ std::string scannedText(const std::optional<TimePoint>& lastScannedAt, TimePoint
 }
 
 std::string headerLine(const std::optional<std::string>& scanArea,
-                       const std::optional<TimePoint>& lastScannedAt, TimePoint now) {
+                       const std::optional<TimePoint>& lastScannedAt, TimePoint now,
+                       const Wording& wording) {
   if (!scanArea || scanArea->empty()) return scannedText(lastScannedAt, now);
   if (scanArea->ends_with("…")) return *scanArea;
-  // Mid-sentence, the lists' areas are common nouns; the others are names (Library, Chrome).
-  bool commonNoun = *scanArea == kAreaLargeFiles || *scanArea == kAreaLeftovers;
+  // Mid-sentence, the lists' areas are common nouns; the others are names (Library, Chrome). A
+  // layout whose areas are written as a sentence says them (Linux) keeps them as they are.
+  bool commonNoun = wording.areasInLowerCase && (*scanArea == wording.largeFilesArea ||
+                                                 *scanArea == wording.leftoversArea);
   return "Looking through " + (commonNoun ? paths::asciiLower(*scanArea) : *scanArea) + "…";
 }
 

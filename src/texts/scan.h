@@ -31,7 +31,8 @@ std::string scannedText(const std::optional<TimePoint>& lastScannedAt, TimePoint
 // Under a page's title: while a scan runs, the area it measures ("Looking through Chrome…",
 // "Starting…"); else scannedText.
 std::string headerLine(const std::optional<std::string>& scanArea,
-                       const std::optional<TimePoint>& lastScannedAt, TimePoint now);
+                       const std::optional<TimePoint>& lastScannedAt, TimePoint now,
+                       const Wording& wording);
 // "This Mac", "This computer": the volume until the system names it.
 std::string volumeName(const Wording& wording);
 // Recovery of the log failed at start.

@@ -134,9 +134,10 @@ TEST(Texts, CountsSizesAndTheQuestion) {
   EXPECT_EQ(cleared::statusText(ClearedLog::Status::shared, ""), "Shared in place");
   EXPECT_EQ(apps::lastUsedLine(""), "Last used —");
   TimePoint now = Clock::now();
-  EXPECT_EQ(scan::headerLine(std::string("Chrome"), std::nullopt, now), "Looking through Chrome…");
-  EXPECT_EQ(scan::headerLine(std::string("Starting…"), std::nullopt, now), "Starting…");
-  EXPECT_EQ(scan::headerLine(std::nullopt, std::nullopt, now), "Not scanned yet");
+  const Wording macWords = Wording::of(Locations::macos("/", "/Users/ann"));
+  EXPECT_EQ(scan::headerLine(std::string("Chrome"), std::nullopt, now, macWords), "Looking through Chrome…");
+  EXPECT_EQ(scan::headerLine(std::string("Starting…"), std::nullopt, now, macWords), "Starting…");
+  EXPECT_EQ(scan::headerLine(std::nullopt, std::nullopt, now, macWords), "Not scanned yet");
   Locations mac = Locations::macos("/", "/Users/ann");
   EXPECT_EQ(apps::itemName("/Users/ann/Library/Caches/com.example.foo", mac),
             "Caches/com.example.foo");
@@ -249,8 +250,13 @@ TEST(Texts, ALinuxHomeNamesTheFileManagersEmptyTrashAndItsOwnScanAreas) {
                                             "Chrome and Chromium | Measuring Chrome and Chromium.",
                                             "large files | Measuring large files.",
                                             "Flatpak leftovers | Measuring Flatpak leftovers."}));
-  EXPECT_EQ(scan::headerLine(scan::areas(linux)[0], std::nullopt, Clock::now()),
+  EXPECT_EQ(scan::headerLine(scan::areas(linux)[0], std::nullopt, Clock::now(), linux),
             "Looking through caches in ~/.cache…");
+  // Mid-sentence the Mac's list areas are common nouns; a Linux area is said as written.
+  EXPECT_EQ(scan::headerLine(std::string("Leftovers"), std::nullopt, Clock::now(), mac),
+            "Looking through leftovers…");
+  EXPECT_EQ(scan::headerLine(scan::areas(linux)[4], std::nullopt, Clock::now(), linux),
+            "Looking through Flatpak leftovers…");
   // A cache folder of its own (XDG_CACHE_HOME) is named where it is.
   Locations moved_cache = Locations::linux("/", "/home/ann");
   moved_cache.cacheHome = "/home/ann/.local/cache";

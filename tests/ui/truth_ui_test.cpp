@@ -329,7 +329,8 @@ TEST_F(TruthUiTest, TheFirstScanShowsPlaceholdersNotFigures) {
 
   // Mid-sentence, an area is spoken of in lower case.
   EXPECT_EQ(QString::fromStdString(
-                texts::scan::headerLine(std::string("Leftovers"), std::nullopt, Clock::now())),
+                texts::scan::headerLine(std::string("Leftovers"), std::nullopt, Clock::now(),
+                                        texts::Wording::of(Locations::macos("/", "/Users/ann")))),
             "Looking through leftovers…");
 
   // The Uninstaller lists the apps on its first visit.

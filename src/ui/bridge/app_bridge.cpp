@@ -120,7 +120,7 @@ QString AppBridge::scanStatus() const {
   // The area only while the scan runs: a move during a scan keeps it.
   std::optional<std::string> area = scanning() ? model_->scanArea() : std::nullopt;
   return QString::fromStdString(
-      texts::scan::headerLine(area, model_->lastScannedAt(), Clock::now()));
+      texts::scan::headerLine(area, model_->lastScannedAt(), Clock::now(), model_->wording()));
 }
 
 QString AppBridge::message() const {

@@ -29,8 +29,7 @@ if [ ! -d "$home" ]; then
 fi
 if [ ! -d "$small" ]; then
   # 12 folders of 20 folders of 20 files (and a folder in each): about 5,300 entries within
-  # three levels, and a little
-  # below them for the walks that go deeper.
+  # three levels, and a little below them for the walks that go deeper.
   python3 - "$small" <<'PY'
 import os, sys
 root = sys.argv[1]

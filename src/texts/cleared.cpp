@@ -107,7 +107,10 @@ std::string putBackAll(const ClearedLog::PutBackAllOutcome& outcome) {
     while (!reason.empty() && reason.back() == '.')
       reason.remove_suffix(1);
     if (i > 0) text += "; ";
-    text += outcome.stayed[i].entry.name + ": " + std::string(reason);
+    // A refusal names its item already; a reason that does not is given its name.
+    const std::string& name = outcome.stayed[i].entry.name;
+    if (!reason.starts_with(name)) text += name + ": ";
+    text += std::string(reason);
   }
   return text + ".";
 }

@@ -72,7 +72,7 @@ TEST_F(RestoredTest, AnItemAnotherProgramPutBackIsPutBackAndAlreadyInPlace) {
   EXPECT_EQ(status(e, places), Status::putBack);
   EXPECT_EQ(texts::cleared::statusText(status(e, places), ""), "Already put back");
   EXPECT_EQ(putBackRefusal(e, Kind::alreadyInPlace),
-            "This item is already back in its original location.");
+            "pip is already back in its original location.");
 
   // The log says nothing of another program's Restore: it is read from the item each time.
   EXPECT_FALSE(load(places).front().putBackAt);
@@ -93,7 +93,7 @@ TEST_F(RestoredTest, AnItemAnotherProgramPutBackIsPutBackAndAlreadyInPlace) {
   tree.cache("pip", 8192);
   EXPECT_EQ(status(e, places), Status::trashEmptied);
   EXPECT_EQ(putBackRefusal(e, Kind::notInTrash),
-            "This item is no longer in the Trash (it may have been emptied).");
+            "pip is no longer in the Trash (it may have been emptied).");
 }
 
 TEST_F(RestoredTest, TheMarkIsAKeyEveryReaderOfTheLogPassesOver) {

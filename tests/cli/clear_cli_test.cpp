@@ -156,8 +156,8 @@ TEST_F(ClearCli, PutBackOfAWholeClearRefusesOnlyTheItemWhosePlaceIsTaken) {
   auto back = run("put-back", {"--last"});
   EXPECT_EQ(back.status, 1);
   EXPECT_THAT(back.err, HasSubstr("3 items were put back ("));
-  EXPECT_THAT(back.err, HasSubstr("1 item stayed in the Trash: big: Something "
-                                  "already exists at the original location."));
+  EXPECT_THAT(back.err, HasSubstr("1 item stayed in the Trash: big was not put back: something "
+                                  "already exists at its original location."));
   EXPECT_EQ(test::readFile(cache), "made since");
   std::vector<std::string> now = test::snapshot(mac.home());
   std::vector<std::string> expected;

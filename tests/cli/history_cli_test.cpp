@@ -86,7 +86,7 @@ TEST(HistoryCli, PutBackTakesAnUnambiguousStartOfAnId) {
   EXPECT_EQ(two.status, 2);
   auto one = test::dustwhale({"put-back", "AAAAAAAA-0000-4000-8000-000000000002"});
   EXPECT_EQ(one.status, 1);
-  EXPECT_THAT(one.err, HasSubstr("This item"));
+  EXPECT_THAT(one.err, HasSubstr("two.iso cannot be put back"));
   auto clear = test::dustwhale({"put-back", "--clear", "bbbbbbbb-0000-4000-8000-000000000001"});
   EXPECT_EQ(clear.status, 0);
   EXPECT_EQ(clear.out, "Nothing of this clear is in the Trash.\n");

@@ -66,6 +66,12 @@ TEST(Texts, TheUserFoldersAreNamedAsTheHomeNamesThem) {
   EXPECT_EQ(cleared::putBackAll(all),
             "2 items were put back (3 MB). 1 item stayed in the Trash: photo.jpg: Something "
             "already exists at the original location.");
+  // A refusal that names its item is not named twice.
+  all.stayed = {{photo, "photo.jpg was not put back: something already exists at its original "
+                        "location."}};
+  EXPECT_EQ(cleared::putBackAll(all),
+            "2 items were put back (3 MB). 1 item stayed in the Trash: photo.jpg was not put "
+            "back: something already exists at its original location.");
   // Only whole words, and a folder's name is never named again: a Downloads folder called
   // "Movies" stays "Movies".
   FolderNames odd{"Movies", "Desktop", "Filme", "Music", "Pictures"};

@@ -49,7 +49,7 @@ ApplicationWindow {
         // The Space Map takes the arrows as soon as it is shown, unless the sidebar is being
         // worked by the keyboard (then Tab or Right arrow goes into the page).
         // (Once the page is made: it is made the first time it is shown.)
-        if (page === "spaceMap" && !sidebar.activeFocus) Qt.callLater(window.focusSpaceMap)
+        if (page === "spaceMap" && !sidebar.activeFocus) window.focusSpaceMap()
     }
 
     Binding { target: Theme; property: "compact"; value: window.height < 640 }
@@ -57,8 +57,11 @@ ApplicationWindow {
     Component.onCompleted: Theme.dark = App.startsDark
 
     function showPage(key: string) { page = key }
+    // The Space Map takes the keys; a page not made yet takes them once it is.
+    property bool spaceMapWantsFocus: false
     function focusSpaceMap() {
         if (spaceMapSlot.count > 0) spaceMapSlot.itemAt(0).forceActiveFocus()
+        else spaceMapWantsFocus = true
     }
     function focusSearch() { header.focusSearch() }
     // For the screenshot mode and the tests.
@@ -162,7 +165,7 @@ ApplicationWindow {
             focus: true
             onChosen: (key, byKeys) => {
                 window.page = key
-                if (!byKeys && key === "spaceMap") Qt.callLater(window.focusSpaceMap)
+                if (!byKeys && key === "spaceMap") window.focusSpaceMap()
             }
         }
 
@@ -280,6 +283,10 @@ ApplicationWindow {
                     PageSlot {
                         id: spaceMapSlot
                         key: "spaceMap"
+                        onCountChanged: if (count > 0 && window.spaceMapWantsFocus) {
+                            window.spaceMapWantsFocus = false
+                            itemAt(0).forceActiveFocus()
+                        }
                         SpaceMapPage {
                             objectName: "page.spaceMap"
                             anchors.fill: parent

@@ -5,8 +5,6 @@
 #include <unistd.h>
 
 #include <climits>
-#include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <system_error>
 
@@ -22,15 +20,6 @@
 #include "scanners/leftovers/leftover_scanner.h"
 
 namespace dw::Clearing {
-
-std::int64_t addBytes(std::int64_t a, std::int64_t b) {
-  std::int64_t sum = 0;
-  if (__builtin_add_overflow(a, b, &sum)) {
-    std::fputs("dustwhale: byte count overflow\n", stderr);
-    std::abort();
-  }
-  return sum;
-}
 
 namespace {
 

@@ -12,6 +12,7 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "base/fd.h"
 #include "base/paths.h"
 #include "clearing/cleared_log_parts.h"
 #include "scanners/folder_listing.h"
@@ -64,13 +65,9 @@ int appendRecord(int fd, const std::string& path, std::string_view bytes) {
 #ifdef __linux__
   return platform::sys::appendRecord(fd, path, bytes);
 #else
-  while (!bytes.empty()) {
-    ssize_t n = ::write(fd, bytes.data(), bytes.size());
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return -1;
-    }
-    bytes.remove_prefix(static_cast<size_t>(n));
+  if (int e = writeAll(fd, bytes)) {
+    errno = e;
+    return -1;
   }
   return ::fsync(fd);
 #endif
@@ -78,19 +75,15 @@ int appendRecord(int fd, const std::string& path, std::string_view bytes) {
 
 LogLock::LogLock(const std::string& logFile) {
   std::string path = logFile + ".lock";
-  fd_ = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
-  if (fd_ < 0) throw systemError(errno, "Cannot open " + path);
-  while (::flock(fd_, LOCK_EX) != 0) {
+  fd_.reset(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+  if (!fd_) throw systemError(errno, "Cannot open " + path);
+  while (::flock(fd_.get(), LOCK_EX) != 0) {
     if (errno == EINTR) continue;
-    int error = errno;
-    ::close(fd_);
-    throw systemError(error, "Cannot lock " + path);
+    throw systemError(errno, "Cannot lock " + path);
   }
 }
 
-LogLock::~LogLock() {
-  ::close(fd_);
-}
+LogLock::~LogLock() = default;
 
 // Reads fd to its end into text; 0, or the errno of a read that failed. Closes fd.
 int readToEnd(int fd, std::string& text) {
@@ -122,17 +115,6 @@ bool readWhole(const std::string& path, std::string& text, bool& isFolder) {
   return true;
 }
 
-void writeAll(int fd, std::string_view rest, int& error) {
-  while (!rest.empty() && error == 0) {
-    ssize_t n = ::write(fd, rest.data(), rest.size());
-    if (n < 0) {
-      if (errno != EINTR) error = errno;
-      continue;
-    }
-    rest.remove_prefix(static_cast<size_t>(n));
-  }
-}
-
 // Keeps the bytes of a log that did not read as a whole beside it, under a name never used
 // before, before anything replaces it. (A log whose unreadable records are JSON needs no copy:
 // they are written back byte for byte.)
@@ -140,13 +122,12 @@ void keepDamaged(const std::string& logFile, const std::string& bytes) {
   const std::string base = logFile + ".damaged-" + utcStamp();
   for (int n = 1; n < 1000; ++n) {
     std::string path = n == 1 ? base : base + "-" + std::to_string(n);
-    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-    if (fd < 0 && errno == EEXIST) continue;
-    if (fd < 0) throw systemError(errno, "Cannot keep the damaged log as " + path);
-    int error = 0;
-    writeAll(fd, bytes, error);
-    if (error == 0 && ::fsync(fd) != 0) error = errno;
-    ::close(fd);
+    UniqueFd fd(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!fd && errno == EEXIST) continue;
+    if (!fd) throw systemError(errno, "Cannot keep the damaged log as " + path);
+    int error = writeAll(fd.get(), bytes);
+    if (error == 0 && ::fsync(fd.get()) != 0) error = errno;
+    fd.close();
     if (error != 0) throw systemError(error, "Cannot keep the damaged log as " + path);
     syncFolder(std::string(paths::parent(logFile)));
     return;
@@ -184,14 +165,13 @@ void writeLog(const std::string& logFile, const LogFile& old, const std::string&
       paths::join(folder, "." + std::string(paths::lastComponent(logFile)) + ".XXXXXX");
   std::vector<char> name(pattern.begin(), pattern.end());
   name.push_back('\0');
-  int fd = ::mkostemp(name.data(), O_CLOEXEC);
-  if (fd < 0) throw systemError(errno, "Cannot write " + logFile);
+  UniqueFd fd(::mkostemp(name.data(), O_CLOEXEC));
+  if (!fd) throw systemError(errno, "Cannot write " + logFile);
   const std::string temporary = name.data();
 
-  int error = 0;
-  writeAll(fd, text, error);
-  if (error == 0 && ::fsync(fd) != 0) error = errno;
-  if (::close(fd) != 0 && error == 0) error = errno;
+  int error = writeAll(fd.get(), text);
+  if (error == 0 && ::fsync(fd.get()) != 0) error = errno;
+  if (int closed = fd.close(); closed != 0 && error == 0) error = closed;
   if (error == 0) error = beforeReplacingLog(logFile);
   // Replacing cleared.json is intended: it is this program's own file, never a user's.
   if (error == 0 && ::rename(temporary.c_str(), logFile.c_str()) != 0) error = errno;

@@ -122,24 +122,21 @@ struct Journal::State {
   Locations places;
   LogLock lock;
   std::string path;
-  int fd = -1;
+  UniqueFd fd;
   explicit State(const Locations& p) : places(p), lock((makeFolder(p), p.logFile)) {}
-  ~State() {
-    if (fd >= 0) ::close(fd);
-  }
 };
 
 Journal::Journal(const Locations& places) : state_(std::make_unique<State>(places)) {
   State& s = *state_;
   s.path = journalFile(places);
-  s.fd =
-      ::open(s.path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-  if (s.fd >= 0) {
+  s.fd.reset(
+      ::open(s.path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+  if (s.fd) {
     syncFolder(folderOf(places));  // a new journal's name is on disk before its records count
   } else if (errno == EEXIST) {
-    s.fd = ::open(s.path.c_str(), O_RDWR | O_APPEND | O_NOFOLLOW | O_CLOEXEC);
+    s.fd.reset(::open(s.path.c_str(), O_RDWR | O_APPEND | O_NOFOLLOW | O_CLOEXEC));
   }
-  if (s.fd < 0) throw systemError(errno, "Cannot open " + s.path);
+  if (!s.fd) throw systemError(errno, "Cannot open " + s.path);
 }
 
 Journal::~Journal() = default;
@@ -169,21 +166,21 @@ int Journal::intendMove(const Entry& planned) {
   if (!isUuid(planned.id) || !isUuid(planned.sessionID)) return EINVAL;
   json::Value v = opRecord("move", planned.id);
   v.set("entry", toJson(planned));
-  return writeRecord(state_->fd, state_->path, v);
+  return writeRecord(state_->fd.get(), state_->path, v);
 }
 
 int Journal::recordMove(const std::string& id, bool moved) {
-  return writeRecord(state_->fd, state_->path, opRecord(moved ? "moved" : "stayed", id));
+  return writeRecord(state_->fd.get(), state_->path, opRecord(moved ? "moved" : "stayed", id));
 }
 
 int Journal::intendPutBack(const std::string& id, TimePoint at) {
   json::Value v = opRecord("putBack", id);
   v.set("at", timefmt::referenceSeconds(at));
-  return writeRecord(state_->fd, state_->path, v);
+  return writeRecord(state_->fd.get(), state_->path, v);
 }
 
 int Journal::recordPutBack(const std::string& id, bool done) {
-  return writeRecord(state_->fd, state_->path,
+  return writeRecord(state_->fd.get(), state_->path,
                      opRecord(done ? "putBackDone" : "putBackFailed", id));
 }
 

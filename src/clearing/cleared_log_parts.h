@@ -10,6 +10,7 @@
 #include <system_error>
 #include <vector>
 
+#include "base/fd.h"
 #include "base/json.h"
 #include "clearing/cleared_log.h"
 
@@ -80,7 +81,7 @@ class LogLock {
   LogLock& operator=(const LogLock&) = delete;
 
  private:
-  int fd_ = -1;
+  UniqueFd fd_;
 };
 
 // --- The journal (cleared_log_journal.cpp) ------------------------------------------------------

@@ -15,10 +15,8 @@
 #include "base/fd.h"
 #include "base/paths.h"
 #include "clearing/cleared_log_parts.h"
+#include "platform/log_files.h"
 #include "scanners/folder_listing.h"
-#ifdef __linux__
-#include "platform/linux/syscalls.h"
-#endif
 
 namespace dw::ClearedLog {
 
@@ -46,31 +44,6 @@ void syncFolder(const std::string& folder) {
     ::fsync(dir);
     ::close(dir);
   }
-}
-
-namespace {
-
-// The replacing of the log, behind the seam where tests can fail it or end the process there.
-int beforeReplacingLog([[maybe_unused]] const std::string& path) {
-#ifdef __linux__
-  return platform::sys::checkpoint(platform::sys::Step::replaceLog, path);
-#else
-  return 0;
-#endif
-}
-
-}  // namespace
-
-int appendRecord(int fd, const std::string& path, std::string_view bytes) {
-#ifdef __linux__
-  return platform::sys::appendRecord(fd, path, bytes);
-#else
-  if (int e = writeAll(fd, bytes)) {
-    errno = e;
-    return -1;
-  }
-  return ::fsync(fd);
-#endif
 }
 
 LogLock::LogLock(const std::string& logFile) {
@@ -172,7 +145,7 @@ void writeLog(const std::string& logFile, const LogFile& old, const std::string&
   int error = writeAll(fd.get(), text);
   if (error == 0 && ::fsync(fd.get()) != 0) error = errno;
   if (int closed = fd.close(); closed != 0 && error == 0) error = closed;
-  if (error == 0) error = beforeReplacingLog(logFile);
+  if (error == 0) error = platform::logfiles::beforeReplacingLog(logFile);
   // Replacing cleared.json is intended: it is this program's own file, never a user's.
   if (error == 0 && ::rename(temporary.c_str(), logFile.c_str()) != 0) error = errno;
   if (error != 0) {

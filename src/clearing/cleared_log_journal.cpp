@@ -9,6 +9,7 @@
 #include "base/paths.h"
 #include "base/time.h"
 #include "clearing/cleared_log_parts.h"
+#include "platform/log_files.h"
 
 namespace dw::ClearedLog {
 
@@ -151,7 +152,7 @@ int writeRecord(int fd, const std::string& path, const json::Value& record) {
     last = '\n';
   }
   if (last != '\n') line.insert(line.begin(), '\n');
-  return appendRecord(fd, path, line) == 0 ? 0 : errno;
+  return platform::logfiles::appendRecord(fd, path, line) == 0 ? 0 : errno;
 }
 
 json::Value opRecord(std::string_view op, const std::string& id) {

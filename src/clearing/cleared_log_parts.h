@@ -59,7 +59,6 @@ std::string folderOf(const Locations& places);
 std::string journalFile(const Locations& places);
 void makeFolder(const Locations& places);
 void syncFolder(const std::string& folder);
-int appendRecord(int fd, const std::string& path, std::string_view bytes);
 // Reads fd to its end into text; 0, or the errno of a read that failed. Closes fd.
 int readToEnd(int fd, std::string& text);
 LogFile readLog(const std::string& logFile);

@@ -10,11 +10,9 @@
 
 #include "base/paths.h"
 #include "clearing/cleared_log_parts.h"
+#include "platform/log_files.h"
 #include "platform/ownership.h"
 #include "platform/trash.h"
-#ifdef __linux__
-#include "platform/linux/syscalls.h"
-#endif
 
 namespace dw::ClearedLog {
 
@@ -127,18 +125,10 @@ void keepAside(const std::string& path, std::string_view prefix) {
   int error = EEXIST;
   for (int n = 1; n < 1000 && error == EEXIST; ++n) {
     std::string name = n == 1 ? base : base + "-" + std::to_string(n);
-#ifdef __linux__
-    error = platform::sys::renameNoReplace(dir, std::string(paths::lastComponent(path)), dir, name,
-                                           path) == 0
+    error = platform::logfiles::renameNoReplace(dir, std::string(paths::lastComponent(path)), name,
+                                                path) == 0
                 ? 0
                 : errno;
-#else
-    struct stat s {};
-    error = ::fstatat(dir, name.c_str(), &s, AT_SYMLINK_NOFOLLOW) == 0 ? EEXIST : 0;
-    if (error == 0 &&
-        ::renameat(dir, std::string(paths::lastComponent(path)).c_str(), dir, name.c_str()) != 0)
-      error = errno;
-#endif
   }
   if (error == 0) ::fsync(dir);
   ::close(dir);

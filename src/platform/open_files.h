@@ -3,6 +3,7 @@
 // cache a program is using right now is listed without being chosen for it.
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace dw::platform {
@@ -20,6 +21,19 @@ struct HeldFile {
 // of folders; a process that ends or cannot be read meanwhile is passed over. Empty where the
 // system offers no such listing.
 std::vector<HeldFile> filesHeldOpen(const std::vector<std::string>& folders);
+
+// The folders a search for held files looks in, each with its links resolved once, as the kernel
+// names the files a process holds.
+class HeldFolders {
+ public:
+  explicit HeldFolders(const std::vector<std::string>& folders);
+  bool empty() const { return roots_.empty(); }
+  // Whether path lies strictly inside one of them.
+  bool contains(std::string_view path) const;
+
+ private:
+  std::vector<std::string> roots_;
+};
 
 // The name shown for a process: a known application's name for its executable ("firefox-esr"
 // is "Firefox"), else the process's own name (comm), else its executable's file name.

@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "app_window.h"
+#include "platform/updates.h"
 #include "screenshot.h"
 
 #include <QtQml/qqmlextensionplugin.h>
@@ -26,6 +27,8 @@ int main(int argc, char** argv) {
   QGuiApplication::setDesktopFileName(
       QString::fromUtf8(dw::kBundleID.data(), static_cast<qsizetype>(dw::kBundleID.size())));
   QGuiApplication::setWindowIcon(dw::ui::windowIcon());
+  // The updater starts with the app when it carries one and its feed is configured.
+  dw::platform::startUpdater(dw::platform::mainBundleInfo());
 
   QCommandLineParser parser;
   parser.setApplicationDescription("Gets disk space back, safely: everything goes to the Trash.");

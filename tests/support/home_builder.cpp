@@ -4,7 +4,9 @@
 #include <grp.h>
 #include <plist/plist.h>
 #include <signal.h>
+#ifdef __linux__
 #include <sys/prctl.h>
+#endif
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -258,7 +260,9 @@ RunningProgram::RunningProgram(const std::string& name, const std::string& holdO
   if (pid_ == 0) {
     // Ends with the test process, so that an interrupted run leaves no stray "chrome" that
     // another run would see.
+#ifdef __linux__
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+#endif
     if (::getppid() != parent) ::_exit(1);
     // Opened without O_CLOEXEC, so the program holds it open as long as it runs.
     if (!holdOpen.empty() && ::open(holdOpen.c_str(), O_RDONLY) < 0) ::_exit(126);

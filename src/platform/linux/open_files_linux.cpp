@@ -6,7 +6,6 @@
 #include <string_view>
 #include <utility>
 
-#include "base/paths.h"
 #include "platform/known_programs.h"
 #include "platform/open_files.h"
 
@@ -29,25 +28,10 @@ std::string linkTarget(const std::string& path) {
 
 }  // namespace
 
-std::string programName(const std::string& comm, const std::string& executable) {
-  if (const KnownProgram* known = knownProgramOf(comm, executable)) return std::string(known->name);
-  if (!comm.empty()) return comm;
-  return std::string(paths::lastComponent(executableOf(executable)));
-}
-
 std::vector<HeldFile> filesHeldOpen(const std::vector<std::string>& folders) {
-  std::vector<std::string> roots;
-  for (const std::string& folder : folders) {
-    if (!folder.empty()) roots.push_back(paths::resolveSymlinks(folder));
-  }
+  const HeldFolders searched(folders);
   std::vector<HeldFile> held;
-  if (roots.empty()) return held;
-  auto inside = [&](std::string_view path) {
-    for (const std::string& root : roots) {
-      if (paths::isStrictlyWithin(path, root)) return true;
-    }
-    return false;
-  };
+  if (searched.empty()) return held;
 
   DIR* proc = ::opendir("/proc");
   if (!proc) return held;
@@ -66,7 +50,7 @@ std::vector<HeldFile> filesHeldOpen(const std::vector<std::string>& folders) {
     while (dirent* fd = ::readdir(fds)) {
       if (fd->d_name[0] == '.') continue;
       std::string target = linkTarget(pidFolder + "/fd/" + fd->d_name);
-      if (target.empty() || target.front() != '/' || !inside(target)) continue;
+      if (target.empty() || target.front() != '/' || !searched.contains(target)) continue;
       if (program.empty()) {
         program = programName(readLine(pidFolder + "/comm"), linkTarget(pidFolder + "/exe"));
         if (program.empty()) program = std::string(name);

@@ -1,25 +1,37 @@
+// The desktop around the program on a Mac: the shared workspace opens links (System Settings
+// panes included) and shows items in the Finder.
+
 #import <AppKit/AppKit.h>
 
 #include "platform/desktop.h"
+#include "platform/macos/cocoa_text.h"
 
 namespace dw::platform {
 
 bool openUrl(const std::string& url) {
-  NSURL* link = [NSURL URLWithString:[NSString stringWithUTF8String:url.c_str()]];
-  // A text that is no URL is skipped.
-  if (!link) return false;
-  return [[NSWorkspace sharedWorkspace] openURL:link];
+  @autoreleasepool {
+    NSString* text = cocoa::text(url);
+    NSURL* link = text ? [NSURL URLWithString:text] : nil;
+    // A text that is no URL is skipped.
+    if (!link) return false;
+    return [[NSWorkspace sharedWorkspace] openURL:link];
+  }
 }
 
 bool revealInFileManager(const std::string& path) {
-  NSURL* item = [NSURL fileURLWithPath:[NSString stringWithUTF8String:path.c_str()]];
-  [[NSWorkspace sharedWorkspace] activateFileViewerSelectingURLs:@[ item ]];
-  return true;
+  @autoreleasepool {
+    NSURL* item = cocoa::fileURL(path);
+    if (!item) return false;
+    [[NSWorkspace sharedWorkspace] activateFileViewerSelectingURLs:@[ item ]];
+    return true;
+  }
 }
 
 bool openTrashFolder(const std::string& home) {
-  NSString* trash = [NSString stringWithUTF8String:(home + "/.Trash").c_str()];
-  return [[NSWorkspace sharedWorkspace] openURL:[NSURL fileURLWithPath:trash]];
+  @autoreleasepool {
+    NSURL* trash = cocoa::fileURL(home + "/.Trash");
+    return trash && [[NSWorkspace sharedWorkspace] openURL:trash];
+  }
 }
 
 std::string_view revealActionTitle() {

@@ -10,32 +10,25 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "base/paths.h"
+#include "platform/macos/cocoa_text.h"
 #include "platform/ownership.h"
 
 namespace dw::platform {
 
 namespace {
 
-NSURL* fileURL(const std::string& path) {
-  NSString* text = [[NSFileManager defaultManager] stringWithFileSystemRepresentation:path.c_str()
-                                                                               length:path.size()];
-  return [NSURL fileURLWithPath:text];
-}
-
 std::string describe(NSError* error) {
   NSString* text = error.localizedDescription ?: @"The item could not be moved.";
   return std::string(text.UTF8String ?: "The item could not be moved.");
 }
-
-}  // namespace
-
-namespace {
 
 // The checks a move makes before the system's service takes the item: the parent opened once
 // and the item read on that descriptor (its identity, its owner, the caller's checks). The
@@ -99,16 +92,16 @@ TrashMove moveToTrash(const std::string& path, const MoveChecks& checks,
     }
     NSURL* resulting = nil;
     NSError* error = nil;
-    BOOL moved = [[NSFileManager defaultManager] trashItemAtURL:fileURL(path)
+    BOOL moved = [[NSFileManager defaultManager] trashItemAtURL:cocoa::fileURL(path)
                                                resultingItemURL:&resulting
                                                           error:&error];
     if (!moved || resulting == nil) {
-      bool denied =
+      bool noPermission =
           [error.domain isEqualToString:NSCocoaErrorDomain] &&
           (error.code == NSFileWriteNoPermissionError || error.code == NSFileReadNoPermissionError);
-      return TrashMove{{}, describe(error), denied};
+      return TrashMove{{}, describe(error), noPermission};
     }
-    return TrashMove{resulting.path.fileSystemRepresentation, {}};
+    return TrashMove{cocoa::pathOf(resulting), {}};
   }
 }
 
@@ -138,23 +131,78 @@ bool trashItemMatches(const std::string& trashPath, const std::string&) {
   return ::lstat(trashPath.c_str(), &s) == 0;
 }
 
-std::string moveOutOfTrash(const std::string& trashPath, const Placement& original) {
-  const std::string originalPath = original.folder + "/" + original.relative;
-  @autoreleasepool {
-    NSError* error = nil;
-    // Fails when anything exists at the destination; nothing is replaced.
-    BOOL moved = [[NSFileManager defaultManager] moveItemAtURL:fileURL(trashPath)
-                                                         toURL:fileURL(originalPath)
-                                                         error:&error];
-    return moved ? std::string() : describe(error);
+namespace {
+
+// The folder that holds a placed item, reached from the placement's folder one component at a
+// time without following a link, each made where missing when make is set. -1 with errno set
+// when it cannot be: a link slipped into the path since the move makes this fail rather than
+// send the item elsewhere.
+int openAbove(const Placement& original, bool make) {
+  int at = ::open(original.folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (at < 0) return -1;
+  std::vector<std::string_view> parts = paths::split(original.relative, '/');
+  std::erase_if(parts, [](std::string_view part) { return part.empty() || part == "."; });
+  if (!parts.empty()) parts.pop_back();  // the item itself
+  for (std::string_view part : parts) {
+    const std::string name(part);
+    if (name == ".." || (make && ::mkdirat(at, name.c_str(), 0777) != 0 && errno != EEXIST)) {
+      int error = name == ".." ? EINVAL : errno;
+      ::close(at);
+      errno = error;
+      return -1;
+    }
+    int next = ::openat(at, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    int error = errno;
+    ::close(at);
+    if (next < 0) {
+      errno = error == ELOOP ? ENOTDIR : error;
+      return -1;
+    }
+    at = next;
   }
+  return at;
+}
+
+// Moves the item at from to name in the open folder, never replacing anything: renameatx_np
+// with RENAME_EXCL. Where the volume lacks that flag a file is given its new name as a second
+// link (which fails on any existing name) and its Trash name is then taken away only when both
+// names are the same file; a folder stays in the Trash.
+int moveNoReplace(const std::string& from, int folder, const std::string& name) {
+  if (::renameatx_np(AT_FDCWD, from.c_str(), folder, name.c_str(), RENAME_EXCL) == 0) return 0;
+  if (errno != ENOTSUP) return errno;
+  struct stat item {};
+  if (::lstat(from.c_str(), &item) != 0) return errno;
+  if (!S_ISREG(item.st_mode)) return ENOTSUP;
+  if (::linkat(AT_FDCWD, from.c_str(), folder, name.c_str(), 0) != 0) return errno;
+  struct stat back {};
+  struct stat left {};
+  if (::fstatat(folder, name.c_str(), &back, AT_SYMLINK_NOFOLLOW) != 0 ||
+      ::lstat(from.c_str(), &left) != 0 || back.st_dev != left.st_dev ||
+      back.st_ino != left.st_ino) {
+    return EAGAIN;  // both names stay: nothing is lost
+  }
+  // The Trash name of the very file now back at its place (same device and inode): the item
+  // stays whole under its original name.
+  return ::unlink(from.c_str()) == 0 ? 0 : errno;
+}
+
+}  // namespace
+
+std::string moveOutOfTrash(const std::string& trashPath, const Placement& original) {
+  const std::string back(paths::lastComponent(original.relative));
+  if (back.empty() || back == "." || back == ".." || back == "/") return std::strerror(EINVAL);
+  int folder = openAbove(original, true);
+  if (folder < 0) return std::strerror(errno);
+  int error = moveNoReplace(trashPath, folder, back);
+  ::close(folder);
+  return error == 0 ? std::string() : std::strerror(error);
 }
 
 int makeFolders(const Placement& original) {
-  std::error_code ec;
-  std::filesystem::create_directories(
-      (std::filesystem::path(original.folder) / original.relative).parent_path(), ec);
-  return ec ? ec.value() : 0;
+  int folder = openAbove(original, true);
+  if (folder < 0) return errno;
+  ::close(folder);
+  return 0;
 }
 
 bool dropStaleRecord(const std::string&, const std::string&, TimePoint) {

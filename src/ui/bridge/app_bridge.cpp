@@ -8,7 +8,9 @@
 #include "bridge/date_text.h"
 #include "clearing/cleared_groups.h"
 #include "findings/size_text.h"
+#include "platform/bundle_info.h"
 #include "platform/desktop.h"
+#include "platform/updates.h"
 #include "texts/cleared.h"
 #include "texts/scan.h"
 
@@ -139,8 +141,16 @@ QString AppBridge::revealTitle() const {
 }
 
 QString AppBridge::versionLine() const {
-  // "Dustwhale <version> (<build>)"; this build carries no build number, shown as "—".
-  return QStringLiteral("Dustwhale " DUSTWHALE_VERSION " (—)");
+  // "Dustwhale <version> (<build>)"; a Linux build carries no build number, shown as "—".
+  return QString::fromStdString(platform::versionLine(platform::mainBundleInfo()));
+}
+
+bool AppBridge::updatesConfigured() const {
+  return platform::updaterRunning();
+}
+
+void AppBridge::checkForUpdates() {
+  platform::checkForUpdates();
 }
 
 void AppBridge::showUnreadNoticePicture(std::optional<QString> notice) {

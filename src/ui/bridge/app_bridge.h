@@ -87,7 +87,8 @@ class AppBridge : public QObject {
   bool showFullDiskAccessPrompt() const { return model_->showFullDiskAccessPrompt(); }
   bool onboardingPresented() const { return gate_.presented(); }
   QString revealTitle() const;
-  bool updatesConfigured() const { return false; }
+  // Whether an updater runs ("Check for Updates…" is available): never on Linux.
+  bool updatesConfigured() const;
   QString versionLine() const;
   int clearedCount() const { return static_cast<int>(model_->clearedEntries().size()); }
   // One map per clear: dateText, header, entries (name, from, sizeText, statusText, canPutBack,
@@ -120,6 +121,8 @@ class AppBridge : public QObject {
   Q_INVOKABLE void presentOnboarding();
   Q_INVOKABLE void openUrl(const QString& url);
   Q_INVOKABLE void openTrash();
+  // The user's own check for updates; nothing where no updater runs.
+  Q_INVOKABLE void checkForUpdates();
   // Put Back of the log entry with this id; the outcome goes to the status line.
   Q_INVOKABLE void putBack(const QString& id);
 

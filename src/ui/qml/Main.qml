@@ -87,6 +87,7 @@ ApplicationWindow {
                 id: updatesItem
                 objectName: "menu.updates"
                 text: "Check for Updates…"
+                onTriggered: if (available) App.checkForUpdates()
                 // Unavailable while no update feed is configured (never, on Linux). A disabled
                 // item takes no pointer, so its reason could never show: this one stays enabled,
                 // is drawn and announced as unavailable, and a hover area over it swallows the

@@ -32,6 +32,10 @@ struct FileIdentity {
   auto operator<=>(const FileIdentity&) const = default;
 };
 
+// Adds byte counts, which cannot overflow in practice: an overflow is a programming error and
+// ends the program rather than showing a wrong amount.
+std::int64_t addBytes(std::int64_t a, std::int64_t b);
+
 // The identity a stat structure (struct stat, an fts entry's) gives.
 template <class Stat>
 FileIdentity identityOf(const Stat& s) {

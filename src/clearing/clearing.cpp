@@ -5,11 +5,10 @@
 #include <unistd.h>
 
 #include <climits>
-#include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <system_error>
 
+#include "base/fd.h"
 #include "base/paths.h"
 #include "base/uuid.h"
 #include "measure/disk_sizer.h"
@@ -22,15 +21,6 @@
 #include "scanners/leftovers/leftover_scanner.h"
 
 namespace dw::Clearing {
-
-std::int64_t addBytes(std::int64_t a, std::int64_t b) {
-  std::int64_t sum = 0;
-  if (__builtin_add_overflow(a, b, &sum)) {
-    std::fputs("dustwhale: byte count overflow\n", stderr);
-    std::abort();
-  }
-  return sum;
-}
 
 namespace {
 
@@ -191,14 +181,6 @@ std::optional<Measured> measureForMove(const std::string& path) {
 
 namespace {
 
-// An open file, closed with the object.
-struct OpenFile {
-  int fd = -1;
-  ~OpenFile() {
-    if (fd >= 0) ::close(fd);
-  }
-};
-
 // The kept copies this clear has read in full, with what their stat said then: a file whose
 // identity, size, modification and change times are the same since holds the same bytes (any
 // write changes the change time, which no user can set).
@@ -219,15 +201,16 @@ using KeptReads = std::map<std::string, KeptRead>;
 // the group's content. Throws Cancelled and std::system_error (a read that failed).
 bool keptCopyHolds(const DuplicateCopy& copy, FileIdentity moving, std::stop_token stop,
                    KeptReads& read) {
-  OpenFile kept{::open(copy.keptPath.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK)};
+  UniqueFd kept{::open(copy.keptPath.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK)};
   struct stat s {};
-  if (kept.fd < 0 || ::fstat(kept.fd, &s) != 0 || !S_ISREG(s.st_mode) || s.st_size != copy.bytes)
+  if (kept.get() < 0 || ::fstat(kept.get(), &s) != 0 || !S_ISREG(s.st_mode) ||
+      s.st_size != copy.bytes)
     return false;
   if (identityOf(s) == moving) return false;  // one file under two names: no copy at all
   if (copy.keptIdentity.known() && identityOf(s) != copy.keptIdentity) return false;
   auto known = read.find(copy.keptPath);
   if (known != read.end() && known->second.sameAs(s)) return true;
-  if (DuplicateScanner::fullDigest(kept.fd, stop) != copy.hashHex) return false;
+  if (DuplicateScanner::fullDigest(kept.get(), stop) != copy.hashHex) return false;
   read[copy.keptPath] = {identityOf(s), s.st_size, s.st_mtim, s.st_ctim};
   return true;
 }
@@ -237,12 +220,12 @@ bool keptCopyHolds(const DuplicateCopy& copy, FileIdentity moving, std::stop_tok
 bool copyHolds(const DuplicateCopy& copy, const platform::ItemAt& item, std::stop_token stop,
                KeptReads& read) {
   if (!S_ISREG(item.stat.st_mode) || item.stat.st_size != copy.bytes) return false;
-  OpenFile file{
+  UniqueFd file{
       ::openat(item.folder, item.name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK)};
   struct stat s {};
-  if (file.fd < 0 || ::fstat(file.fd, &s) != 0 || identityOf(s) != identityOf(item.stat))
+  if (file.get() < 0 || ::fstat(file.get(), &s) != 0 || identityOf(s) != identityOf(item.stat))
     return false;
-  if (DuplicateScanner::fullDigest(file.fd, stop) != copy.hashHex) return false;
+  if (DuplicateScanner::fullDigest(file.get(), stop) != copy.hashHex) return false;
   return keptCopyHolds(copy, identityOf(item.stat), stop, read);
 }
 

@@ -107,8 +107,5 @@ struct DuplicateCopy {
 Outcome clearDuplicates(const std::vector<DuplicateCopy>& copies, const Locations& places,
                         DuplicateScanner::Scope scope, std::stop_token stop,
                         const std::function<void(const Progress&)>& onProgress = {});
-// Adds byte counts that cannot overflow in practice; an overflow is a programming error and
-// ends the program rather than showing a wrong amount.
-std::int64_t addBytes(std::int64_t a, std::int64_t b);
 
 }  // namespace dw::Clearing

@@ -23,7 +23,7 @@ PutBackAllOutcome putBackAll(const std::vector<Entry>& entries, const Locations&
     if (status != Status::inTrash && status != Status::putBackByHand) continue;
     try {
       outcome.putBack.push_back(putBack(e, places));
-      outcome.bytes = Clearing::addBytes(outcome.bytes, e.bytes);
+      outcome.bytes = addBytes(outcome.bytes, e.bytes);
     } catch (const std::exception& error) {
       outcome.stayed.push_back({e, error.what()});
     }

@@ -167,7 +167,7 @@ Plan plan(const std::vector<Clearing::DuplicateCopy>& copies, const Survey& surv
       p.reason = kAlreadySharing;
     } else {
       p.freeable = mine->second.unshared;
-      out.freeable = Clearing::addBytes(out.freeable, p.freeable);
+      out.freeable = addBytes(out.freeable, p.freeable);
       ++out.sharing;
     }
     out.copies.push_back(std::move(p));
@@ -279,7 +279,7 @@ Outcome share(const std::vector<Clearing::DuplicateCopy>& copies, const Location
         outcome.failures.push_back({name, reasonFor(result)});
       } else {
         outcome.sharedPaths.push_back(copy.path);
-        outcome.predictedBytes = Clearing::addBytes(outcome.predictedBytes, p.freeable);
+        outcome.predictedBytes = addBytes(outcome.predictedBytes, p.freeable);
         sharedOn[mine.fileSystem].push_back({copy.path, p.source});
         if (!result.replacedPath.empty()) {
           // A Mac: the copy's name now holds a clone; the file it replaced goes to the Trash
@@ -307,7 +307,7 @@ Outcome share(const std::vector<Clearing::DuplicateCopy>& copies, const Location
     auto after = share::freeSpace(fileSystems[fs]);
     if (before != freeBefore.end() && after)
       freed = std::max<std::int64_t>(0, *after - before->second);
-    outcome.freedBytes = Clearing::addBytes(outcome.freedBytes, freed);
+    outcome.freedBytes = addBytes(outcome.freedBytes, freed);
     if (!outcome.cloned) outcome.entries.push_back(record(outcome.sessionID, shared, freed));
   }
   return outcome;

@@ -2,9 +2,6 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#ifdef __linux__
-#include <sys/syscall.h>
-#endif
 #include <unistd.h>
 
 #include <atomic>
@@ -18,6 +15,7 @@
 #include <thread>
 
 #include "base/core.h"
+#include "platform/folder_reader.h"
 
 namespace dw::TreeWalker {
 
@@ -33,19 +31,7 @@ bool LinkSet::first(dev_t dev, ino_t ino) {
 namespace {
 
 constexpr int kDirFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-constexpr size_t kListingBuffer = 128 * 1024;
 constexpr std::uint32_t kWorthHandingOver = 8;
-
-// The fixed part of a getdents64 record; the name follows d_type.
-#ifdef __linux__
-struct LinuxDirent64 {
-  ino64_t d_ino;
-  off64_t d_off;
-  unsigned short d_reclen;
-  unsigned char d_type;
-};
-constexpr size_t kNameOffset = offsetof(LinuxDirent64, d_type) + 1;
-#endif
 
 // A directory handed from one thread to another, already open.
 struct Task {
@@ -293,35 +279,9 @@ class Worker final : public Walk {
     ++f.entries;
   }
 
-#ifdef __linux__
   void readListing(Frame& f) {
-    if (!buffer_) buffer_ = std::make_unique<char[]>(kListingBuffer);
-    while (true) {
-      long n = ::syscall(SYS_getdents64, f.fd, buffer_.get(), kListingBuffer);
-      if (n < 0 && errno == EINTR) continue;
-      // An error part-way (a folder removed while it is read) keeps what was read.
-      if (n <= 0) break;
-      for (long at = 0; at < n;) {
-        auto* d = reinterpret_cast<LinuxDirent64*>(buffer_.get() + at);
-        keep(f, buffer_.get() + at + kNameOffset, d->d_type);
-        at += d->d_reclen;
-      }
-    }
+    reader_.read(f.fd, [&f](const char* name, unsigned char type) { keep(f, name, type); });
   }
-#else
-  // Elsewhere through the C library, on a copy of the descriptor that the stream may close.
-  void readListing(Frame& f) {
-    int copy = ::dup(f.fd);
-    DIR* dir = copy >= 0 ? ::fdopendir(copy) : nullptr;
-    if (!dir) {
-      if (copy >= 0) ::close(copy);
-      return;
-    }
-    while (dirent* d = ::readdir(dir))
-      keep(f, d->d_name, d->d_type);
-    ::closedir(dir);
-  }
-#endif
 
   void visitEntry(size_t top, int dfd, unsigned char type, std::string_view name,
                   std::uint32_t index) {
@@ -389,7 +349,7 @@ class Worker final : public Walk {
   std::vector<Frame> frames_;
   unsigned held_ = 0;
   std::uint64_t counter_ = 1;
-  std::unique_ptr<char[]> buffer_;
+  platform::FolderReader reader_;
 
  public:
   std::function<void()> onBigTree;

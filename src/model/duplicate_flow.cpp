@@ -19,7 +19,7 @@ std::int64_t DuplicateFlow::extraCopies() const {
 std::int64_t DuplicateFlow::extraBytes() const {
   std::int64_t total = 0;
   for (const auto& group : groups_)
-    total = Clearing::addBytes(total, DuplicateScanner::wastedBytes(group));
+    total = addBytes(total, DuplicateScanner::wastedBytes(group));
   return total;
 }
 
@@ -36,7 +36,7 @@ std::int64_t DuplicateFlow::selectedBytes() const {
   std::int64_t total = 0;
   for (const auto& group : groups_) {
     for (const auto& file : group.files) {
-      if (selected_.count(file.path)) total = Clearing::addBytes(total, file.bytes);
+      if (selected_.count(file.path)) total = addBytes(total, file.bytes);
     }
   }
   return total;
@@ -209,7 +209,7 @@ MoveRunner::Plan DuplicateFlow::plan() {
                            : texts::duplicates::copyName(*group, copy.path, context_.places.home);
     plan.items.push_back(
         {std::move(name), copy.path, copy.bytes, std::string(texts::kCopyKindWord), copy.keptPath});
-    plan.bytes = Clearing::addBytes(plan.bytes, copy.bytes);
+    plan.bytes = addBytes(plan.bytes, copy.bytes);
   }
   plan.title = texts::confirmTitle(static_cast<std::int64_t>(copies.size()));
   plan.moving = texts::kMovingCopies;

@@ -153,7 +153,7 @@ void MoveRunner::end(Ending ending) {
   setStage(Stage::done);
   progress_.reset();
   context_.notify(ModelField::progress);
-  trashedBytes_ = Clearing::addBytes(trashedBytes_, ending.moves.movedBytes);
+  trashedBytes_ = addBytes(trashedBytes_, ending.moves.movedBytes);
   context_.notify(ModelField::trashedBytesThisSession);
   // Recently Cleared is offered after a move that moved something, never for an older one.
   offerRecentlyCleared_ = !ending.moves.entries.empty();

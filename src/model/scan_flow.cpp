@@ -206,7 +206,7 @@ MoveRunner::Plan ScanFlow::plan(std::optional<Finding::Kind> kind) {
   MoveRunner::Plan plan;
   for (const auto& f : findings) {
     plan.items.push_back({f.name, f.id, f.bytes, texts::kindWord(f.kind), {}});
-    plan.bytes = Clearing::addBytes(plan.bytes, f.bytes);
+    plan.bytes = addBytes(plan.bytes, f.bytes);
   }
   plan.title = texts::confirmTitle(static_cast<std::int64_t>(findings.size()));
   plan.moving = texts::kMovingFindings;

@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <cstdint>
 
+#include "base/fd.h"
+
 namespace dw::platform {
 
 namespace {
@@ -17,11 +19,6 @@ constexpr int kNoAccessTime = O_NOATIME;
 #else
 constexpr int kNoAccessTime = 0;  // the system keeps no access time worth sparing
 #endif
-
-struct Closer {
-  int fd;
-  ~Closer() { ::close(fd); }
-};
 
 // Reads from fd until limit bytes or the end; nullopt on a read error.
 std::optional<std::string> readUpTo(int fd, std::size_t limit) {
@@ -41,7 +38,7 @@ std::optional<std::string> readUpTo(int fd, std::size_t limit) {
 std::optional<std::string> readRegular(const std::string& path, std::size_t limit, bool whole) {
   int fd = openUntouched(path, O_RDONLY | O_NONBLOCK);
   if (fd < 0) return std::nullopt;
-  Closer closer{fd};
+  UniqueFd closer{fd};
   struct stat s {};
   if (::fstat(fd, &s) != 0 || !S_ISREG(s.st_mode)) return std::nullopt;
   if (whole && static_cast<std::uint64_t>(s.st_size) > limit) return std::nullopt;

@@ -77,7 +77,7 @@ std::int64_t bytesInTrash(const std::vector<ClearedLog::Entry>& entries, const L
   std::int64_t bytes = 0;
   for (const auto& e : entries) {
     if (ClearedLog::status(e, places) == ClearedLog::Status::inTrash) {
-      bytes = Clearing::addBytes(bytes, e.bytes);
+      bytes = addBytes(bytes, e.bytes);
     }
   }
   return bytes;

@@ -19,7 +19,7 @@ StorageAmounts storageAmounts(const VolumePicture& volume, const std::vector<Fin
   std::int64_t taken = a.total - a.free - a.held;
   for (const auto& f : findings) {
     if (f.removable && f.kind != Finding::Kind::file)
-      a.ready = Clearing::addBytes(a.ready, f.bytes);
+      a.ready = addBytes(a.ready, f.bytes);
   }
   // A finding measured on another volume cannot make ready larger than what is taken here.
   a.ready = std::clamp<std::int64_t>(a.ready, 0, taken);
@@ -54,7 +54,7 @@ std::vector<Card> cards(const std::vector<Finding>& findings, bool scanning,
   std::int64_t bytes[3] = {0, 0, 0}, count[3] = {0, 0, 0};
   for (const auto& f : findings) {
     auto k = static_cast<size_t>(f.kind);
-    bytes[k] = Clearing::addBytes(bytes[k], f.bytes);
+    bytes[k] = addBytes(bytes[k], f.bytes);
     ++count[k];
   }
   auto of = [&](Finding::Kind kind, std::int64_t* values) {
@@ -103,7 +103,7 @@ std::vector<ReviewPlace> reviewPlaces(const std::vector<Finding>& findings) {
   for (const auto& f : findings) {
     if (!f.removable || f.kind == Finding::Kind::file) continue;
     ReviewPlace& place = out[f.kind == Finding::Kind::cache ? 0 : 1];
-    place.bytes = Clearing::addBytes(place.bytes, f.bytes);
+    place.bytes = addBytes(place.bytes, f.bytes);
   }
   std::erase_if(out, [](const ReviewPlace& p) { return p.bytes <= 0; });
   for (auto& place : out)

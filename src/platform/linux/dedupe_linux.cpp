@@ -21,6 +21,7 @@
 #include <memory>
 #include <vector>
 
+#include "base/fd.h"
 #include "platform/linux/syscalls.h"
 #include "platform/ownership.h"
 #include "platform/share.h"
@@ -28,21 +29,6 @@
 namespace dw::platform::share {
 
 namespace {
-
-class Fd {
- public:
-  explicit Fd(int fd) : fd_(fd) {}
-  ~Fd() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  Fd(const Fd&) = delete;
-  Fd& operator=(const Fd&) = delete;
-  int get() const { return fd_; }
-  bool ok() const { return fd_ >= 0; }
-
- private:
-  int fd_;
-};
 
 // Read-only, never through a link at the last component, never blocking on a FIFO: the
 // dedupe request needs no write access when the file is ours, and reading changes nothing.
@@ -141,10 +127,10 @@ struct Request {
 }  // namespace
 
 std::optional<FileFacts> inspect(const std::string& path, std::string* error) {
-  Fd fd(openFile(path));
+  UniqueFd fd(openFile(path));
   struct stat s {};
   int e = 0;
-  if (!fd.ok() || ::fstat(fd.get(), &s) != 0) {
+  if (!fd.valid() || ::fstat(fd.get(), &s) != 0) {
     e = errno;
   } else if (!S_ISREG(s.st_mode)) {
     e = EINVAL;
@@ -166,9 +152,9 @@ std::optional<FileFacts> inspect(const std::string& path, std::string* error) {
 }
 
 Probe probe(const std::string& path) {
-  Fd fd(openFile(path));
+  UniqueFd fd(openFile(path));
   struct stat s {};
-  if (!fd.ok() || ::fstat(fd.get(), &s) != 0 || !S_ISREG(s.st_mode)) return Probe::unknown;
+  if (!fd.valid() || ::fstat(fd.get(), &s) != 0 || !S_ISREG(s.st_mode)) return Probe::unknown;
   const std::int64_t block = blockSize(fd.get());
   const std::int64_t blocks = std::min<std::int64_t>(s.st_size / block, 64);
   std::vector<char> first(static_cast<size_t>(block)), other(static_cast<size_t>(block));
@@ -195,8 +181,8 @@ Probe probe(const std::string& path) {
 }
 
 std::optional<std::int64_t> freeSpace(const std::string& path) {
-  Fd fd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-  if (!fd.ok()) return std::nullopt;
+  UniqueFd fd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  if (!fd.valid()) return std::nullopt;
   // A commit: Btrfs gives released blocks back to the free space only then.
   ::syncfs(fd.get());
   struct statvfs v {};
@@ -207,10 +193,10 @@ std::optional<std::int64_t> freeSpace(const std::string& path) {
 
 Result shareBlocks(const std::string& keptPath, const FileFacts& kept, const std::string& copyPath,
                    const FileFacts& copy) {
-  Fd keptFd(openFile(keptPath));
-  if (!keptFd.ok()) return errno == ENOENT || errno == ELOOP ? changed() : failed(errno);
-  Fd copyFd(openFile(copyPath));
-  if (!copyFd.ok()) return errno == ENOENT || errno == ELOOP ? changed() : failed(errno);
+  UniqueFd keptFd(openFile(keptPath));
+  if (!keptFd.valid()) return errno == ENOENT || errno == ELOOP ? changed() : failed(errno);
+  UniqueFd copyFd(openFile(copyPath));
+  if (!copyFd.valid()) return errno == ENOENT || errno == ELOOP ? changed() : failed(errno);
   struct stat ks {
   }, cs{};
   if (::fstat(keptFd.get(), &ks) != 0) return failed(errno);

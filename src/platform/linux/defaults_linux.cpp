@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "base/fd.h"
 #include "base/json.h"
 #include "base/paths.h"
 #include "platform/defaults.h"
@@ -49,19 +50,6 @@ bool makeFolders(const std::string& folder) {
   return ::mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST;
 }
 
-bool writeAll(int fd, const std::string& text) {
-  size_t done = 0;
-  while (done < text.size()) {
-    ssize_t n = ::write(fd, text.data() + done, text.size() - done);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    done += static_cast<size_t>(n);
-  }
-  return true;
-}
-
 }  // namespace
 
 UserDefaults::UserDefaults(std::string file) : file_(std::move(file)) {}
@@ -90,7 +78,7 @@ bool UserDefaults::setBool(std::string_view key, bool value) {
   name.push_back('\0');
   int fd = ::mkstemp(name.data());
   if (fd < 0) return false;
-  bool ok = writeAll(fd, text) && ::fsync(fd) == 0;
+  bool ok = writeAll(fd, text) == 0 && ::fsync(fd) == 0;
   ok = ::close(fd) == 0 && ok;
   // The rename replaces only this program's own preferences file, never anything of the
   // user's; readers see the old flags or the new ones, never half a file.

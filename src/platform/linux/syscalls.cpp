@@ -11,6 +11,7 @@
 #include <memory>
 #include <mutex>
 
+#include "base/fd.h"
 #include "base/paths.h"
 
 namespace dw::platform::sys {
@@ -93,28 +94,14 @@ int reserveFileAt(int dirfd, const std::string& name, mode_t mode, const std::st
 
 int writeAndSync(int fd, const std::string& path, std::string_view bytes) {
   if (int e = injected(Step::writeInfo, path)) return fail(e);
-  while (!bytes.empty()) {
-    ssize_t n = ::write(fd, bytes.data(), bytes.size());
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return -1;
-    }
-    bytes.remove_prefix(static_cast<size_t>(n));
-  }
+  if (int e = writeAll(fd, bytes)) return fail(e);
   if (int e = injected(Step::syncInfo, path)) return fail(e);
   return ::fsync(fd);
 }
 
 int appendRecord(int fd, const std::string& path, std::string_view bytes) {
   if (int e = injected(Step::journal, path)) return fail(e);
-  while (!bytes.empty()) {
-    ssize_t n = ::write(fd, bytes.data(), bytes.size());
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return -1;
-    }
-    bytes.remove_prefix(static_cast<size_t>(n));
-  }
+  if (int e = writeAll(fd, bytes)) return fail(e);
   return ::fdatasync(fd);
 }
 

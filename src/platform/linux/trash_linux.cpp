@@ -2,6 +2,7 @@
 // every other file system ($topdir/.Trash/$uid or $topdir/.Trash-$uid). An item is only ever
 // renamed into the Trash of its own file system; it is never copied and never replaced.
 
+#include "base/fd.h"
 #include "platform/trash.h"
 
 #include <fcntl.h>
@@ -95,23 +96,10 @@ std::string infoText(std::string_view path) {
 // --- Folders held open --------------------------------------------------------------------------
 
 // One open folder, closed with the object.
-class Folder {
- public:
-  Folder() = default;
-  explicit Folder(int fd) : fd_(fd) {}
-  Folder(Folder&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-  Folder& operator=(Folder&& other) noexcept {
-    std::swap(fd_, other.fd_);
-    return *this;
-  }
-  ~Folder() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  int fd() const { return fd_; }
-  bool open() const { return fd_ >= 0; }
-
- private:
-  int fd_ = -1;
+struct Folder : UniqueFd {
+  using UniqueFd::UniqueFd;
+  int fd() const { return get(); }
+  bool open() const { return valid(); }
 };
 
 // A folder inside an open one, made (with mode) when it is missing; never through a link.

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "base/core.h"
+#include "base/fd.h"
 #include "base/sha256.h"
 #include "scanners/duplicates/duplicate_scanner.h"
 
@@ -23,21 +24,12 @@ namespace {
 class OpenFile {
  public:
   OpenFile(size_t member, int fd) : member_(member), fd_(fd) {}
-  ~OpenFile() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  OpenFile(OpenFile&& other) noexcept : member_(other.member_), fd_(std::exchange(other.fd_, -1)) {}
-  OpenFile& operator=(OpenFile&& other) noexcept {
-    std::swap(member_, other.member_);
-    std::swap(fd_, other.fd_);
-    return *this;
-  }
   size_t member() const { return member_; }
-  int fd() const { return fd_; }
+  int fd() const { return fd_.get(); }
 
  private:
   size_t member_;
-  int fd_;
+  UniqueFd fd_;
 };
 
 int openForReading(const std::string& path) {

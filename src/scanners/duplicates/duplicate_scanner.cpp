@@ -18,6 +18,7 @@
 #include <system_error>
 #include <thread>
 
+#include "base/fd.h"
 #include "base/paths.h"
 #include "base/sha256.h"
 #include "measure/project_folders.h"
@@ -96,20 +97,12 @@ TimePoint modifiedOf(const struct stat& s) {
   return TimePoint(Duration(ticks));
 }
 
-class Descriptor {
- public:
-  explicit Descriptor(const std::string& path)
-      : fd_(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW)) {
-    if (fd_ < 0) throw std::system_error(errno, std::generic_category(), path);
-  }
-  ~Descriptor() { ::close(fd_); }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int fd() const { return fd_; }
-
- private:
-  int fd_;
-};
+// A file opened for reading, never through a link; throws std::system_error when it cannot be.
+UniqueFd openForReading(const std::string& path) {
+  UniqueFd fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+  if (!fd) throw std::system_error(errno, std::generic_category(), path);
+  return fd;
+}
 
 // Runs work(i, buffers) for i in 0..count-1 on up to four threads (the calling one among them),
 // handing out indexes in the given order. Every index runs unless the search is cancelled;
@@ -230,17 +223,17 @@ Candidates collectCandidates(const std::string& root, const Locations& places, s
 }
 
 Digest partialDigest(const std::string& path) {
-  Descriptor file(path);
+  UniqueFd file = openForReading(path);
   struct stat s {};
-  if (::fstat(file.fd(), &s) != 0) throw std::system_error(errno, std::generic_category(), path);
+  if (::fstat(file.get(), &s) != 0) throw std::system_error(errno, std::generic_category(), path);
   std::int64_t size = s.st_size;
   unsigned char buffer[kSampleBytes];
   Sha256 hash;
-  std::int64_t head = detail::readAt(file.fd(), buffer, kSampleBytes, 0);
+  std::int64_t head = detail::readAt(file.get(), buffer, kSampleBytes, 0);
   if (head < 0) throw std::system_error(errno, std::generic_category(), path);
   hash.update(buffer, static_cast<size_t>(head));
   if (size > kSampleBytes) {
-    std::int64_t tail = detail::readAt(file.fd(), buffer, kSampleBytes, size - kSampleBytes);
+    std::int64_t tail = detail::readAt(file.get(), buffer, kSampleBytes, size - kSampleBytes);
     if (tail < 0) throw std::system_error(errno, std::generic_category(), path);
     hash.update(buffer, static_cast<size_t>(tail));
   }
@@ -252,8 +245,8 @@ Digest partialDigest(const std::string& path) {
 }
 
 std::string fullDigest(const std::string& path, std::stop_token stop) {
-  Descriptor file(path);
-  return fullDigest(file.fd(), stop);
+  UniqueFd file = openForReading(path);
+  return fullDigest(file.get(), stop);
 }
 
 std::string fullDigest(int fd, std::stop_token stop) {

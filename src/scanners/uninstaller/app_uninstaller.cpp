@@ -3,8 +3,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 
 #include "base/paths.h"
 #include "base/time.h"
@@ -22,15 +20,6 @@ namespace {
 
 constexpr std::string_view kApplePrefix = "com.apple.";
 constexpr std::array<std::string_view, 3> kRelatedSuffixes = {"", ".plist", ".savedState"};
-
-std::int64_t checkedAdd(std::int64_t a, std::int64_t b) {
-  std::int64_t sum = 0;
-  if (__builtin_add_overflow(a, b, &sum)) {
-    std::fputs("dustwhale: app size overflow\n", stderr);
-    std::abort();
-  }
-  return sum;
-}
 
 // An identifier that can stand as one name in a folder: a value such as "../Documents" read
 // from someone's Info.plist must never lead the search out of the Library folder.
@@ -308,13 +297,13 @@ void measure(std::vector<AppRecord>& records, SharedMeasurer& measurer) {
     r.relatedSizes.clear();
     for (size_t i = 0; i < r.related.size(); ++i) {
       r.relatedSizes.push_back(readings[next++].bytes);
-      r.relatedBytes = checkedAdd(r.relatedBytes, r.relatedSizes.back());
+      r.relatedBytes = addBytes(r.relatedBytes, r.relatedSizes.back());
     }
     r.userFolderBytes = 0;
     r.userFolderSizes.clear();
     for (size_t i = 0; i < r.userFolders.size(); ++i) {
       r.userFolderSizes.push_back(readings[next++].bytes);
-      r.userFolderBytes = checkedAdd(r.userFolderBytes, r.userFolderSizes.back());
+      r.userFolderBytes = addBytes(r.userFolderBytes, r.userFolderSizes.back());
     }
   }
 }
@@ -355,15 +344,15 @@ std::vector<AppRecord> listApps(const Locations& places, const platform::Workspa
 }
 
 std::int64_t totalBytes(const AppRecord& record) {
-  return checkedAdd(movedBytes(record), record.userFolderBytes);
+  return addBytes(movedBytes(record), record.userFolderBytes);
 }
 
 std::int64_t movedBytes(const AppRecord& record) {
-  return checkedAdd(record.bundleBytes, record.relatedBytes);
+  return addBytes(record.bundleBytes, record.relatedBytes);
 }
 
 std::int64_t dataBytes(const AppRecord& record) {
-  return checkedAdd(record.relatedBytes, record.userFolderBytes);
+  return addBytes(record.relatedBytes, record.userFolderBytes);
 }
 
 std::optional<std::int64_t> relatedSize(const AppRecord& record, size_t index) {

@@ -131,7 +131,7 @@ QString FindingListModel::summaryTitle() const {
     return QString::fromStdString(texts::scanningTitle(kind_));
   std::int64_t bytes = 0;
   for (size_t i : rows_)
-    bytes = Clearing::addBytes(bytes, model_.caches()[i].bytes);
+    bytes = addBytes(bytes, model_.caches()[i].bytes);
   return QString::fromStdString(texts::summaryTitle(kind_, bytes, totalCount()));
 }
 
@@ -142,7 +142,7 @@ QString FindingListModel::summaryDetail() const {
 QString FindingListModel::footerSummary() const {
   std::int64_t bytes = 0, count = 0;
   for (const auto& f : model_.itemsToClear(scopeOf(kind_))) {
-    bytes = Clearing::addBytes(bytes, f.bytes);
+    bytes = addBytes(bytes, f.bytes);
     ++count;
   }
   return QString::fromStdString(texts::footerSummary(kind_, bytes, count));

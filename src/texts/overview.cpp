@@ -18,8 +18,7 @@ StorageAmounts storageAmounts(const VolumePicture& volume, const std::vector<Fin
                : 0;
   std::int64_t taken = a.total - a.free - a.held;
   for (const auto& f : findings) {
-    if (f.removable && f.kind != Finding::Kind::file)
-      a.ready = addBytes(a.ready, f.bytes);
+    if (f.removable && f.kind != Finding::Kind::file) a.ready = addBytes(a.ready, f.bytes);
   }
   // A finding measured on another volume cannot make ready larger than what is taken here.
   a.ready = std::clamp<std::int64_t>(a.ready, 0, taken);

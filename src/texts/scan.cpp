@@ -70,8 +70,8 @@ std::string headerLine(const std::optional<std::string>& scanArea,
   if (scanArea->ends_with("…")) return *scanArea;
   // Mid-sentence, the lists' areas are common nouns; the others are names (Library, Chrome). A
   // layout whose areas are written as a sentence says them (Linux) keeps them as they are.
-  bool commonNoun = wording.areasInLowerCase && (*scanArea == wording.largeFilesArea ||
-                                                 *scanArea == wording.leftoversArea);
+  bool commonNoun = wording.areasInLowerCase &&
+                    (*scanArea == wording.largeFilesArea || *scanArea == wording.leftoversArea);
   return "Looking through " + (commonNoun ? paths::asciiLower(*scanArea) : *scanArea) + "…";
 }
 

@@ -67,8 +67,9 @@ TEST(Texts, TheUserFoldersAreNamedAsTheHomeNamesThem) {
             "2 items were put back (3 MB). 1 item stayed in the Trash: photo.jpg: Something "
             "already exists at the original location.");
   // A refusal that names its item is not named twice.
-  all.stayed = {{photo, "photo.jpg was not put back: something already exists at its original "
-                        "location."}};
+  all.stayed = {{photo,
+                 "photo.jpg was not put back: something already exists at its original "
+                 "location."}};
   EXPECT_EQ(cleared::putBackAll(all),
             "2 items were put back (3 MB). 1 item stayed in the Trash: photo.jpg was not put "
             "back: something already exists at its original location.");
@@ -141,7 +142,8 @@ TEST(Texts, CountsSizesAndTheQuestion) {
   EXPECT_EQ(apps::lastUsedLine(""), "Last used —");
   TimePoint now = Clock::now();
   const Wording macWords = Wording::of(Locations::macos("/", "/Users/ann"));
-  EXPECT_EQ(scan::headerLine(std::string("Chrome"), std::nullopt, now, macWords), "Looking through Chrome…");
+  EXPECT_EQ(scan::headerLine(std::string("Chrome"), std::nullopt, now, macWords),
+            "Looking through Chrome…");
   EXPECT_EQ(scan::headerLine(std::string("Starting…"), std::nullopt, now, macWords), "Starting…");
   EXPECT_EQ(scan::headerLine(std::nullopt, std::nullopt, now, macWords), "Not scanned yet");
   Locations mac = Locations::macos("/", "/Users/ann");

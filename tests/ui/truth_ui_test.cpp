@@ -256,7 +256,8 @@ TEST_F(TruthUiTest, EachPageShowsItsOwnStatusLineInFull) {
   ui.click("spaceMap.build");
   ASSERT_TRUE(ui.waitFor([&] { return !ui.bridge().model().spaceScanning(); }));
   // The quick picture's line, or the complete sizes' that follows it.
-  EXPECT_TRUE(ui.text("statusLine").startsWith("Space Map ")) << ui.text("statusLine").toStdString();
+  EXPECT_TRUE(ui.text("statusLine").startsWith("Space Map "))
+      << ui.text("statusLine").toStdString();
   ui.page("apps");
   EXPECT_FALSE(ui.text("statusLine").startsWith("Space Map"));
   ui.page("review");

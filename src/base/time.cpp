@@ -27,6 +27,14 @@ std::string isoUtc(TimePoint when) {
   return format(when, "%Y-%m-%dT%H:%M:%SZ", true);
 }
 
+std::string compactUtc(TimePoint when) {
+  return format(when, "%Y%m%dT%H%M%SZ", true);
+}
+
+std::string isoLocal(TimePoint when) {
+  return format(when, "%Y-%m-%dT%H:%M:%S", false);
+}
+
 // Whole seconds and the fraction are converted apart, so that a date read from the log and
 // written again keeps the same number (a double of nanoseconds since 1970 cannot hold it).
 double referenceSeconds(TimePoint when) {

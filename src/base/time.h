@@ -9,6 +9,10 @@ namespace dw::timefmt {
 
 // "2026-11-21T15:42:07Z"; whole seconds, UTC.
 std::string isoUtc(TimePoint when);
+// "20261121T154207Z": the same, fit for a file name.
+std::string compactUtc(TimePoint when);
+// "2026-11-21T16:42:07" in local time, without a zone (a .trashinfo's DeletionDate).
+std::string isoLocal(TimePoint when);
 
 // Seconds since 2001-01-01 00:00:00 UTC, the log's date form.
 double referenceSeconds(TimePoint when);

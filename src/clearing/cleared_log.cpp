@@ -14,6 +14,7 @@
 
 #include "base/fd.h"
 #include "base/paths.h"
+#include "base/time.h"
 #include "clearing/cleared_log_parts.h"
 #include "platform/log_files.h"
 #include "scanners/folder_listing.h"
@@ -92,7 +93,7 @@ bool readWhole(const std::string& path, std::string& text, bool& isFolder) {
 // before, before anything replaces it. (A log whose unreadable records are JSON needs no copy:
 // they are written back byte for byte.)
 void keepDamaged(const std::string& logFile, const std::string& bytes) {
-  const std::string base = logFile + ".damaged-" + utcStamp();
+  const std::string base = logFile + ".damaged-" + timefmt::compactUtc(Clock::now());
   for (int n = 1; n < 1000; ++n) {
     std::string path = n == 1 ? base : base + "-" + std::to_string(n);
     UniqueFd fd(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
@@ -115,15 +116,6 @@ LogFile readLog(const std::string& logFile) {
   log.exists = readWhole(logFile, log.bytes, log.isFolder);
   if (log.exists) readRecords(log);
   return log;
-}
-
-std::string utcStamp() {
-  std::time_t now = std::time(nullptr);
-  std::tm parts{};
-  gmtime_r(&now, &parts);
-  char buffer[32];
-  size_t n = std::strftime(buffer, sizeof buffer, "%Y%m%dT%H%M%SZ", &parts);
-  return std::string(buffer, n);
 }
 
 // Writes a whole new log beside the old one and renames it over: a reader sees the old log or

@@ -62,7 +62,6 @@ void syncFolder(const std::string& folder);
 // Reads fd to its end into text; 0, or the errno of a read that failed. Closes fd.
 int readToEnd(int fd, std::string& text);
 LogFile readLog(const std::string& logFile);
-std::string utcStamp();
 // Writes a whole new log beside the old one and renames it over: a reader sees the old log or
 // the new one, never half of either. A log that did not read as a whole is kept first.
 void writeLog(const std::string& logFile, const LogFile& old, const std::string& text);

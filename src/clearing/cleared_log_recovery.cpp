@@ -9,6 +9,7 @@
 #include <cerrno>
 
 #include "base/paths.h"
+#include "base/time.h"
 #include "clearing/cleared_log_parts.h"
 #include "platform/log_files.h"
 #include "platform/ownership.h"
@@ -119,7 +120,7 @@ void removeTemporaryLogs(const Locations& places) {
 // Renames one of our journals to prefix + the time, beside the log, never over another file.
 void keepAside(const std::string& path, std::string_view prefix) {
   const std::string folder(paths::parent(path));
-  const std::string base = std::string(prefix) + utcStamp();
+  const std::string base = std::string(prefix) + timefmt::compactUtc(Clock::now());
   int dir = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (dir < 0) throw systemError(errno, "Cannot keep " + path);
   int error = EEXIST;

@@ -30,21 +30,15 @@
 namespace dw {
 namespace {
 
+using test::field;
+using test::showing;
+
 constexpr std::int64_t kMiB = 1024 * 1024;
 
 class AppUiTest : public ::testing::Test {
  protected:
   void skipOnboarding() {
     platform::UserDefaults(places.defaultsFile).setBool(platform::kOnboardingShownKey, true);
-  }
-  // The finding rows on screen, top to bottom, and one field of a row.
-  static QString field(QQuickItem* row, const char* name) {
-    QQuickItem* item = test::UiDriver::within(row, name);
-    return item ? item->property("text").toString() : QString();
-  }
-  static bool showing(QQuickItem* row, const char* name) {
-    QQuickItem* item = test::UiDriver::within(row, name);
-    return item && item->isVisible();
   }
   static QQuickItem* rowNamed(test::UiDriver& ui, const QString& name) {
     for (QQuickItem* row : ui.all("findingRow"))

@@ -23,13 +23,13 @@ struct Pair {
   double minimum;
 };
 
-Rgba surface(const std::string& spec, bool dark) {
-  auto plus = spec.find('+');
+Rgba surface(const std::string& layers, bool dark) {
+  auto plus = layers.find('+');
   if (plus == std::string::npos) {
-    EXPECT_TRUE(find(spec, dark)) << spec;
-    return over(colour(spec, dark), colour("window", dark));
+    EXPECT_TRUE(find(layers, dark)) << layers;
+    return over(colour(layers, dark), colour("window", dark));
   }
-  return over(colour(spec.substr(0, plus), dark), surface(spec.substr(plus + 1), dark));
+  return over(colour(layers.substr(0, plus), dark), surface(layers.substr(plus + 1), dark));
 }
 
 std::vector<Pair> pairs() {

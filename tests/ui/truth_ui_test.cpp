@@ -25,6 +25,9 @@
 namespace dw {
 namespace {
 
+using test::field;
+using test::showing;
+
 using namespace std::chrono_literals;
 constexpr std::int64_t kMiB = 1024 * 1024;
 
@@ -32,14 +35,6 @@ class TruthUiTest : public ::testing::Test {
  protected:
   void skipOnboarding(const Locations& at) {
     platform::UserDefaults(at.defaultsFile).setBool(platform::kOnboardingShownKey, true);
-  }
-  static QString field(QQuickItem* row, const char* name) {
-    QQuickItem* item = test::UiDriver::within(row, name);
-    return item ? item->property("text").toString() : QString();
-  }
-  static bool showing(QQuickItem* row, const char* name) {
-    QQuickItem* item = test::UiDriver::within(row, name);
-    return item && item->isVisible();
   }
   static QQuickItem* rowNamed(test::UiDriver& ui, const char* rows, const QString& name) {
     for (QQuickItem* row : ui.all(rows))

@@ -78,4 +78,14 @@ bool UiDriver::waitFor(const std::function<bool()>& pred, int milliseconds) {
   return ui::waitFor(pred, milliseconds);
 }
 
+QString field(QQuickItem* row, const char* name) {
+  QQuickItem* item = UiDriver::within(row, name);
+  return item ? item->property("text").toString() : QString();
+}
+
+bool showing(QQuickItem* row, const char* name) {
+  QQuickItem* item = UiDriver::within(row, name);
+  return item && item->isVisible();
+}
+
 }  // namespace dw::test

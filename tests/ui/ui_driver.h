@@ -49,4 +49,8 @@ class UiDriver {
   ui::AppWindow app_;
 };
 
+// A row's named descendant: its text ("" when there is none), and whether it is shown.
+QString field(QQuickItem* row, const char* name);
+bool showing(QQuickItem* row, const char* name);
+
 }  // namespace dw::test

@@ -80,17 +80,9 @@ std::string percentEncode(std::string_view bytes) {
   return out;
 }
 
-std::string deletionDate() {
-  std::time_t now = std::time(nullptr);
-  std::tm parts{};
-  localtime_r(&now, &parts);
-  char buffer[32];
-  size_t n = std::strftime(buffer, sizeof buffer, "%Y-%m-%dT%H:%M:%S", &parts);
-  return std::string(buffer, n);
-}
-
 std::string infoText(std::string_view path) {
-  return "[Trash Info]\nPath=" + percentEncode(path) + "\nDeletionDate=" + deletionDate() + "\n";
+  return "[Trash Info]\nPath=" + percentEncode(path) +
+         "\nDeletionDate=" + timefmt::isoLocal(Clock::now()) + "\n";
 }
 
 // --- Folders held open --------------------------------------------------------------------------
